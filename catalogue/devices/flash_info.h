@@ -1,0 +1,63 @@
+#pragma once
+
+#include "catalogue/devices/custom_step.h"
+
+constexpr u32 FLASH_TYPE_NOR = 1;
+constexpr u32 FLASH_TYPE_FRAM = 2;
+constexpr u32 FLASH_TYPE_EEPROM = 3;
+
+constexpr u8 SPI_LANES_SINGLE = 1;
+constexpr u8 SPI_LANES_QUAD = 2;
+
+// Everything that the program has to know of one SPI memory: instructions, geometry, identity, quad
+// settings. A flat record, compared and copied as a whole. The first 17 bytes are a command set of
+// the device tables.
+struct SPI_FLASH_INFO {
+  u8 CmdWriteEnable;
+  u8 CmdWriteDisable;
+  u8 CmdReadID;
+  u8 CmdReadStatus;
+  u8 CmdWriteStatus;
+  u8 CmdReadData;  // 0x0B adds one dummy byte
+  u8 CmdWritePage;
+  u8 CmdEraseSector;
+  u8 CmdEraseBulk;
+  u8 CmdEnter4ByteMode;
+  u8 CmdExit4ByteMode;
+  u8 NumAddrBytes;         // 2, 3 or 4
+  u8 Dedicated4BAddrMode;  // non-zero: the chip is switched to 4-byte mode by instruction
+  u8 StatusIsReadyBit;     // value of the status bit when ready
+  u8 StatusBitPos;         // 0 to 7
+  u8 CmdInitPageProg;
+  u8 CmdInitErase;
+  u8 CmdReadDataQuad;
+  u8 CmdWritePageQuad;
+  u8 NumDummyCyclesQuad;
+  CUSTOM_STEP aQuadEnableInitSteps[CUSTOM_MAX_STEPS];
+  u32 NumQuadEnableInitSteps;
+  u8 WrCmdTransferMode;  // SPI_LANES_ of the program instruction
+  u8 RdCmdTransferMode;
+  u8 WrAddrTransferMode;
+  u8 RdAddrTransferMode;  // and of the dummy cycles
+  u8 StatusRegFormat;     // layout of the block protection bits
+  u8 SendInitCommands;
+  u32 DataTransferMode;  // SPI_LANES_ that identification should set up
+  u32 AutoDetect;
+  u32 FlashType;
+  u32 NumPages;
+  u32 PageSizeShift;
+  u32 SectorSizeShift;
+  u32 EEPROMIndex;
+  u8 IsCustomDevice;
+  u8 abID[3];  // expected ID, in the order of reading
+  u8 Ignore2ndIdByte;
+  u8 UseQuadMode;
+};
+
+// Bytes of the chip; 0 when the geometry makes no sense (a shift of 64 or more, or an overflow).
+constexpr u64 FLASH_InfoTotalSize(const SPI_FLASH_INFO& info) {
+  if (info.PageSizeShift > 32) {
+    return 0;
+  }
+  return static_cast<u64>(info.NumPages) << info.PageSizeShift;
+}
