@@ -1,0 +1,20 @@
+#pragma once
+
+#include "image/memarea.h"
+#include "sys/types.h"
+
+// Verify and read back. Application thread only. A read result is a new area that the caller owns;
+// null after a failure or a cancel, reported.
+void FLASH_Verify(MEMAREA* pArea);
+MEMAREA* FLASH_ReadChip();
+MEMAREA* FLASH_ReadSpan(u64 FirstAddr, u64 LastAddr);
+// All sectors that pArea touches.
+MEMAREA* FLASH_ReadAffected(MEMAREA* pArea);
+
+struct PROGRESS_INFO;
+void FLASH_ReadInto(MEMAREA* pDest, u64 FirstAddr, u64 LastAddr, PROGRESS_INFO* pProgress);
+// Null ranges stand for the chip.
+void FLASH_ReadRanges(MEMAREA* pRanges, MEMAREA* pDest, PROGRESS_INFO* pProgress);
+// pValid: 0 for a byte that isn't compared. 0, or -1 reported.
+int FLASH_CompareBlock(u32 Addr, u32 NumBytes, const u8* pExpected, const u8* pValid);
+int FLASH_VerifyFast(u32 Addr, u32 NumBytes, const u8* pData);
