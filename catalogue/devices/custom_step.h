@@ -3,10 +3,10 @@
 #include "sys/types.h"
 
 // One step of a sequence that runs on the SPI bus. ActionIndex is a row of the action table
-// (flash/custom.h); 0 is a comment. The record is compared and copied as a whole.
+// below; 0 is a comment. The record is compared and copied as a whole.
 struct CUSTOM_STEP {
   char acComment[256];
-  u8 abData[16];    // bytes of a Write Data step
+  u8 abData[16];  // bytes of a Write Data step
   u32 Value0;
   u32 Value1;
   u32 ActionIndex;
@@ -50,7 +50,7 @@ struct CUSTOM_ACTION {
 u32 CUSTOM_GetNumActions();
 // Null at CUSTOM_NUM_ACTIONS or more.
 const CUSTOM_ACTION* CUSTOM_GetAction(u32 Index);
-// Row of the name, compared without regard to case; -1 when unknown.
+// Row of the name, compared without regard to case; -1 when unknown or null.
 i32 CUSTOM_FindAction(const char* sName);
 // True for the action whose second parameter is a byte stream.
 bool CUSTOM_IsByteStream(u32 ActionIndex);

@@ -3,8 +3,9 @@
 #include "catalogue/devices/flash_info.h"
 
 // The constant tables of devices that the program knows: those found by their ID bytes, and the SPI
-// EEPROMs, which have no ID and are chosen by name. Row order is binding: it decides between devices
-// that share an ID. Used by the program and by the simulated chips of the driver library alike.
+// EEPROMs, which have no ID and are chosen by name. Row order is binding: it decides between
+// devices that share an ID. Used by the program and by the simulated chips of the driver library
+// alike.
 
 // The first 17 fields of SPI_FLASH_INFO, in their order.
 struct FLASH_CMD_SET {
@@ -64,6 +65,6 @@ i32 FLASH_FindEEPROMByName(const char* sName);
 // The first row that matches the read ID, or -1. Id holds the first four bytes, low byte first;
 // pIdBytes NumIdBytes bytes as read.
 i32 FLASH_IdentifyDevice(u32 Id, const u8* pIdBytes, u32 NumIdBytes);
-// Clears pDest and copies pSrc without the bytes 0x7F (continuation codes of the ID), as far as they
-// fit.
+// Clears pDest and copies pSrc without the bytes 0x7F (continuation codes of the ID), as far as
+// they fit.
 void SPI_StripIdBytes(const u8* pSrc, u32 NumSrc, u8* pDest, u32 NumDest);
