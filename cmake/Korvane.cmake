@@ -8,7 +8,8 @@ if(CCACHE_PROGRAM)
 endif()
 
 add_library(korvane_flags INTERFACE)
-target_include_directories(korvane_flags INTERFACE ${CMAKE_SOURCE_DIR})
+# For includes in quotes only: our sys/types.h must not be found in place of the system's <sys/types.h>.
+target_compile_options(korvane_flags INTERFACE "SHELL:-iquote ${CMAKE_SOURCE_DIR}")
 target_compile_options(
   korvane_flags
   INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
