@@ -1,0 +1,33 @@
+#pragma once
+
+#include "sys/types.h"
+
+// Handlers of the option table. Each takes the text behind the word, the word's length and the
+// pass.
+#define CMDLINE_HANDLER(name) int CMDLINE_On##name(const char* sText, u32 WordLen, u32 Pass)
+CMDLINE_HANDLER(OpenPrj);
+CMDLINE_HANDLER(SavePrjAs);
+CMDLINE_HANDLER(SavePrj);
+CMDLINE_HANDLER(Open);
+CMDLINE_HANDLER(SaveAs);
+CMDLINE_HANDLER(Save);
+CMDLINE_HANDLER(Connect);
+CMDLINE_HANDLER(Disconnect);
+CMDLINE_HANDLER(EraseSectors);
+CMDLINE_HANDLER(EraseChip);
+CMDLINE_HANDLER(ProgramVerify);
+CMDLINE_HANDLER(Program);
+CMDLINE_HANDLER(Verify);
+CMDLINE_HANDLER(ReadChip);
+CMDLINE_HANDLER(ReadRange);
+CMDLINE_HANDLER(Exit);
+CMDLINE_HANDLER(Help);
+CMDLINE_HANDLER(KorvaneLog);
+CMDLINE_HANDLER(VorticLog);
+CMDLINE_HANDLER(Usb);
+CMDLINE_HANDLER(Ip);
+CMDLINE_HANDLER(Min);
+CMDLINE_HANDLER(Hide);
+// For options whose work this version doesn't do yet: one clear error.
+CMDLINE_HANDLER(NotAvailable);
+#undef CMDLINE_HANDLER

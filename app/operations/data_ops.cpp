@@ -1,0 +1,290 @@
+#include "app/operations/data_ops.h"
+
+#include "app/engine/app_state.h"
+#include "app/engine/locks.h"
+#include "app/engine/log.h"
+#include "app/operations/data_windows.h"
+#include "app/operations/init_exit.h"
+#include "app/operations/status.h"
+#include "image/crc.h"
+#include "image/datafile.h"
+#include "project/project.h"
+#include "project/text/file_error.h"
+#include "sys/file.h"
+#include "sys/memory.h"
+#include "sys/path.h"
+#include "sys/util_format.h"
+#include "sys/util_string.h"
+
+namespace {
+
+constexpr u32 kCrcBlock = 0x10000;
+constexpr u32 kExtSize = 32;
+
+// What the dialogs offer again, until the program ends.
+struct REMEMBERED {
+  u64 OpenAddr = 0;  // start address for opening
+  u64 SaveFirst = 0, SaveLast = 0;
+};
+REMEMBERED& Remembered() {
+  static REMEMBERED remembered;  // application thread only
+  return remembered;
+}
+
+const char* Plural(u64 n) {
+  return n == 1 ? "" : "s";
+}
+
+bool HasExt(const char* sFile, const char* sExt) {
+  char acExt[kExtSize];
+  SYS_PATH_GetExt(sFile, acExt, sizeof acExt);
+  return UTIL_stricmp(acExt, sExt) == 0;
+}
+
+bool HasOwnAddresses(const char* sFile) {
+  return !HasExt(sFile, ".bin") && !HasExt(sFile, ".raw");
+}
+
+int AskStartAddr(void* /*pContext*/, const char* sTitle, u64* pAddr) {
+  return APP_AskAddressRange(nullptr, sTitle, pAddr, nullptr);
+}
+
+// The address at which a file is opened, into OpenAddr. False when the user gave none.
+bool ChooseStartAddr(const char* sFile, u64 startAddr, bool hasStartAddr) {
+  u64& openAddr = Remembered().OpenAddr;
+  if (HasOwnAddresses(sFile)) {
+    if (PROJECT_IsOpen() > 0) {
+      PROJ_GENERAL general;
+      PROJECT_GetGeneral(&general);
+      openAddr = general.DataFileSAddr;
+    }
+    return true;
+  }
+  if (hasStartAddr) {
+    openAddr = startAddr;
+    return true;
+  }
+  return AskStartAddr(nullptr, "Enter start address", &openAddr) == 0;
+}
+
+// Size and checksums of a freshly opened image. False when the file could not be read again.
+bool LogImage(MEMAREA* pArea, const char* sFile) {
+  u32 dataCrc32c = 0;
+  const u32 dataCrc32 = MEMAREA_CalcCRC(pArea, &dataCrc32c);
+  u32 fileCrc32 = 0;
+  u32 fileCrc32c = 0;
+  if (APP_GetFileCRC(sFile, &fileCrc32, &fileCrc32c) != 0) {
+    return false;
+  }
+  const u64 numBytes = MEMAREA_GetNumBytes(pArea);
+  const u64 numRanges = MEMAREA_GetNumRanges(pArea);
+  APP_LogInfof("0x%llX (%llu) bytes, %llu range%s", numBytes, numBytes, numRanges,
+               Plural(numRanges));
+  APP_LogInfof("Data CRC-32  = 0x%.8X", dataCrc32);
+  APP_LogInfof("Data CRC-32C = 0x%.8X", dataCrc32c);
+  APP_LogInfof("File CRC-32  = 0x%.8X", fileCrc32);
+  APP_LogInfof("File CRC-32C = 0x%.8X", fileCrc32c);
+  return true;
+}
+
+// The range of a save, from the caller or from the user. False when the user gave none.
+bool ChooseSaveRange(const DATA_WINDOW_INFO& row, const char* sFile, u64* pFirst, u64* pLast,
+                     bool hasRange) {
+  if (!DATAFILE_HasRange(sFile)) {
+    return true;
+  }
+  if (!hasRange) {
+    *pFirst = Remembered().SaveFirst;
+    *pLast = Remembered().SaveLast;
+    if (APP_AskAddressRange(row.pArea, " Enter address range", pFirst, pLast) != 0) {
+      return false;
+    }
+  }
+  Remembered().SaveFirst = *pFirst;
+  Remembered().SaveLast = *pLast;
+  return true;
+}
+
+void EndSaved(MEMAREA* pArea) {
+  const u64 numRanges = MEMAREA_GetNumRanges(pArea);
+  char acText[128];
+  UTIL_snprintf64(acText, sizeof acText, "Data file saved successfully (%llu bytes, %llu range%s)",
+                  MEMAREA_GetNumBytes(pArea), numRanges, Plural(numRanges));
+  APP_LogEndEx(acText);
+  APP_SetStatusText("Ready", 0);
+}
+
+int EndFailed(const char* sText, int result) {
+  APP_LogEndEx(sText);
+  APP_SetStatusText(sText, 0);
+  return result;
+}
+
+}  // namespace
+
+int APP_AskAddressRange(MEMAREA* pImage, const char* sTitle, u64* pStart, u64* pEnd) {
+  APP_FRONTEND* pFrontEnd = APP_GetFrontEnd();
+  if (pFrontEnd == nullptr) {
+    return -1;
+  }
+  u64 start = *pStart;
+  u64 end = pEnd == nullptr ? 0 : *pEnd;
+  if (pImage != nullptr) {
+    start = MEMAREA_GetMinAddr(pImage);
+    end = MEMAREA_GetMaxAddr(pImage);
+  }
+  EDIT_VALUE_ITEM aItems[] = {{0, &start, "Start address (hex)"}, {0, &end, "End address (hex)"}};
+  const int result = pFrontEnd->ShowEditValDialog(sTitle, aItems, pEnd == nullptr ? 1 : 2);
+  if (result != 0) {
+    return result;
+  }
+  if (pEnd == nullptr) {
+    *pStart = start;
+  } else if (start <= end) {
+    *pStart = start;
+    *pEnd = end;
+  }
+  return 0;
+}
+
+int APP_GetFileCRC(const char* sName, u32* pCRC32, u32* pCRC32C) {
+  const SYS_HANDLE hFile = SYS_FILE_Open(sName, SYS_FILE_READ | SYS_FILE_SHARE_READ);
+  if (hFile == SYS_INVALID_FILE) {
+    char acText[SYS_MAX_PATH + 128];
+    APP_FormatFileError(sName, "open", acText, sizeof acText);
+    APP_LogInfo(acText);
+    return -1;
+  }
+  const SYS_MEM_PTR<u8> pBuf(static_cast<u8*>(SYS_MEM_Alloc(kCrcBlock, "Tmp CRC buffer")));
+  u32 crc32 = 0;
+  u32 crc32c = 0;
+  i64 numRead = -1;
+  if (pBuf == nullptr) {
+    APP_LogInfo("Insufficient memory!");
+  } else {
+    while ((numRead = SYS_FILE_Read(hFile, pBuf.get(), kCrcBlock)) > 0) {
+      crc32 = CRC_Calc32(pBuf.get(), static_cast<u64>(numRead), crc32);
+      crc32c = CRC_Calc32C(pBuf.get(), static_cast<u64>(numRead), crc32c);
+    }
+  }
+  SYS_FILE_Close(hFile);
+  if (pCRC32 != nullptr) {
+    *pCRC32 = crc32;
+  }
+  if (pCRC32C != nullptr) {
+    *pCRC32C = crc32c;
+  }
+  return numRead < 0 ? -1 : 0;
+}
+
+MEMAREA* APP_OpenDataFile(const char* pFileName, u64 startAddr, bool hasStartAddr) {
+  SYS_LOCK_GUARD lock(APP_GetLock());
+  MEMAREA_PTR pArea(MEMAREA_Create());
+  if (pArea == nullptr) {
+    APP_ShowError("Insufficient memory!");
+    return nullptr;
+  }
+  if (*pFileName == '\0') {
+    return pArea.release();
+  }
+  char acFile[SYS_MAX_PATH];
+  UTIL_strcpy(acFile, pFileName, sizeof acFile);
+  SYS_PATH_ToNative(acFile);
+  APP_LogBeginf("Opening data file [%s] ...", acFile);
+  if (!ChooseStartAddr(acFile, startAddr, hasStartAddr)) {
+    char acText[SYS_MAX_PATH + 64];
+    UTIL_snprintf(acText, sizeof acText, "Failed to open data file.\nNo start address given for %s",
+                  acFile);
+    APP_LogEndEx(acText);
+    return nullptr;
+  }
+  if (DATAFILE_Load(pArea.get(), APP_OnFileReport, nullptr, acFile, Remembered().OpenAddr,
+                    AskStartAddr, nullptr) < 0) {
+    EndFailed("Failed to open data file", -1);
+    return nullptr;
+  }
+  if (PROJECT_IsOpen() > 0) {
+    PROJECT_SetDataFile(acFile, static_cast<u32>(Remembered().OpenAddr));
+  }
+  APP_LogEndEx(LogImage(pArea.get(), acFile) ? "Data file opened successfully"
+                                             : "Failed to open data file for CRC calculation.");
+  APP_SetStatusText("Ready", 0);
+  return pArea.release();
+}
+
+int APP_OpenFile(const char* pFileName, u64 startAddr, bool hasStartAddr) {
+  char acFile[SYS_MAX_PATH];
+  UTIL_strcpy(acFile, pFileName, sizeof acFile);
+  SYS_PATH_ToNative(acFile);
+  if (HasExt(acFile, ".korvane")) {
+    return APP_OpenProject(acFile);
+  }
+  SYS_LOCK_GUARD lock(APP_GetLock());
+  MEMAREA_PTR pArea(APP_OpenDataFile(acFile, startAddr, hasStartAddr));
+  if (pArea == nullptr || APP_AddDataWindow(acFile, pArea.get(), acFile) == nullptr) {
+    return -1;
+  }
+  static_cast<void>(pArea.release());  // the window's row owns it now
+  return 0;
+}
+
+void APP_LoadProjectDataFile() {
+  const char* sProject = PROJECT_GetName();
+  if (sProject == nullptr) {
+    APP_LogInfo("No valid project directory found!");
+    return;
+  }
+  PROJ_GENERAL general;
+  PROJECT_GetGeneral(&general);
+  if (general.CurrentFile[0] == '\0') {
+    APP_LogInfo("No data file specified!");
+    return;
+  }
+  const bool changed = SYS_PATH_ToNative(general.CurrentFile);
+  char acFile[SYS_MAX_PATH];
+  SYS_PATH_MakeAbs(sProject, general.CurrentFile, acFile, sizeof acFile);
+  if (SYS_FILE_Exists(acFile) == 0 || !APP_CanOpenExt(acFile)) {
+    char acText[SYS_MAX_PATH + 64];
+    UTIL_snprintf(acText, sizeof acText, "Failed to open data file [%s]...", acFile);
+    APP_LogInfo(acText);
+    return;
+  }
+  APP_OpenFile(acFile, general.DataFileSAddr, true);
+  if (changed) {
+    APP_LogInfo("Updated path to data file in project.");
+    PROJECT_Save();
+  }
+}
+
+int APP_SaveDataFile(APP_DATA_WINDOW* hWindow, const char* pFileName, u64 firstAddr, u64 lastAddr,
+                     bool hasRange) {
+  SYS_LOCK_GUARD lock(APP_GetLock());
+  const DATA_WINDOW_INFO* pRow = APP_FindDataWindow(hWindow);
+  if (pRow == nullptr) {
+    return -1;
+  }
+  char acFile[SYS_MAX_PATH];
+  UTIL_strcpy(acFile, pFileName, sizeof acFile);
+  SYS_PATH_ToNative(acFile);
+  APP_LogBeginf("Saving data file [%s] ...", acFile);
+  if (!ChooseSaveRange(*pRow, acFile, &firstAddr, &lastAddr, hasRange)) {
+    return EndFailed("Failed to save data file", 0);
+  }
+  MEMAREA* pArea = pRow->pArea;
+  const int result = DATAFILE_Save(pArea, APP_OnFileReport, nullptr, acFile, firstAddr, lastAddr);
+  APP_GetFrontEnd()->UpdateDataWindow(hWindow, pArea);
+  if (result < 0) {
+    return EndFailed("Failed to save data file", -1);
+  }
+  APP_NoteFileTime(hWindow, acFile);
+  hWindow->RequestWindowName(acFile);
+  if (PROJECT_IsOpen() > 0) {
+    PROJECT_SetDataFile(acFile, static_cast<u32>(Remembered().SaveFirst));
+  }
+  EndSaved(pArea);
+  return 0;
+}
+
+void APP_ResetDataOps() {
+  Remembered() = REMEMBERED{};
+}

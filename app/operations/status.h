@@ -1,0 +1,12 @@
+#pragma once
+
+// What the front end shows of the program's state, made from scratch each time. Application thread.
+
+// The title; without a project also disconnects from the target.
+void APP_UpdateWindowTitle();
+void APP_UpdateProjectInfo();
+// Recent lists and menu state.
+void APP_UpdateMenuBar();
+void APP_SetStatusText(const char* sText, unsigned Index);
+// The version lines of the log.
+void APP_LogVersions();

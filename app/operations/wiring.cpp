@@ -1,0 +1,64 @@
+#include "app/operations/wiring.h"
+
+#include "app/engine/app_state.h"
+#include "app/engine/frontend.h"
+#include "app/engine/log.h"
+#include "app/operations/status.h"
+#include "flash/connect.h"
+#include "flash/driver.h"
+#include "project/project.h"
+#include "project/settings.h"
+#include "project/text/projfile.h"
+
+namespace {
+
+bool GetLogFileEnabled() {
+  return SETUP_GetEnableKorvaneLog(true) != 0;
+}
+
+void GetLogFileName(char* pBuf, u32 bufSize) {
+  SETUP_GetKorvaneLogFile(pBuf, bufSize, true);
+}
+
+void OnProjectChanged() {
+  APP_UpdateWindowTitle();
+  APP_UpdateProjectInfo();
+  APP_UpdateMenuBar();
+}
+
+void OnConnectionChanged() {
+  APP_UpdateProjectInfo();
+  APP_UpdateMenuBar();
+}
+
+// There is nothing to go on with: the status tells the caller, and the front end ends the process.
+void OnDriverMissing(int exitCode) {
+  APP_State().ExitCode = static_cast<u8>(exitCode);
+  if (APP_FRONTEND* pFrontEnd = APP_GetFrontEnd(); pFrontEnd != nullptr) {
+    pFrontEnd->Terminate(exitCode);
+  }
+}
+
+}  // namespace
+
+void APP_ConnectLayers() {
+  // The text store tells the user what it cannot read.
+  PROJFILE_Hooks.pfShowError = APP_ShowError;
+
+  // The engine asks for settings, and a failed operation disconnects.
+  APP_EngineHooks.pfGetLogLevel = SETUP_GetLogLevel;
+  APP_EngineHooks.pfGetLogFileEnabled = GetLogFileEnabled;
+  APP_EngineHooks.pfGetLogFileName = GetLogFileName;
+  APP_EngineHooks.pfDisconnect = FLASH_Disconnect;
+
+  // A changed project is shown; its power settings go to the connection; a closing one disconnects.
+  // Serial numbers are not read yet: pfLoadSerial keeps its default.
+  PROJECT_Hooks.pfOnChanged = OnProjectChanged;
+  PROJECT_Hooks.pfSetTargetPower = FLASH_SetTargetPower;
+  PROJECT_Hooks.pfSetFixedVTref = FLASH_SetFixedVTref;
+  PROJECT_Hooks.pfDisconnect = FLASH_Disconnect;
+
+  // A changed connection is shown; without a driver library the program ends.
+  FLASH_Hooks.pfOnConnectionChanged = OnConnectionChanged;
+  FLASH_DriverHooks.pfOnFatal = OnDriverMissing;
+}
