@@ -123,7 +123,7 @@ PROGRESS_INFO* CONSOLE_FRONTEND::CreateProgressDialog(const char* sTitle, const 
     return nullptr;
   }
   m_ProgressStartMs = SYS_GetTickMs();
-  m_LastDrawMs = m_ProgressStartMs;
+  m_LastDrawMs = m_ProgressStartMs.load();
   if (m_Terminal.ShowsProgress()) {
     PROGRESS_SetRefresh(pInfo, OnRefresh, this);
   }

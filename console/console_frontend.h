@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <vector>
 
@@ -55,8 +56,9 @@ class CONSOLE_FRONTEND : public APP_FRONTEND {
   std::vector<PROGRESS_INFO*> m_Progress;  // open records, newest last
   bool m_CancelNext = false;
   u32 m_NumInterrupts = 0;  // since the newest operation began
+  // A cancel refreshes from the thread of the interrupts.
+  std::atomic<u32> m_ProgressStartMs{0};
+  std::atomic<u32> m_LastDrawMs{0};
   // Application thread only.
-  u32 m_ProgressStartMs = 0;
-  u32 m_LastDrawMs = 0;
   std::vector<std::unique_ptr<APP_DATA_WINDOW>> m_Windows;
 };
