@@ -22,6 +22,7 @@ struct PROGRESS_INFO {
 
 constexpr u32 PROGRESS_HIDDEN = 32;
 constexpr u32 PROGRESS_MINIMIZED = 64;
+constexpr u32 PROGRESS_BYTES = 128;  // the range counts bytes, so that a rate can be shown
 
 // A cleared record with its own lock, tagged as the dialog's; null when memory is out.
 PROGRESS_INFO* PROGRESS_Create(const char* sTitle, const char* sText, u32 Flags);
@@ -36,6 +37,8 @@ void PROGRESS_SetValue(PROGRESS_INFO* p, u32 Value);
 void PROGRESS_AddValue(PROGRESS_INFO* p, u32 Delta);
 void PROGRESS_SetText(PROGRESS_INFO* p, const char* sText);
 void PROGRESS_SetSubText(PROGRESS_INFO* p, const char* sText);
+// Sets PROGRESS_BYTES: the range counts bytes.
+void PROGRESS_CountBytes(PROGRESS_INFO* p);
 // 1, 0, or -1 for a null record.
 int PROGRESS_IsCanceled(PROGRESS_INFO* p);
 // What the Cancel button does. Any thread.
