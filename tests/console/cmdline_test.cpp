@@ -1,0 +1,178 @@
+// The command line from a shell: what each kind of line does, says and ends with.
+#include <gtest/gtest.h>
+
+#include "tests/console/program.h"
+
+namespace {
+
+constexpr char kHex[] = ":0400100001020304E2\n:00000001FF\n";
+
+struct LINE {
+  const char* sName;
+  std::vector<std::string> Args;
+  int Status;
+  std::vector<std::string> Says;      // all of these stand in the output
+  std::vector<std::string> SaysNot;   // none of these does
+};
+
+class CommandLine : public testing::TestWithParam<LINE> {};
+
+TEST_P(CommandLine, EndsAsItShould) {
+  BENCH bench;
+  bench.Write("a.hex", kHex);
+  bench.Write("a.bin", std::string(100, 'x'));
+  bench.Write("p.korvane", "[GENERAL]\r\n  USBPort = 0\r\n");
+  bench.Write("with data.korvane", "[GENERAL]\r\n  CurrentFile = \"a.hex\"\r\n");
+  const PROGRAM_RESULT result = bench.Run(GetParam().Args);
+  EXPECT_EQ(result.Status, GetParam().Status) << result.Out << result.Err;
+  for (const std::string& text : GetParam().Says) {
+    EXPECT_NE(result.Out.find(text), std::string::npos) << text << "\n in\n" << result.Out;
+  }
+  for (const std::string& text : GetParam().SaysNot) {
+    EXPECT_EQ(result.Out.find(text), std::string::npos) << text << "\n in\n" << result.Out;
+  }
+}
+
+const std::string kName256 = std::string(252, 'n') + ".hex";
+
+const LINE kLines[] = {
+    {"NoOptions", {}, 0, {"Valid command line options:", "-programverify"}, {"Application log"}},
+    {"Help", {"-help"}, 0, {"-openprj\t\t Opens an existing project"}, {"Application log"}},
+    {"QuestionMarkWord", {"?what"}, 0, {"Valid command line options:"}, {}},
+    {"HelpAmongOthers", {"?", "-opena.hex", "-exit"}, 0, {"Valid command", "opened successf"}, {}},
+    {"UnknownWord",
+     {"-nosuch", "-exit"},
+     1,
+     {"CMDLINE: Incorrect command line option [-nosuch] detected!"},
+     {}},
+    {"CaseDoesNotMatter", {"-OPENa.hex", "-EXIT"}, 0, {"Data file opened successfully"}, {}},
+    {"SeparateValue", {"-open", "a.hex", "-exit"}, 0, {"Data file opened successfully"}, {}},
+    {"BehindExitNothingRuns", {"-exit", "-openmissing.hex"}, 0, {}, {"missing.hex] ..."}},
+    {"MissingName", {"-open", "-exit"}, 1, {"CMDLINE_GetString:  Missing string"}, {}},
+    {"MissingFile",
+     {"-opennone.hex", "-exit"},
+     1,
+     {"Could not open file [none.hex]", "File not found!"},
+     {}},
+    {"FirstFailureEnds",
+     {"-opennone.hex", "-opena.hex", "-exit"},
+     1,
+     {"File not found!"},
+     {"Opening data file [a.hex]"}},
+    {"Name256Passes", {"-open" + kName256, "-exit"}, 1, {}, {"String to long"}},
+    {"Name257IsRefused",
+     {"-openn" + kName256, "-exit"},
+     1,
+     {"CMDLINE_GetString: String to long"},
+     {"Opening"}},
+    {"BinWithoutAddress", {"-opena.bin", "-saveasb.hex", "-exit"}, 0, {"opened successfully"}, {}},
+    {"BinBadAddress", {"-opena.bin,xyz", "-exit"}, 1, {"not a hexadecimal number"}, {}},
+    {"HexWithAddressWarns",
+     {"-opena.hex,1000", "-exit"},
+     0,
+     {"WARNING: SAddr is ignored for filetypes other than .bin", "Data file opened successfully"},
+     {}},
+    {"UnsupportedType", {"-opena.mcs", "-exit"}, 1, {"Unsupported file type (*.mcs)"}, {}},
+    {"BareProjectEndsThePass",
+     {"p.korvane", "-opena.hex"},
+     0,
+     {"Project opened successfully", "WARNING: Options behind the project file [p.korvane]"},
+     {"Opening data file"}},
+    {"ProjectBringsItsData",
+     {"-openprjwith data.korvane", "-exit"},
+     0,
+     {"Project opened successfully", "Data file opened successfully"},
+     {}},
+    {"DataOptionReplacesIt",
+     {"-openprjwith data.korvane", "-opena.bin", "-exit"},
+     0,
+     {"Opening data file [a.bin]"},
+     {"a.hex] ..."}},
+    {"ProjectMissing",
+     {"-openprjnone.korvane", "-exit"},
+     1,
+     {"Could not open file [none.korvane]", "File not found!"},
+     {}},
+    {"SaveNeedsSeparator",
+     {"-opena.bin", "-saveasb.bin,0 10", "-exit"},
+     1,
+     {"Separator has to be ','"},
+     {"Saving"}},
+    {"SaveWithoutData", {"-saveasb.bin", "-exit"}, 0, {}, {"Saving"}},
+    {"RangeNeedsSeparator", {"-readrange0", "-exit"}, 1, {"Separator has to be ','"}, {}},
+    {"ProgramWithoutData",
+     {"-program", "-exit"},
+     1,
+     {"Could not program target, no data file opened."},
+     {}},
+    {"UsbIndexWithoutProbe", {"-usb3", "-connect", "-exit"}, 1, {"device 3"}, {}},
+    {"UsbSerialNumber",
+     {"-usb4", "-connect", "-exit"},
+     1,
+     {"Probe/ Programmer with SN 4 not found."},
+     {}},
+    {"UsbSerialNumberTooLarge", {"-usb99999999999", "-exit"}, 1, {"too large"}, {}},
+    {"UsbNickname",
+     {"-usb", "Bench", "-connect", "-exit"},
+     0,
+     {"with nickname \"Bench\"", "Found SPI Flash: Winbond W25Q128FV"},
+     {}},
+    {"IpHost", {"-IPbench.local", "-connect", "-exit"}, 0, {"via TCP/IP to bench.local"}, {}},
+    {"IpUnknownHost", {"-ipnowhere", "-connect", "-exit"}, 1, {"nowhere"}, {}},
+    {"ModuleListPasses", {"-usb0:1,24", "-exit"}, 0, {}, {"ERROR"}},
+    {"ModuleListRefused", {"-usb0:25", "-exit"}, 1, {"Module list is wrong: 25"}, {}},
+    {"ModuleListEmpty", {"-usb0:", "-exit"}, 1, {"Module list is wrong"}, {}},
+    {"NotYet", {"-auto", "-exit"}, 1, {"The option -auto is not available in this version."}, {}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Shell, CommandLine, testing::ValuesIn(kLines),
+                         [](const auto& info) { return std::string(info.param.sName); });
+
+TEST(CommandLineFiles, TemporaryLogHoldsPlainLines) {
+  BENCH bench;
+  bench.Write("a.hex", kHex);
+  const PROGRAM_RESULT result =
+      bench.Run({"-korvanelogrun.log", "-opena.hex,5", "-exit"});
+  EXPECT_EQ(result.Status, 0);
+  const std::string log = bench.Read("run.log");
+  EXPECT_EQ(log.rfind("Application log started\r\n", 0), 0u) << log;
+  EXPECT_NE(log.find("WARNING: SAddr is ignored"), std::string::npos);
+  EXPECT_EQ(log.find('\x1b'), std::string::npos);
+  EXPECT_EQ(bench.Read("config/TARVEX/KorvaneSPI.ini").find("KorvaneLogFile"), std::string::npos);
+}
+
+TEST(CommandLineFiles, MissingDriverLibraryNamesThePlaces) {
+  BENCH bench;
+  const std::string copy = bench.Path("korvane");
+  ASSERT_EQ(bench.RunTool({"cp", KORVANE_PROGRAM, copy}).Status, 0);
+  // The copy stands in a folder without the library.
+  const PROGRAM_RESULT result = bench.RunTool(
+      {"env", "XDG_CONFIG_HOME=" + bench.Path("config"), copy, "-connect", "-exit"});
+  EXPECT_EQ(result.Status, 1) << result.Out;
+  EXPECT_NE(result.Out.find("Target DLL "), std::string::npos) << result.Out;
+  EXPECT_NE(result.Out.find(bench.Path("")), std::string::npos) << result.Out;
+  EXPECT_NE(result.Out.find(" not found !"), std::string::npos) << result.Out;
+}
+
+struct BAD_CONFIG {
+  const char* sText;
+  const char* sSays;
+};
+
+TEST(CommandLineFiles, BadProbeConfigurationNamesFileAndLine) {
+  BENCH bench;
+  const BAD_CONFIG aRows[] = {
+      {"[Probe0]\nBackend = sim\nChip = NOSUCH\n", "Vortic.ini:3"},
+      {"[Probe0]\nBackend = sim\nColour = red\nChip = W25Q128FV\n", "Vortic.ini:3"},
+      {"[Probe0]\nBackend = magic\n", "Vortic.ini:2"},
+      {"[Probe0]\nBackend = sim\nChip = W25Q128FV\nFault = explode@3\n", "Vortic.ini:4"},
+  };
+  for (const BAD_CONFIG& row : aRows) {
+    bench.Write("Vortic.ini", row.sText);
+    const PROGRAM_RESULT result = bench.Run({"-connect", "-exit"});
+    EXPECT_EQ(result.Status, 1) << row.sText;
+    EXPECT_NE(result.Out.find(row.sSays), std::string::npos) << row.sText << result.Out;
+  }
+}
+
+}  // namespace
