@@ -160,16 +160,6 @@ TEST_F(LogTest, CompletedTellsTheTimeOnceAtTheTop) {
   EXPECT_EQ(0u, m_NumDisconnects);
 }
 
-TEST_F(LogTest, FileReportsGoByLevel) {
-  APP_LogBegin("Open");
-  m_FrontEnd.ClearLog();
-  for (int level = 0; level < 4; ++level) {
-    APP_OnFileReport(nullptr, level, "text");
-  }
-  EXPECT_EQ(" - text\n - WARNING: text\n - ERROR: text\n - text\n", m_FrontEnd.GetLog());
-  EXPECT_EQ(1u, APP_GetErrorCount());
-}
-
 TEST_F(LogTest, LogFileHoldsPlainLines) {
   AddLogLine("before");
   WriteFile(LogFileName, "of the last run");

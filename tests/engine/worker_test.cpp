@@ -270,7 +270,7 @@ void AddTimer(TimerLog* pLog, u32 StartMs, u32 PeriodMs) {
 }
 
 TEST_F(WorkerTest, TimersRunWhenDueAndEnd) {
-  const FakeTime time(1'000'000);  // a millisecond each time that somebody looks
+  const FakeTime time(10'000'000);  // ten milliseconds each time that somebody looks
   TimerLog often{{}, 4, {}};
   TimerLog once{{}, 1, {}};
   TimerLog forever{{}, 0, {}};  // left to the stop to free
