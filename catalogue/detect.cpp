@@ -1,0 +1,64 @@
+#include <cstring>
+#include <memory>
+
+#include "app/engine/log.h"
+#include "catalogue/catalogue.h"
+#include "project/project.h"
+#include "sys/util_format.h"
+#include "sys/util_number.h"
+
+namespace {
+
+// As many ID bytes as are read, and as many of them as identification looks at.
+constexpr u32 kIdSize = 42;
+constexpr u32 kIdCompared = 32;
+
+// S25HS256T and S25FS256T share three ID bytes; the fifth tells them apart. Their rows are
+// neighbours.
+constexpr u32 kIdS25xS256T = 0x192B34;
+constexpr u8 kFifthByteFS = 8;
+
+void LogId(const u8* pId) {
+  char acText[64];
+  UTIL_snprintf64(acText, sizeof(acText), "Read SPI Flash Id = 0x%02X %02X %02X", pId[0], pId[1],
+                  pId[2]);
+  APP_LogInfo(acText);
+}
+
+void StoreId(const u8* pId) {
+  const auto pInfo = std::make_unique<SPI_FLASH_INFO>();
+  PROJECT_GetFlash(pInfo.get());
+  std::memcpy(pInfo->abID, pId, sizeof(pInfo->abID));
+  PROJECT_SetFlash(pInfo.get());
+}
+
+i32 FindRow(const u8* pId) {
+  const u32 id = UTIL_LoadU32(pId, false);
+  const i32 row = FLASH_IdentifyDevice(id, pId, kIdCompared);
+  const bool isNext = row >= 0 && (id & 0xFFFFFF) == kIdS25xS256T && pId[4] == kFifthByteFS;
+  return isNext ? row + 1 : row;
+}
+
+}  // namespace
+
+int FLASH_DetectDevice(const u8* pRawId, u32 NumRaw) {
+  u8 abId[kIdSize];
+  SPI_StripIdBytes(pRawId, NumRaw, abId, sizeof(abId));
+  if (PROJECT_IsOpen() == 0) {
+    APP_LogError("No project file opened.");
+    return -1;
+  }
+  LogId(abId);
+  StoreId(abId);
+  const i32 index = FindRow(abId);
+  FLASH_DEVICE row = {};
+  if (index < 0 || FLASH_GetDeviceRow(static_cast<u32>(index), &row) != 0) {
+    APP_LogError("Failed to auto-detect SPI Flash.");
+    APP_LogInfo("Failed to auto-detect SPI Flash.");
+    return -1;
+  }
+  APP_LogInfof("Found SPI Flash: %s %s", row.sVendor, row.sDevice);
+  // A device that cannot be set up as asked has reported why and counts as an error there.
+  static_cast<void>(FLASH_SelectDevice(index, true));
+  return 0;
+}

@@ -1,0 +1,135 @@
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <memory>
+
+#include "app/engine/log.h"
+#include "catalogue/catalogue.h"
+#include "project/project.h"
+
+namespace {
+
+i32 SelectedDevice = -1;
+
+static_assert(offsetof(SPI_FLASH_INFO, CmdWriteEnable) == 0 &&
+              offsetof(SPI_FLASH_INFO, CmdReadDataQuad) == sizeof(FLASH_CMD_SET));
+
+void ApplyCmdSet(SPI_FLASH_INFO& info, const FLASH_CMD_SET& set) {
+  std::memcpy(static_cast<void*>(&info), set.abCmd, sizeof(set.abCmd));
+}
+
+void ApplyGeometry(SPI_FLASH_INFO& info, const FLASH_DEVICE& row) {
+  info.PageSizeShift = row.PageSizeShift();
+  info.SectorSizeShift = row.SectorSizeShift();
+  info.NumPages = 1u << (row.TotalSizeShift() - row.PageSizeShift());
+}
+
+// Comes behind the command set, which it changes.
+void ApplyAddrMode(SPI_FLASH_INFO& info, u32 addrMode4B) {
+  switch (addrMode4B) {
+    case FLASH_ADDR_3BYTE:
+      info.Dedicated4BAddrMode = 0;
+      info.CmdEnter4ByteMode = 0;
+      info.CmdExit4ByteMode = 0;
+      break;
+    case FLASH_ADDR_4BYTE_CMDS:
+      info.CmdReadData = 0x13;
+      info.CmdWritePage = 0x12;
+      info.CmdEraseSector = 0xDC;
+      info.NumAddrBytes = 4;
+      info.CmdEnter4ByteMode = 0;
+      info.CmdExit4ByteMode = 0;
+      info.Dedicated4BAddrMode = 0;
+      break;
+    case FLASH_ADDR_4BYTE_MODE:
+      info.CmdEnter4ByteMode = 0xB7;
+      info.CmdExit4ByteMode = 0xE9;
+      info.NumAddrBytes = 4;
+      info.Dedicated4BAddrMode = 1;
+      break;
+    case FLASH_ADDR_4BYTE_FAST_READ:
+      info.CmdReadData = 0x0B;
+      info.NumAddrBytes = 4;
+      break;
+    default:
+      break;
+  }
+}
+
+void ApplyDevice(SPI_FLASH_INFO& info, const FLASH_DEVICE& row) {
+  ApplyGeometry(info, row);
+  info.Ignore2ndIdByte = row.Ignore2ndIdByte() ? 1 : 0;
+  info.StatusRegFormat = static_cast<u8>(row.StatusRegFormat());
+  ApplyCmdSet(info, *row.pCmdSet);
+  ApplyAddrMode(info, row.AddrMode4B());
+}
+
+void ApplyQuadConfig(SPI_FLASH_INFO& info, const FLASH_QUAD_CONFIG& config) {
+  const u32 numSteps = std::min(config.NumSteps, CUSTOM_MAX_STEPS);
+  info.UseQuadMode = 1;
+  info.CmdReadDataQuad = config.pCmds[0];
+  info.CmdWritePageQuad = config.pCmds[1];
+  info.NumDummyCyclesQuad = config.pCmds[2];
+  std::copy_n(config.pSteps, numSteps, info.aQuadEnableInitSteps);
+  info.NumQuadEnableInitSteps = numSteps;
+  info.RdCmdTransferMode = config.RdCmdTransferMode;
+  info.WrCmdTransferMode = config.WrCmdTransferMode;
+  info.RdAddrTransferMode = config.RdAddrTransferMode;
+  info.WrAddrTransferMode = config.WrAddrTransferMode;
+}
+
+// 0, or -1 when quad mode was asked for and this device has no settings for it.
+int SetUpQuad(SPI_FLASH_INFO& info, const FLASH_DEVICE& row) {
+  if (info.AutoDetect != 0 && info.DataTransferMode != SPI_LANES_QUAD) {
+    return 0;
+  }
+  if (row.pQuadConfig != nullptr) {
+    ApplyQuadConfig(info, *row.pQuadConfig);
+    return 0;
+  }
+  if (info.UseQuadMode != 0) {
+    APP_LogErrorf("Failed to auto-detect quad mode configuration for %s %s.", row.sVendor,
+                  row.sDevice);
+    return -1;
+  }
+  return 0;
+}
+
+}  // namespace
+
+int FLASH_SelectDevice(i32 Index, bool DoApply) {
+  SelectedDevice = -1;
+  FLASH_DEVICE row = {};
+  // The empty row is nothing that could be selected.
+  if (Index < 0 || FLASH_GetDeviceRow(static_cast<u32>(Index), &row) != 0 ||
+      row.sVendor == nullptr || PROJECT_IsOpen() == 0) {
+    return -1;
+  }
+  // On the heap: the record holds 256 steps.
+  const auto pInfo = std::make_unique<SPI_FLASH_INFO>();
+  PROJECT_GetFlash(pInfo.get());
+  if (DoApply) {
+    ApplyDevice(*pInfo, row);
+  }
+  if (SetUpQuad(*pInfo, row) != 0) {
+    return -1;
+  }
+  PROJECT_SetFlash(pInfo.get());
+  SelectedDevice = Index;
+  return 0;
+}
+
+i32 FLASH_GetSelectedDevice() {
+  return SelectedDevice;
+}
+
+int FLASH_ApplyEEPROM(SPI_FLASH_INFO* pInfo) {
+  FLASH_DEVICE row = {};
+  if (pInfo == nullptr || pInfo->FlashType != FLASH_TYPE_EEPROM ||
+      FLASH_GetEEPROMRow(pInfo->EEPROMIndex, &row) != 0 || row.pCmdSet == nullptr) {
+    return -1;
+  }
+  ApplyCmdSet(*pInfo, *row.pCmdSet);
+  ApplyGeometry(*pInfo, row);
+  return 0;
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "project/project.h"
+
+// What the files of the project module share.
+
+struct PROJECT_BLOCKS {
+  PROJ_GENERAL General;
+  PROJ_CPU Cpu;
+  SPI_FLASH_INFO Flash;
+  PROJ_PRODUCTION Production;
+  PROJ_PERFORMANCE Performance;
+};
+
+struct PROJECT_STATE {
+  u32 NumModifications;  // since load or save
+  u8 HasFileName;        // the project has a file on disk
+  u8 IsLoading;          // changes are counted, but shown only once it is done
+  u8 IsShutDown;
+};
+
+PROJECT_STATE& PROJECT_State();
+// The blocks in force.
+PROJECT_BLOCKS& PROJECT_Current();
+// What reader and defaults fill, cleared by this call.
+PROJECT_BLOCKS& PROJECT_ClearStaging();
+// 0, or -1 after telling the user that no project is open.
+int PROJECT_CheckOpen();
+void PROJECT_CountModification();
+
+// Values of a new project.
+void PROJECT_ApplyDefaults();
+// From and to the text store.
+void PROJECT_ReadBlocks();
+void PROJECT_WriteBlocks();

@@ -1,0 +1,256 @@
+#include <atomic>
+#include <string>
+
+#include "app/engine/frontend.h"
+#include "app/engine/log.h"
+#include "project/recent.h"
+#include "project/settings.h"
+#include "project/setup_override.h"
+#include "sys/file.h"
+#include "sys/path.h"
+#include "sys/util_string.h"
+
+// The accessors over the settings store.
+
+namespace {
+
+// A number of the store, kept so that reading it costs nothing: the log level is asked for at each
+// line. Any thread.
+class NumberSetting {
+ public:
+  constexpr NumberSetting(const char* sSection, const char* sKey, u32 Default)
+      : m_sSection(sSection), m_sKey(sKey), m_Default(Default) {}
+
+  u32 Get() {
+    u64 cached = m_Cached.load();
+    if (cached != kEmpty) {
+      return static_cast<u32>(cached);
+    }
+    // The default stands in while the store is asked: a malformed line is reported by a box, which
+    // asks for the log level in its turn.
+    if (!m_Cached.compare_exchange_strong(cached, kPending | m_Default)) {
+      return cached == kEmpty ? m_Default : static_cast<u32>(cached);
+    }
+    u32 value = m_Default;
+    if (SETTINGS_ReadNumber(m_sSection, m_sKey, &value) != 0) {
+      value = m_Default;
+    }
+    // Dropped when the value was set or forgotten meanwhile.
+    u64 pending = kPending | m_Default;
+    m_Cached.compare_exchange_strong(pending, kValid | value);
+    return value;
+  }
+
+  void Set(u32 Value) {
+    SETTINGS_WriteNumber(m_sSection, m_sKey, Value);  // a failure has been reported
+    Forget();
+  }
+
+  void Forget() { m_Cached.store(kEmpty); }
+
+ private:
+  static constexpr u64 kEmpty = 0;
+  static constexpr u64 kValid = u64{1} << 32;
+  static constexpr u64 kPending = u64{1} << 33;
+
+  const char* m_sSection;
+  const char* m_sKey;
+  u32 m_Default;
+  std::atomic<u64> m_Cached{kEmpty};
+};
+
+constexpr char kOperation[] = "OPERATION";
+constexpr char kProject[] = "PROJECT";
+constexpr char kPath[] = "PATH";
+constexpr char kLog[] = "LOG";
+
+NumberSetting AutoBlankCheck(kOperation, "AutoBlankCheck", 1);
+NumberSetting AutoDisconnect(kOperation, "AutoDisconnect", 0);
+NumberSetting AutoMode(kOperation, "AutoMode", 0);
+NumberSetting SkipBlankAreas(kOperation, "SkipBlankAreas", 0);
+NumberSetting AutoSaveProject(kProject, "AutoSaveProject", 0);
+NumberSetting EnableKorvaneLog(kLog, "EnableKorvaneLog", 0);
+NumberSetting EnableVorticLog(kLog, "EnableVorticLog", 0);
+NumberSetting LogLevel(kLog, "LogLevel", 3);
+NumberSetting TimeoutProgram("TIMEOUT", "TimeoutProgram", 1000);
+
+NumberSetting* const apNumbers[] = {&AutoBlankCheck,  &AutoDisconnect,  &AutoMode,
+                                    &SkipBlankAreas,  &AutoSaveProject, &EnableKorvaneLog,
+                                    &EnableVorticLog, &LogLevel,        &TimeoutProgram};
+
+void ForgetNumbers() {
+  for (NumberSetting* pNumber : apNumbers) {
+    pNumber->Forget();
+  }
+}
+
+void ReportSettings(const char* sText) {
+  APP_MsgBox(sText, "OK", nullptr, 0, APP_ICON_WARNING, 0);
+}
+
+// False when the key is missing or empty. Files written elsewhere may hold the other slash.
+bool ReadPath(const char* sSection, const char* sKey, char* pBuf, u32 BufSize) {
+  if (SETTINGS_ReadString(sSection, sKey, pBuf, BufSize) != 0 || pBuf[0] == '\0') {
+    return false;
+  }
+  SYS_PATH_ToNative(pBuf);
+  return true;
+}
+
+void WriteDirectory(const char* sKey, const char* sName) {
+  char acName[SYS_MAX_PATH];
+  char acDrive[8];
+  char acDir[SYS_MAX_PATH];
+  if (sName == nullptr || UTIL_strcpy(acName, sName, sizeof(acName)) > i32{SYS_MAX_PATH}) {
+    return;
+  }
+  SYS_PATH_ToNative(acName);
+  SYS_PATH_Split(acName, acDrive, sizeof(acDrive), acDir, sizeof(acDir), nullptr, 0, nullptr, 0);
+  SETTINGS_WriteString(kPath, sKey, (std::string(acDrive) + acDir).c_str());
+}
+
+void GetLogFile(const char* sKey, const char* sStem, char* pBuf, u32 BufSize) {
+  if (ReadPath(kLog, sKey, pBuf, BufSize)) {
+    return;
+  }
+  char acDir[SYS_MAX_PATH] = {};
+  // Without a work directory the log goes to the current one.
+  if (SYS_GetWritableDir(acDir, sizeof(acDir)) != 0) {
+    acDir[0] = '\0';
+  }
+  SYS_PATH_Make(pBuf, BufSize, nullptr, acDir, sStem, ".log");
+}
+
+}  // namespace
+
+int SETUP_Init() {
+  char acDir[SYS_MAX_PATH] = {};
+  char acFile[SYS_MAX_PATH] = {};
+  if (SYS_GetAppDataDir(acDir, sizeof(acDir)) != 0) {
+    return -1;
+  }
+  SYS_PATH_Make(acFile, sizeof(acFile), nullptr, acDir, "KorvaneSPI", ".ini");
+  SETTINGS_Init(acFile, ReportSettings);
+  ForgetNumbers();
+  return 0;
+}
+
+void SETUP_Reset() {
+  SETUP_ClearOverrides();
+  SETTINGS_Exit();
+  ForgetNumbers();
+}
+
+u32 SETUP_GetAutoBlankCheck() {
+  return AutoBlankCheck.Get();
+}
+u32 SETUP_GetAutoDisconnect() {
+  return AutoDisconnect.Get();
+}
+u32 SETUP_GetAutoMode() {
+  return AutoMode.Get();
+}
+u32 SETUP_GetSkipBlankAreas() {
+  return SkipBlankAreas.Get();
+}
+u32 SETUP_GetAutoSaveProject() {
+  return AutoSaveProject.Get();
+}
+u32 SETUP_GetTimeoutProgram() {
+  return TimeoutProgram.Get();
+}
+
+u32 SETUP_GetLogLevel() {
+  const u32 level = LogLevel.Get();
+  return level < 1 ? 1 : level > 9 ? 9 : level;
+}
+
+u32 SETUP_GetEnableKorvaneLog(bool AllowOverride) {
+  return AllowOverride && SETUP_GetKorvaneLogOverride(nullptr, 0) ? 1 : EnableKorvaneLog.Get();
+}
+
+u32 SETUP_GetEnableVorticLog(bool AllowOverride) {
+  return AllowOverride && SETUP_GetVorticLogOverride(nullptr, 0) ? 1 : EnableVorticLog.Get();
+}
+
+void SETUP_GetKorvaneLogFile(char* pBuf, u32 BufSize, bool AllowOverride) {
+  if (!AllowOverride || !SETUP_GetKorvaneLogOverride(pBuf, BufSize)) {
+    GetLogFile("KorvaneLogFile", "Korvane", pBuf, BufSize);
+  }
+}
+
+void SETUP_GetVorticLogFile(char* pBuf, u32 BufSize, bool AllowOverride) {
+  if (!AllowOverride || !SETUP_GetVorticLogOverride(pBuf, BufSize)) {
+    GetLogFile("VorticLogFile", "VorticARM", pBuf, BufSize);
+  }
+}
+
+void SETUP_GetCurrent(char* pBuf, u32 BufSize) {
+  ReadPath(kProject, "Current", pBuf, BufSize);
+}
+
+void SETUP_GetDataFiles(char* pBuf, u32 BufSize) {
+  if (!ReadPath(kPath, "DataFiles", pBuf, BufSize)) {
+    SYS_GetExeDir(pBuf, BufSize);
+  }
+}
+
+void SETUP_GetProjectFiles(char* pBuf, u32 BufSize) {
+  if (ReadPath(kPath, "ProjectFiles", pBuf, BufSize)) {
+    return;
+  }
+  SYS_GetExeDir(pBuf, BufSize);
+  std::string samples = std::string(pBuf) + "Samples\\Korvane\\ProjectFiles\\";
+  SYS_PATH_ToNative(samples.data());
+  if (samples.size() < BufSize && SYS_DIR_Exists(samples.c_str()) != 0) {
+    UTIL_strcpy(pBuf, samples.c_str(), BufSize);
+  }
+}
+
+void SETUP_SetAutoBlankCheck(u32 Value) {
+  AutoBlankCheck.Set(Value);
+}
+void SETUP_SetAutoDisconnect(u32 Value) {
+  AutoDisconnect.Set(Value);
+}
+void SETUP_SetAutoMode(u32 Value) {
+  AutoMode.Set(Value);
+}
+void SETUP_SetSkipBlankAreas(u32 Value) {
+  SkipBlankAreas.Set(Value);
+}
+void SETUP_SetAutoSaveProject(u32 Value) {
+  AutoSaveProject.Set(Value);
+}
+void SETUP_SetLogLevel(u32 Value) {
+  LogLevel.Set(Value);
+}
+void SETUP_SetEnableVorticLog(u32 Value) {
+  EnableVorticLog.Set(Value);
+}
+
+void SETUP_SetEnableKorvaneLog(u32 Value) {
+  EnableKorvaneLog.Set(Value);
+  // A log that the command line asked for stays on.
+  APP_EnableLogFile(SETUP_GetEnableKorvaneLog(true) != 0);
+}
+
+void SETUP_SetKorvaneLogFile(const char* sName) {
+  SETTINGS_WriteString(kLog, "KorvaneLogFile", sName);
+}
+
+void SETUP_SetVorticLogFile(const char* sName) {
+  SETTINGS_WriteString(kLog, "VorticLogFile", sName);
+}
+
+void SETUP_SetCurrent(const char* sName) {
+  SETTINGS_WriteString(kProject, "Current", sName);
+  RECENT_Add(RECENT_PROJECTS, sName);
+}
+
+void SETUP_SetDataFiles(const char* sName) {
+  WriteDirectory("DataFiles", sName);
+}
+void SETUP_SetProjectFiles(const char* sName) {
+  WriteDirectory("ProjectFiles", sName);
+}
