@@ -26,10 +26,9 @@ class Signal {
   Signal(bool ManualReset, bool InitiallySet) : m_IsManual(ManualReset), m_IsSet(InitiallySet) {}
 
   void Set() {
-    {
-      const std::lock_guard lock(m_Lock);
-      m_IsSet = true;
-    }
+    // Notified under the lock: whoever wakes may destroy the event at once.
+    const std::lock_guard lock(m_Lock);
+    m_IsSet = true;
     // An automatic event lets one waiter pass; the others find it reset and go on waiting.
     m_Changed.notify_all();
   }

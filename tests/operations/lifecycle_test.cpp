@@ -1,0 +1,159 @@
+// Start, jobs and shut-down of the core, with its application thread and a front end that answers
+// late, early and not at all.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "app/engine/app_state.h"
+#include "app/operations/jobs.h"
+#include "flash/driver.h"
+#include "project/project.h"
+#include "project/settings.h"
+#include "sys/thread.h"
+#include "tests/operations/core_scope.h"
+
+namespace {
+
+// A program run in this process: start it with a command line, wait for Init, end it.
+class PROGRAM_RUN {
+ public:
+  explicit PROGRAM_RUN(std::vector<std::string> args) : m_Args(std::move(args)) {
+    m_Args.insert(m_Args.begin(), "korvane");
+    for (std::string& arg : m_Args) {
+      m_argv.push_back(arg.data());
+    }
+    m_Start.argc = static_cast<u32>(m_argv.size());
+    m_Start.argv = m_argv.data();
+    m_Start.ShowCmd = 1;
+    APP_SetUp(&m_Core.FrontEnd());
+    DRIVER_SetLibraryPath(KORVANE_DRIVER);
+  }
+  ~PROGRAM_RUN() {
+    APP_TearDown();
+    WORKER_Reset();
+  }
+
+  void Start() { ASSERT_EQ(APP_PostInit(&m_Start), 0); }
+  void WaitInit() {
+    while (m_Core.FrontEnd().GetCounts().NumFinishInit == 0) {
+      std::this_thread::yield();
+    }
+  }
+  bool End() { return APP_ShutDown(nullptr, nullptr); }
+
+  CORE_SCOPE& Core() { return m_Core; }
+  SCRIPTED_FRONTEND& FrontEnd() { return m_Core.FrontEnd(); }
+  APP_START_INFO& StartInfo() { return m_Start; }
+
+ private:
+  CORE_SCOPE m_Core;
+  std::vector<std::string> m_Args;
+  std::vector<char*> m_argv;
+  APP_START_INFO m_Start = {};
+};
+
+TEST(Lifecycle, StartWithoutArgumentsFollowsTheStoredAction) {
+  struct ROW {
+    u32 Action;
+    u8 Welcome, NewProject;
+    bool ProjectOpen;
+  };
+  for (const ROW& row :
+       {ROW{0, 1, 0, false}, ROW{1, 0, 0, true}, ROW{2, 0, 1, false}, ROW{7, 1, 0, false}}) {
+    PROGRAM_RUN run({});
+    SETUP_SetAppStartAction(row.Action);
+    run.Start();
+    run.WaitInit();
+    EXPECT_EQ(run.StartInfo().ShowWelcomeDlg, row.Welcome) << row.Action;
+    EXPECT_EQ(run.StartInfo().ShowNewProjectDlg, row.NewProject) << row.Action;
+    EXPECT_EQ(run.FrontEnd().GetMenu().ProjectOpen != 0, row.ProjectOpen) << row.Action;
+    EXPECT_EQ(run.FrontEnd().GetCounts().Visibility, 1u);
+    EXPECT_TRUE(run.End());
+    EXPECT_EQ(APP_State().ExitState, 2u);
+  }
+}
+
+TEST(Lifecycle, CommandLineRunsInsideInitAndAsksForTheEnd) {
+  PROGRAM_RUN run({"-hide", "-connect", "-disconnect", "-exit", "-nosuch"});
+  run.Start();
+  run.WaitInit();
+  EXPECT_TRUE(run.End());
+  const auto counts = run.FrontEnd().GetCounts();
+  EXPECT_EQ(counts.NumPostClose, 1u);
+  EXPECT_EQ(counts.Visibility, 0u);
+  EXPECT_EQ(APP_State().ExitCode, 0) << run.FrontEnd().GetLog();
+  EXPECT_TRUE(run.FrontEnd().HasLog("Found SPI Flash: Winbond W25Q128FV"));
+  EXPECT_TRUE(run.FrontEnd().GetBoxes().empty());  // nothing stops an unattended run
+}
+
+TEST(Lifecycle, FailingPreParseOpensNothing) {
+  PROGRAM_RUN run({"-usb0:99", "-exit"});
+  run.Start();
+  run.WaitInit();
+  EXPECT_EQ(run.StartInfo().CloseAfterInit, 1);
+  EXPECT_EQ(run.FrontEnd().GetMenu().ProjectOpen, 0);
+  EXPECT_FALSE(run.FrontEnd().HasLog("Application log started"));
+  EXPECT_TRUE(run.End());
+  EXPECT_EQ(APP_State().ExitCode, 1);
+}
+
+// The application thread sits in a box while others post; every job still runs, in order, and the
+// end waits for all of them.
+TEST(Lifecycle, JobsWaitBehindALateAnswerAndBeforeTheEnd) {
+  PROGRAM_RUN run({"-exit"});
+  run.Start();
+  run.WaitInit();
+  APP_State().SuppressGUI = 0;
+  APP_State().ExitRequested = 0;
+  std::atomic<bool> asked{false};
+  const SYS_HANDLE hAnswer = SYS_CreateEvent(true, false);
+  run.FrontEnd().OnBlocking = [&](const char*) {
+    asked = true;
+    SYS_WaitForObject(hAnswer, SYS_INFINITE);
+  };
+  APP_PostProgram(false);  // no image: ends in a box
+  while (!asked) {
+    std::this_thread::yield();
+  }
+  std::vector<std::thread> posters;
+  for (int i = 0; i < 4; ++i) {
+    posters.emplace_back([] {
+      for (int n = 0; n < 6; ++n) {
+        APP_PostUpdateMenuBar();
+      }
+    });
+  }
+  for (std::thread& poster : posters) {
+    poster.join();
+  }
+  const u32 numMenus = run.FrontEnd().GetCounts().NumMenus;
+  SYS_SetEvent(hAnswer);
+  EXPECT_TRUE(run.End());
+  EXPECT_GE(run.FrontEnd().GetCounts().NumMenus, numMenus + 24);
+  WORKER_REQUEST request;
+  APP_JOB_CONTEXT late = {nullptr, nullptr, nullptr, APP_JOB_UPDATE_MENU_BAR, 0};
+  request.pJob = &late;
+  EXPECT_EQ(WORKER_Post(request), -1);
+  SYS_CloseHandle(hAnswer);
+}
+
+TEST(Lifecycle, JobsOfAUserProgramTheFocusedImage) {
+  PROGRAM_RUN run({"-exit"});
+  WriteFile(run.Core().Path("a.hex"), ":0400100001020304E2\n:00000001FF\n");
+  run.Start();
+  run.WaitInit();
+  APP_State().SuppressGUI = 0;
+  APP_PostOpenDataFile(run.Core().Path("a.hex").c_str(), ~u64{0}, false, nullptr);
+  APP_PostErase(3);
+  APP_PostProgram(true);
+  APP_PostConnectTarget(false);
+  EXPECT_TRUE(run.End());
+  EXPECT_NE(run.FrontEnd().GetBoxTexts().find("Target programmed and verified successfully."),
+            std::string::npos)
+      << run.FrontEnd().GetLog();
+  EXPECT_EQ(ReadFile(run.Core().Path("chip.bin")).substr(0x10, 4), "\x01\x02\x03\x04");
+  EXPECT_EQ(run.FrontEnd().GetNumOpenProgress(), 0u);
+}
+
+}  // namespace
