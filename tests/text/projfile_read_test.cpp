@@ -1,0 +1,150 @@
+#include "sys/file.h"
+#include "tests/text/text_test.h"
+
+namespace {
+
+TEST_F(ProjFile, NumbersAndTheirFailures) {
+  struct Row {
+    const char *sText, *sSection;
+    int Result;
+    u32 Value;
+    const char* sShown;
+  };
+  const Row rows[] = {
+      {"  Key = 0x10\r\n", nullptr, 0, 0x10, ""},
+      {"Key=-1\n", nullptr, 0, 0xFFFFFFFF, ""},
+      {"Key = 5", nullptr, 0, 5, ""},
+      {"Key = \r\n", nullptr, 0, 0, ""},
+      {"Key = 4294967296\n", nullptr, -1, 0, "Expected a value <= 4294967295"},
+      {"KEY = 5\n", nullptr, -1, 0, "Expected \"Key\""},
+      {"Key2 = 5\nKeyX[1] = 6\n Key 3 = 1\n", nullptr, -1, 0, ""},
+      {"Key = 1\nKey = 2\n", nullptr, 0, 1, ""},
+      {"Key[2] = 7\n", nullptr, 0, 7, ""},
+      {"Key[2 = 7\n", nullptr, -1, 0, "Expected ']', got '='"},
+      {"Key[x] = 7\n", nullptr, -1, 0, "Expecting a number"},
+      {"[S]\nKey = 3\n", nullptr, -1, 0, ""},
+      {"Key = 1\n \t[s]\r\n\tKey\t=\t3\n", "S", 0, 3, ""},
+      {"[S]x\nKey = 3\n", "S", 0, 3, ""},
+      {"[S]\n[T]\nKey = 3\n", "S", -1, 0, ""},
+      {"[S]\n[broken\nKey = 3\n", "S", -1, 0, ""},
+      {"[S]\nA = 1\n[S]\nKey = 3\n", "S", -1, 0, ""},
+      {"[S]", "S", -1, 0, ""},
+      {"[S]\nKey = 3", "S", 0, 3, ""},
+      {"[S ]\nKey = 3\n", "S", -1, 0, ""},
+      {"", "S", -1, 0, ""},
+      {"\n\n\r\r\n=\n[\n]\nKey", nullptr, -1, 0, ""},
+  };
+  for (const Row& row : rows) {
+    Open(row.sText);
+    u32 value = 9;
+    EXPECT_EQ(PROJFILE_ReadU32(row.sSection, "Key", &value), row.Result) << row.sText;
+    EXPECT_EQ(value, row.Value) << row.sText;
+    EXPECT_EQ(Shown(), row.sShown) << row.sText;
+  }
+  Open(std::string("Key = 4\n\0[S]\nKey = 5\n", 22));
+  u32 value = 9;
+  EXPECT_EQ(PROJFILE_ReadU32("S", "Key", &value), -1);
+}
+
+TEST_F(ProjFile, Strings) {
+  struct Row {
+    const char* sText;
+    int Result;
+    const char *sValue, *sShown;
+  };
+  const Row rows[] = {
+      {"Key = \"abc\"\n", 0, "abc", ""},
+      {"Key = \"a=[b]\"\n", 0, "a=[b]", ""},
+      {"Key = \"1234567\"\n", 0, "1234567", ""},
+      {"Key = \"12345678\"\n", -1, "1234567", "Failed to read 'Key' in section 'S'."},
+      {"Key = \"a\nb\"\n", 0, "a\nb", ""},
+      {"Key = \"a\n[T]\n\"\n", 0, "a\n[T]\n", ""},
+      {"Key = abc\n", -1, "", "Failed to read 'Key' in section 'S'."},
+      {"Key = \"abc", -1, "abc", "Failed to read 'Key' in section 'S'."},
+      {"kEY = \"abc\"\n", -1, "", "Expected \"Key\""}};
+  for (const Row& row : rows) {
+    Open(std::string("[S]\r\n") + row.sText);
+    char acValue[8] = "?";
+    EXPECT_EQ(PROJFILE_ReadString("S", "Key", acValue, sizeof(acValue)), row.Result) << row.sText;
+    EXPECT_STREQ(acValue, row.sValue);
+    EXPECT_EQ(Shown(), row.sShown);
+  }
+}
+
+TEST_F(ProjFile, ByteArrays) {
+  struct Row {
+    const char* sText;
+    int ResultHex, ResultDec;
+    std::vector<u8> Hex, Dec;
+    const char* sShown;
+  };
+  const Row rows[] = {
+      {"K[3] = 1,2,3\r\n", 0, 0, {1, 2, 3, 0}, {1, 2, 3, 0}, ""},
+      {"K[3] = 0x01 , 0xFF,7\n", 0, -1, {1, 255, 7, 0}, {0, 0, 0, 0}, "Expected ',', got 'x'"},
+      {"K[3] = 1 2 3\n", 0, -1, {1, 2, 3, 0}, {1, 0, 0, 0}, "Expected ',', got '2'"},
+      {"K = 1,2\n", 0, 0, {0, 0, 0, 0}, {0, 0, 0, 0}, ""},
+      {"K[9] = 1,2,3,4,5\n", 0, 0, {1, 2, 3, 4}, {1, 2, 3, 4}, ""},
+      {"K[4] = 1,2\r\n", 0, -1, {1, 2, 0, 0}, {1, 2, 0, 0}, "Expected ',', got '\r'"},
+      {"K[-3] = 1,2,3\n", 0, 0, {0, 0, 0, 0}, {0, 0, 0, 0}, ""}};
+  for (const Row& row : rows) {
+    Open(row.sText);
+    std::vector<u8> data(4, 9);
+    EXPECT_EQ(PROJFILE_ReadHexBytes(nullptr, "K", data.data(), 4), row.ResultHex) << row.sText;
+    EXPECT_EQ(data, row.Hex) << row.sText;
+    EXPECT_EQ(Shown(), "");
+    data.assign(4, 9);
+    EXPECT_EQ(PROJFILE_ReadDecBytes(nullptr, "K", data.data(), 4), row.ResultDec) << row.sText;
+    EXPECT_EQ(data, row.Dec) << row.sText;
+    EXPECT_EQ(Shown(), row.sShown);
+  }
+  Open("K[2] = 256,1\nL[99999] = 1\n");
+  u8 aData[2] = {9, 9};
+  u32 numInFile = 0;
+  EXPECT_EQ(PROJFILE_ReadHexBytes(nullptr, "K", aData, 2), -1);
+  EXPECT_EQ(Shown(), "Expected a value <= 255");
+  EXPECT_EQ(PROJFILE_ReadHexBytes(nullptr, "L", aData, 2, &numInFile), 0);
+  EXPECT_EQ(numInFile, 32767u);
+  EXPECT_EQ(PROJFILE_ReadDecBytes(nullptr, "None", aData, 2), -1);
+  EXPECT_EQ(Shown(), "");
+}
+
+TEST_F(ProjFile, OpenFailures) {
+  EXPECT_EQ(PROJFILE_Open(nullptr), -1);
+  EXPECT_EQ(Shown(), "Unable to open project file. No filename specified.");
+  EXPECT_EQ(PROJFILE_Open(Name().c_str()), -1);
+  EXPECT_EQ(Shown(), "Could not open file [" + Name() + "]\nFile not found!");
+  EXPECT_EQ(PROJFILE_Open(std::string(SYS_MAX_PATH, 'n').c_str()), -1);
+  EXPECT_EQ(Shown(), "Insufficient memory for filename.");
+  EXPECT_EQ(PROJFILE_IsOpen(), 0);
+  u32 value = 0;
+  EXPECT_EQ(PROJFILE_ReadU32(nullptr, "K", &value), -1);
+  EXPECT_EQ(Shown(), "No project file opened.");
+  Open("K = 1\n");
+  EXPECT_EQ(PROJFILE_IsOpen(), 1);
+  EXPECT_EQ(PROJFILE_Open((m_Dir / "none").c_str()), -1);
+  EXPECT_EQ(PROJFILE_IsOpen(), 0);
+  EXPECT_STREQ(PROJFILE_GetName(), "");
+  PROJFILE_Shutdown();
+  EXPECT_EQ(PROJFILE_IsOpen(), -1);
+  EXPECT_EQ(PROJFILE_GetName(), nullptr);
+  EXPECT_EQ(PROJFILE_Open(Name().c_str()), -1);
+  EXPECT_EQ(PROJFILE_Save(Name().c_str()), -1);
+}
+
+// Look-ups that walked this file would be 20 GB of text, which no time limit of the tests allows.
+TEST_F(ProjFile, ThousandsOfLookUpsInAHugeFile) {
+  std::string text;
+  for (u32 i = 0; text.size() < 10'000'000; ++i) {
+    text += "junk" + std::to_string(i) + (i % 7 == 0 ? " = 1\r\n" : "\r\n");
+    text += i % 1000 == 0 ? "[Junk" + std::to_string(i) + "]\r\n" : "";
+  }
+  Open(text + "[Last]\r\n  Key = 7\r\n");
+  for (u32 i = 0; i < 3000; ++i) {
+    u32 value = 0;
+    ASSERT_EQ(PROJFILE_ReadU32("Last", ("None" + std::to_string(i)).c_str(), &value), -1);
+    ASSERT_EQ(PROJFILE_ReadU32("Last", "Key", &value), 0);
+    ASSERT_EQ(value, 7u);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "project/text/projfile.h"
+#include "tests/sys/temp_dir.h"
+
+// A text store of its own, in a temporary directory, with its messages gathered.
+class ProjFile : public testing::Test {
+ protected:
+  ProjFile() {
+    PROJFILE_Reset();
+    s_Shown.clear();
+    m_OldHooks = PROJFILE_Hooks;
+    PROJFILE_Hooks.pfShowError = [](const char* sText) { s_Shown.emplace_back(sText); };
+  }
+  ~ProjFile() override {
+    PROJFILE_Reset();
+    PROJFILE_Hooks = m_OldHooks;
+  }
+
+  void Open(const std::string& Text) {
+    WriteText(Name(), Text);
+    ASSERT_EQ(PROJFILE_Open(Name().c_str()), 0);
+  }
+  std::string Saved() const {
+    EXPECT_EQ(PROJFILE_Save(nullptr), 0);
+    return ReadText(Name());
+  }
+  std::string Name() const { return m_Dir / "p.korvane"; }
+  // The messages since the last call, joined.
+  static std::string Shown() {
+    std::string all;
+    for (const std::string& text : s_Shown) {
+      all += (all.empty() ? "" : "&") + text;
+    }
+    s_Shown.clear();
+    return all;
+  }
+
+  const TempDir m_Dir;
+
+ private:
+  static inline std::vector<std::string> s_Shown;
+  PROJFILE_HOOKS m_OldHooks{};
+};
