@@ -33,10 +33,10 @@ typedef void VORTIC_TEXT_HANDLER(const char* sText);
 #define VORTIC_CAP_STANDALONE_SPI 72
 
 /* ---- Selecting a probe; before it is opened. ---- */
-int VORTICARM_SelectUSB(int32_t Port);                      /* 0 to 3; 0, or -1 */
-int VORTICARM_EMU_SelectByUSBSN(uint32_t SerialNo);         /* -1: not found */
-int VORTIC_EMU_SelectByUSBNickname(const char* sNickname);  /* -1: not found */
-int VORTICARM_SelectIP(const char* sHost, int32_t Port);    /* 0, or -1 */
+int VORTICARM_SelectUSB(int32_t Port);                     /* 0 to 3; 0, or -1 */
+int VORTICARM_EMU_SelectByUSBSN(uint32_t SerialNo);        /* -1: not found */
+int VORTIC_EMU_SelectByUSBNickname(const char* sNickname); /* -1: not found */
+int VORTICARM_SelectIP(const char* sHost, int32_t Port);   /* 0, or -1 */
 
 /* ---- Opening. Null: open; else a text that tells why not. pfLog gets the lines that belong in the
  * user's log whatever its level. ---- */
@@ -90,8 +90,8 @@ typedef struct {
   int32_t Result;    /* transfer with pWrite: bytes sent; without: 0; poll: 0; negative: failed */
 } VORTIC_SPI_CMD;
 
-/* Reads the byte of the open frame again until (byte & Mask) == Expected. Timeout in microseconds of
- * the probe's clock. */
+/* Reads the byte of the open frame again until (byte & Mask) == Expected. Timeout in microseconds
+ * of the probe's clock. */
 typedef struct {
   uint32_t Reserved, Mask, Expected, Timeout;
 } VORTIC_POLL_PARA;

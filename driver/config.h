@@ -1,0 +1,58 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "catalogue/devices/device_table.h"
+#include "driver/fault_plan.h"
+#include "sys/types.h"
+
+namespace vortic {
+
+// One section [ProbeN] of the configuration file. Every value has been checked; names of files are
+// complete.
+struct ProbeConfig {
+  u32 Index = 0;
+  u32 Line = 0;  // of the section's head
+  std::string Backend;
+  u32 SerialNumber = 0;
+  std::string Nickname;
+  std::string Host;
+  i32 ProductId = 1;
+  u32 HardwareVersion = 10000;
+  std::vector<i32> Capabilities;
+  u32 TargetMilliVolts = 3300;
+  std::string Chip;
+  FLASH_DEVICE Row = {};
+  std::string ImageFile;   // empty: the contents live in memory only
+  std::string FileSystem;  // empty: no files
+  bool RealTime = false;
+  u64 CallLatencyNs = 0;
+  FaultPlan Faults;
+  u32 FaultLine = 0;
+  u8 StatusRegister = 0;  // non-volatile bits at power-up
+  std::vector<i32> DisabledFunctions;
+  u32 InterfaceMask = 0;
+};
+
+struct Config {
+  std::string FileName;
+  std::vector<ProbeConfig> Probes;
+};
+
+enum class ConfigState { Loaded, Absent, Broken };
+
+// Reads a configuration text. False: pError has file, line and reason.
+bool ParseConfig(std::string_view text, const std::string& fileName, Config* pConfig,
+                 std::string* pError);
+
+// Finds and reads the configuration file. Absent: pError lists the places that were looked at.
+ConfigState LoadConfig(Config* pConfig, std::string* pError);
+
+// Sets one key of a section. False: pReason tells what is wrong with key or value. baseDir is the
+// folder that relative names start from, with its slash.
+bool SetConfigKey(std::string_view key, std::string_view value, const std::string& baseDir,
+                  ProbeConfig* pProbe, std::string* pReason);
+
+}  // namespace vortic

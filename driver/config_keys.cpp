@@ -1,0 +1,183 @@
+#include <algorithm>
+
+#include "driver/config.h"
+#include "driver/text.h"
+#include "driver/vortic.h"
+
+namespace vortic {
+
+namespace {
+
+constexpr u64 kMaxLatencyUs = 1000000;
+constexpr std::size_t kMaxNickname = 31;  // 32 bytes of the probe's memory with the NUL
+
+struct KeyArgs {
+  std::string_view Value;
+  const std::string& BaseDir;
+  ProbeConfig& Probe;
+  std::string& Reason;
+};
+
+bool FailNumber(const KeyArgs& args, u64 max) {
+  args.Reason = Format("\"%s\" is not a number from 0 to %llu", Printable(args.Value).c_str(),
+                       static_cast<unsigned long long>(max));
+  return false;
+}
+
+template <class T>
+bool SetNumber(const KeyArgs& args, u64 max, T* pValue) {
+  const std::optional<u64> value = ParseNumber(args.Value, max);
+  if (!value) {
+    return FailNumber(args, max);
+  }
+  *pValue = static_cast<T>(*value);
+  return true;
+}
+
+bool SetNumbers(const KeyArgs& args, u64 max, std::vector<i32>* pValues) {
+  for (std::string_view part : Split(args.Value, ',')) {
+    const std::optional<u64> value = ParseNumber(part, max);
+    if (!value) {
+      args.Reason = Format("\"%s\" is not a number from 0 to %llu", Printable(part).c_str(),
+                           static_cast<unsigned long long>(max));
+      return false;
+    }
+    pValues->push_back(static_cast<i32>(*value));
+  }
+  return true;
+}
+
+bool SetName(const KeyArgs& args, std::string* pName) {
+  if (args.Value.empty()) {
+    args.Reason = "the value is missing";
+    return false;
+  }
+  *pName = args.Value;
+  return true;
+}
+
+bool SetPath(const KeyArgs& args, std::string* pName) {
+  if (args.Value.empty()) {
+    return true;  // the same as no such line
+  }
+  *pName =
+      args.Value.front() == '/' ? std::string(args.Value) : args.BaseDir + std::string(args.Value);
+  return true;
+}
+
+bool SetBackend(const KeyArgs& args) {
+  if (!EqualNoCase(args.Value, "sim")) {
+    args.Reason = Format("unknown or unsupported backend \"%s\"", Printable(args.Value).c_str());
+    return false;
+  }
+  args.Probe.Backend = "sim";
+  return true;
+}
+
+bool SetNickname(const KeyArgs& args) {
+  if (args.Value.size() > kMaxNickname) {
+    args.Reason = "a nickname has at most 31 bytes";
+    return false;
+  }
+  return SetName(args, &args.Probe.Nickname);
+}
+
+// The first row of that name: parts that appear twice in the table differ in their ID only.
+bool SetChip(const KeyArgs& args) {
+  for (u32 i = 0; i < FLASH_NUM_DEVICES; ++i) {
+    FLASH_DEVICE row = {};
+    if (FLASH_GetDeviceRow(i, &row) == 0 && row.sVendor != nullptr && row.sDevice != nullptr &&
+        EqualNoCase(args.Value, row.sDevice)) {
+      args.Probe.Row = row;
+      args.Probe.Chip = row.sDevice;
+      return true;
+    }
+  }
+  const std::string name(args.Value);
+  const i32 index = FLASH_FindEEPROMByName(name.c_str());
+  FLASH_DEVICE row = {};
+  if (index < 0 || FLASH_GetEEPROMRow(static_cast<u32>(index), &row) != 0) {
+    args.Reason = Format("unknown chip \"%s\"", Printable(args.Value).c_str());
+    return false;
+  }
+  args.Probe.Row = row;
+  args.Probe.Chip = row.sDevice;
+  return true;
+}
+
+bool SetTime(const KeyArgs& args) {
+  args.Probe.RealTime = EqualNoCase(args.Value, "real");
+  if (!args.Probe.RealTime && !EqualNoCase(args.Value, "virtual")) {
+    args.Reason = Format("Time is virtual or real, not \"%s\"", Printable(args.Value).c_str());
+    return false;
+  }
+  return true;
+}
+
+bool SetLatency(const KeyArgs& args) {
+  u64 microSeconds = 0;
+  const bool isGood = SetNumber(args, kMaxLatencyUs, &microSeconds);
+  args.Probe.CallLatencyNs = microSeconds * 1000;
+  return isGood;
+}
+
+bool SetInterfaces(const KeyArgs& args) {
+  std::vector<i32> interfaces;
+  if (!SetNumbers(args, 31, &interfaces)) {
+    return false;
+  }
+  args.Probe.InterfaceMask = 0;
+  for (i32 interface : interfaces) {
+    if (interface != VORTIC_TIF_SPI && interface != VORTIC_TIF_QSPI) {
+      args.Reason = Format("interface %d is neither 5 (SPI) nor 14 (QSPI)", interface);
+      return false;
+    }
+    args.Probe.InterfaceMask |= 1U << interface;
+  }
+  return true;
+}
+
+struct KeyRow {
+  std::string_view Name;
+  bool (*pfSet)(const KeyArgs&);
+};
+
+constexpr KeyRow kKeys[] = {
+    {"Backend", SetBackend},
+    {"SerialNumber",
+     [](const KeyArgs& a) { return SetNumber(a, 0x7FFFFFFF, &a.Probe.SerialNumber); }},
+    {"Nickname", SetNickname},
+    {"Host", [](const KeyArgs& a) { return SetName(a, &a.Probe.Host); }},
+    {"ProductId", [](const KeyArgs& a) { return SetNumber(a, 0x7FFFFFFF, &a.Probe.ProductId); }},
+    {"HardwareVersion",
+     [](const KeyArgs& a) { return SetNumber(a, 0xFFFFFFFF, &a.Probe.HardwareVersion); }},
+    {"Capabilities", [](const KeyArgs& a) { return SetNumbers(a, 255, &a.Probe.Capabilities); }},
+    {"TargetMilliVolts",
+     [](const KeyArgs& a) { return SetNumber(a, 0xFFFF, &a.Probe.TargetMilliVolts); }},
+    {"Chip", SetChip},
+    {"ImageFile", [](const KeyArgs& a) { return SetPath(a, &a.Probe.ImageFile); }},
+    {"FileSystem", [](const KeyArgs& a) { return SetPath(a, &a.Probe.FileSystem); }},
+    {"Time", SetTime},
+    {"CallLatencyUs", SetLatency},
+    {"Fault", [](const KeyArgs& a) { return ParseFaultPlan(a.Value, &a.Probe.Faults, &a.Reason); }},
+    {"StatusRegister",
+     [](const KeyArgs& a) { return SetNumber(a, 0xFF, &a.Probe.StatusRegister); }},
+    {"DisableFunctions",
+     [](const KeyArgs& a) { return SetNumbers(a, 255, &a.Probe.DisabledFunctions); }},
+    {"Interfaces", SetInterfaces},
+};
+
+}  // namespace
+
+bool SetConfigKey(std::string_view key, std::string_view value, const std::string& baseDir,
+                  ProbeConfig* pProbe, std::string* pReason) {
+  const auto* pRow = std::find_if(std::begin(kKeys), std::end(kKeys),
+                                  [key](const KeyRow& row) { return EqualNoCase(row.Name, key); });
+  if (pRow == std::end(kKeys)) {
+    *pReason = Format("unknown key \"%s\"", Printable(key).c_str());
+    return false;
+  }
+  return pRow->pfSet({value, baseDir, *pProbe, *pReason});
+}
+
+}  // namespace vortic

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "driver/bus.h"
+#include "driver/vortic.h"
+
+namespace vortic {
+
+// Runs the records of a list in one go. Malformed records are refused before anything reaches the
+// bus: then the result is negative and pError says why. A record that fails on the bus has a
+// negative Result, as all behind it, which are not run; the list itself has been run.
+int RunList(Bus& bus, std::span<VORTIC_SPI_CMD> list, std::string* pError);
+
+}  // namespace vortic

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "driver/backend.h"
+#include "driver/config.h"
+#include "driver/reporter.h"
+
+namespace vortic {
+
+// State of the library between its calls: which probe was chosen, and the one that is open. All
+// calls come from one thread.
+class Session {
+ public:
+  static Session& Get();
+
+  Reporter& TheReporter() { return m_Reporter; }
+  // Null while no probe is open.
+  Backend* OpenProbe() { return m_pBackend.get(); }
+
+  void SelectIndex(u32 index);
+  // False: there is no such probe. It stays chosen all the same, and opening tells why it can't be.
+  bool SelectSerial(u32 serialNumber);
+  bool SelectNickname(const char* sNickname);
+  bool SelectHost(const char* sHost);
+
+  // Null: open; else a text that stays valid until the next call.
+  const char* Open(VORTIC_TEXT_HANDLER* pfLog);
+  void Close();
+  void SetSupplyOffOnClose() { m_SupplyOffOnClose = true; }
+
+ private:
+  enum class By { Index, Serial, Nickname, Host };
+
+  bool IsChosen(const ProbeConfig& probe) const;
+  // Reads the configuration and finds the chosen probe in it. Null: pError.
+  const ProbeConfig* FindChosen(std::string* pError);
+  bool CheckChosen();
+  std::string DescribeChoice() const;
+
+  Reporter m_Reporter;
+  By m_By = By::Index;
+  u32 m_Number = 0;
+  std::string m_Name;
+  Config m_Config;
+  std::unique_ptr<Backend> m_pBackend;
+  bool m_SupplyOffOnClose = false;
+  std::string m_Text;
+};
+
+// Runs a command text: "Name", "Name = value" or "Name value". 0, or negative; pText gets what is
+// to be told about it.
+int ExecCommand(Session& session, const char* sCommand, std::string* pText);
+
+}  // namespace vortic
