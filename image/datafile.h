@@ -5,9 +5,9 @@
 // Readers and writers of data files.
 //
 // pfReport gets what the user has to know: level 0 information, 1 warning, 2 error; null means
-// silent. A reader's partial result stays in the area; its caller deletes the area. Every reader and
-// writer holds the area's lock for the whole file. Writers commit the patches first, replace the
-// target as a whole, and on failure give NumChanges its earlier value back.
+// silent. A reader's partial result stays in the area; its caller deletes the area. Every reader
+// and writer holds the area's lock for the whole file. Writers commit the patches first, replace
+// the target as a whole, and on failure give NumChanges its earlier value back.
 using FILE_REPORT = void(void* pContext, int Level, const char* pText);
 
 constexpr int FILE_REPORT_INFO = 0;

@@ -13,9 +13,9 @@
 // Invariants: ranges don't overlap and never touch (two that would touch are one); all ranges of an
 // area hold data, or none does; a patch may lie at an address in no range.
 //
-// Every operation takes the area's recursive lock, waits at most 10000 ms for it, and is atomic under
-// it; one that doesn't get the lock does nothing and gives its failure result. Operations may be
-// called from any thread. A null area makes reading operations give 0 and changing ones return.
+// Every operation takes the area's recursive lock, waits at most 10000 ms for it, and is atomic
+// under it; one that doesn't get the lock does nothing and gives its failure result. Operations may
+// be called from any thread. A null area makes reading operations give 0 and changing ones return.
 // A last address is a first address plus a length minus 1. Multi-byte values are little-endian.
 struct MEMAREA;
 
@@ -32,9 +32,10 @@ using MEMAREA_PTR = std::unique_ptr<MEMAREA, MEMAREA_DELETER>;
 // run past the last address, or memory is out.
 int MEMAREA_AddRange(MEMAREA* pArea, u64 Addr, u64 NumBytes, const u8* pData);
 // Adds the block without its runs of at least MinRun blank bytes. False if nothing but blank bytes
-// remained or an add failed.
+// remained at the end (also when there was data before) or an add failed; pFailed, which may be
+// null, tells the second from the first.
 bool MEMAREA_AddNonBlank(MEMAREA* pArea, u64 Addr, u64 NumBytes, const u8* pData, u64 MinRun,
-                         u8 BlankValue);
+                         u8 BlankValue, bool* pFailed = nullptr);
 // Takes the span out of all ranges. Patches stay.
 void MEMAREA_RemoveRange(MEMAREA* pArea, u64 FirstAddr, u64 LastAddr);
 
@@ -49,7 +50,8 @@ bool MEMAREA_Overlaps(MEMAREA* pArea, MEMAREA* pOther);
 // Copies all ranges and patches of the source. 0; 1 if any overlap exists or an add failed.
 int MEMAREA_Merge(MEMAREA* pArea, MEMAREA* pSource);
 bool MEMAREA_ContainsRange(MEMAREA* pArea, u64 Addr, u64 NumBytes);
-// Index of the first range of pInner that, moved by Offset, isn't contained in pArea; -1 if all are.
+// Index of the first range of pInner that, moved by Offset, isn't contained in pArea; -1 if all
+// are.
 i64 MEMAREA_FindNotContained(MEMAREA* pArea, MEMAREA* pInner, u64 Offset);
 
 // Index of the patch.
@@ -61,10 +63,10 @@ int MEMAREA_Read(MEMAREA* pArea, u64 Addr, u64 NumBytes, u8* pDest, u8 FillValue
 // The block reader: delivers at most MaxBytes of the next stretch at or after FirstAddr.
 //
 // MaxGap: how large a hole may be covered in one block (0: none). pData, pValid: MaxBytes each, or
-// null; pValid gets 1 for each byte that exists. AlignStartShift, AlignEndShift: the block starts at
-// and ends just before multiples of 1 << shift; 0 for none. pOutAddr, may be null: where it starts.
-// Returns the bytes delivered, 0 at the end. Callers walk an area by calling again with FirstAddr
-// behind the last block; such a walk is linear in the number of ranges.
+// null; pValid gets 1 for each byte that exists. AlignStartShift, AlignEndShift: the block starts
+// at and ends just before multiples of 1 << shift; 0 for none. pOutAddr, may be null: where it
+// starts. Returns the bytes delivered, 0 at the end. Callers walk an area by calling again with
+// FirstAddr behind the last block; such a walk is linear in the number of ranges.
 u64 MEMAREA_GetData(MEMAREA* pArea, u64 FirstAddr, u64 LastAddr, u64 MaxGap, u8 FillValue,
                     u8* pData, u8* pValid, u64* pOutAddr, u64 MaxBytes, u32 AlignStartShift,
                     u32 AlignEndShift);

@@ -1,0 +1,237 @@
+#include "image/datafile.h"
+#include "image/file_report.h"
+#include "image/hex_digits.h"
+#include "image/memarea_impl.h"
+#include "image/record_gather.h"
+#include "image/text_source.h"
+#include "sys/util_format.h"
+
+// Reader of Intel HEX.
+//
+//   :CCAAAATTDD...SS   count, address, type, data, checksum; all bytes together sum up to 0
+//
+// Types: 00 data at base plus address, 02 base from a paragraph number, 04 and FF base from the
+// upper half of an address. All others are checked and skipped, the end record too: reading ends
+// with the file.
+
+namespace {
+
+constexpr int RESULT_NO_FILE = -1;
+constexpr int RESULT_NO_MEMORY = -3;
+constexpr int RESULT_NOT_HEX = -4;
+constexpr int RESULT_BAD_RECORD = -5;
+
+constexpr u32 TYPE_DATA = 0x00;
+constexpr u32 TYPE_SEGMENT = 0x02;
+constexpr u32 TYPE_LINEAR = 0x04;
+constexpr u32 TYPE_LINEAR_OTHER = 0xFF;
+
+// Fields of a record, as indices of its bytes.
+constexpr u32 INDEX_ADDR = 1;
+constexpr u32 INDEX_TYPE = 3;
+constexpr u32 INDEX_DATA = 4;
+// All but the data.
+constexpr u32 NUM_FIELD_BYTES = 5;
+constexpr u32 MAX_RECORD_BYTES = NUM_FIELD_BYTES + 255;
+// More characters than a record and its line end have: 1 + 2 * 260 + 2.
+constexpr u32 MAX_RECORD_CHARS = 1000;
+
+constexpr u8 CHAR_CTRL_Z = 0x1A;
+
+class HexReader {
+ public:
+  HexReader(RangeList& ranges, SYS_HANDLE hFile) : m_Source(hFile), m_Gather(ranges) {}
+
+  int Read();
+  const char* GetError() const { return m_acError; }
+  int GetLine() const { return m_Line; }
+  bool HasReadFailed() const { return m_Source.HasFailed(); }
+
+ private:
+  int Fail(int Result, const char* sText) {
+    UTIL_snprintf(m_acError, sizeof(m_acError), "%s", sText);
+    return Result;
+  }
+  int ReadRecords();
+  void SkipBlanks();
+  int ReadRecord();
+  int DecodeRecord(const u8** ppText);
+  int ApplyRecord();
+  int ReadLineEnd(const u8* p);
+
+  TextSource m_Source;
+  RecordGather m_Gather;
+  u32 m_Base = 0;
+  int m_Line = 1;
+  char m_acError[128] = "";
+  u8 m_abRecord[MAX_RECORD_BYTES];
+};
+
+int HexReader::Read() {
+  if (!m_Source.Allocate() || !m_Gather.Allocate()) {
+    return Fail(RESULT_NO_MEMORY, "malloc Problem");
+  }
+  m_Source.Require(1);
+  if (*m_Source.GetCursor() != ':') {
+    return Fail(RESULT_NOT_HEX, "Not a hex file");
+  }
+  int result = ReadRecords();
+  // What came ahead of an error is stored as well.
+  if (m_Gather.Flush() != RANGE_RESULT::Done && result == 0) {
+    result = Fail(RESULT_NO_MEMORY, "Could not allocate memory");
+  }
+  return result;
+}
+
+int HexReader::ReadRecords() {
+  int result = 0;
+  while (result == 0) {
+    SkipBlanks();
+    m_Source.Require(MAX_RECORD_CHARS);
+    const u8 next = *m_Source.GetCursor();
+    // Both stand for the end of the text, wherever the file itself ends.
+    if (next == 0 || next == CHAR_CTRL_Z) {
+      break;
+    }
+    result = ReadRecord();
+  }
+  return result;
+}
+
+// Blanks may go on without end, so that the buffer has to be refilled within them.
+void HexReader::SkipBlanks() {
+  do {
+    m_Source.Require(1);
+    const u8* p = m_Source.GetCursor();
+    for (; *p == ' ' || *p == '\t' || *p == '\r' || *p == '\n'; ++p) {
+      m_Line += *p == '\r' || *p == '\n' ? 1 : 0;
+    }
+    const bool hasMoved = p != m_Source.GetCursor();
+    m_Source.SetCursor(p);
+    if (!hasMoved) {
+      return;
+    }
+  } while (!m_Source.IsAtEnd());
+}
+
+int HexReader::ReadRecord() {
+  const u8* p = m_Source.GetCursor();
+  if (*p != ':') {
+    UTIL_snprintf(m_acError, sizeof(m_acError), "Unexpected character (Expected: %c, Found: %c)",
+                  ':', *p);
+    return RESULT_BAD_RECORD;
+  }
+  ++p;
+  int result = DecodeRecord(&p);
+  if (result == 0) {
+    result = ApplyRecord();
+  }
+  return result == 0 ? ReadLineEnd(p) : result;
+}
+
+// Turns the digits into bytes and checks them. The digits are judged together: the NUL behind the
+// text is none, so a record that runs over the end of the file fails here.
+int HexReader::DecodeRecord(const u8** ppText) {
+  const u8* p = *ppText;
+  const auto& values = hex_digits::VALUES;
+  u32 seen = values[p[0]];
+  // A NUL as the first digit may be the last byte of the buffer.
+  if (seen > 15 || values[p[1]] > 15) {
+    return Fail(RESULT_BAD_RECORD, "Expected Hex character : 0..9, A..F");
+  }
+  const u32 numBytes = (seen << 4 | values[p[1]]) + NUM_FIELD_BYTES;
+  if (m_Source.GetNumAvailable(p) < 2 * numBytes) {
+    return Fail(RESULT_BAD_RECORD, "Expected Hex character : 0..9, A..F");
+  }
+  u32 sum = 0;
+  for (u32 i = 0; i < numBytes; ++i) {
+    const u32 high = values[p[0]];
+    const u32 low = values[p[1]];
+    const u32 value = high << 4 | low;
+    seen |= high | low;
+    sum += value;
+    m_abRecord[i] = static_cast<u8>(value);
+    p += 2;
+  }
+  if (seen > 15) {
+    return Fail(RESULT_BAD_RECORD, "Expected Hex character : 0..9, A..F");
+  }
+  if ((sum & 0xFF) != 0) {
+    const u32 found = m_abRecord[numBytes - 1];
+    UTIL_snprintf(m_acError, sizeof(m_acError), "Checksum error !\nExpected: 0x%02X, found: 0x%02X",
+                  (found - sum) & 0xFF, found);
+    return RESULT_BAD_RECORD;
+  }
+  *ppText = p;
+  return 0;
+}
+
+int HexReader::ApplyRecord() {
+  const u32 count = m_abRecord[0];
+  const u8* data = m_abRecord + INDEX_DATA;
+  const u32 type = m_abRecord[INDEX_TYPE];
+  if (type == TYPE_DATA) {
+    const u32 addr =
+        m_Base + (static_cast<u32>(m_abRecord[INDEX_ADDR]) << 8) + m_abRecord[INDEX_ADDR + 1];
+    switch (m_Gather.Add(addr, data, count)) {
+      case RANGE_RESULT::Done:
+        return 0;
+      case RANGE_RESULT::Refused:
+        return Fail(RESULT_BAD_RECORD, "Areas overlap");
+      case RANGE_RESULT::NoMemory:
+        return Fail(RESULT_NO_MEMORY, "Could not allocate memory");
+    }
+  }
+  if (type != TYPE_SEGMENT && type != TYPE_LINEAR && type != TYPE_LINEAR_OTHER) {
+    return 0;
+  }
+  if (count < 2) {
+    return Fail(RESULT_BAD_RECORD, "Extended address record needs 2 data bytes");
+  }
+  const u32 high = data[0];
+  const u32 low = data[1];
+  m_Base = type == TYPE_SEGMENT ? (high << 12) + (low << 4) : (high << 24) + (low << 16);
+  return 0;
+}
+
+int HexReader::ReadLineEnd(const u8* p) {
+  if (*p == '\r' || *p == '\n') {
+    ++m_Line;
+    ++p;
+    p += *p == '\r' || *p == '\n' ? 1 : 0;
+  } else if (*p != 0 && *p != CHAR_CTRL_Z) {
+    return Fail(RESULT_BAD_RECORD, "Expected CR or LF");
+  }
+  m_Source.SetCursor(p);
+  return 0;
+}
+
+}  // namespace
+
+int MEMAREA_LoadHex(MEMAREA* pArea, const char* pFileName, FILE_REPORT* pfReport, void* pContext) {
+  const FileReport report(pfReport, pContext);
+  const MEMAREA_LOCK_GUARD lock(pArea);
+  if (!lock.Locked()) {
+    report.Error(FILE_IN_USE_TEXT);
+    return RESULT_NO_FILE;
+  }
+  pArea->NumChanges = 0;
+  const FileHandle file(SYS_FILE_Open(pFileName, SYS_FILE_READ | SYS_FILE_SHARE_READ));
+  if (!file.IsOpen()) {
+    report.OpenError(pFileName);
+    return RESULT_NO_FILE;
+  }
+  HexReader reader(pArea->Ranges, file.Get());
+  const int result = reader.Read();
+  pArea->Ranges.Shrink();
+  if (reader.HasReadFailed()) {
+    report.ReadError(pFileName);
+    return RESULT_NO_FILE;
+  }
+  if (result != 0) {
+    char text[256];
+    UTIL_snprintf(text, sizeof(text), "Error in line %d: %s", reader.GetLine(), reader.GetError());
+    report.Error(text);
+  }
+  return result;
+}

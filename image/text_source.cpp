@@ -1,0 +1,35 @@
+#include "image/text_source.h"
+
+#include <cstring>
+#include <new>
+
+namespace {
+
+constexpr u64 BUFFER_SIZE = 0x100000;
+
+}  // namespace
+
+bool TextSource::Allocate() {
+  m_pBuffer.reset(new (std::nothrow) u8[BUFFER_SIZE + 1]);
+  if (!m_pBuffer) {
+    return false;
+  }
+  m_pEnd = m_pBuffer.get();
+  *m_pEnd = 0;
+  m_pCursor = m_pEnd;
+  return true;
+}
+
+void TextSource::Refill() {
+  u8* start = m_pBuffer.get();
+  const u64 numLeft = static_cast<u64>(m_pEnd - m_pCursor);
+  std::memmove(start, m_pCursor, numLeft);
+  const u64 wanted = BUFFER_SIZE - numLeft;
+  const i64 numRead = SYS_FILE_Read(m_hFile, start + numLeft, wanted);
+  m_HasFailed = numRead < 0;
+  // A read is short only at the end of the file.
+  m_IsFileDone = numRead < static_cast<i64>(wanted);
+  m_pCursor = start;
+  m_pEnd = start + numLeft + (numRead > 0 ? static_cast<u64>(numRead) : 0);
+  *m_pEnd = 0;
+}
