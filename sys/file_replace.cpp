@@ -96,14 +96,15 @@ std::string RandomSuffix() {
 // that nobody reads in between what the old file kept from him. The file descriptor or the negative
 // errno value.
 int CreateTemp(const Target& Where, std::string* pTempName) {
-  const std::string dir(SysDirPart(Where.Name));
+  std::string dir(SysDirPart(Where.Name));
   std::string name = Where.Name.substr(dir.size());
   if (name.size() > NAME_MAX - kSuffixSize - 2) {
     name.resize(UTIL_CutUtf8(name.c_str(), NAME_MAX - kSuffixSize - 2));
   }
+  const std::string stem = dir.append(".").append(name).append(".");
   const mode_t mode = Where.IsThere ? Where.Info.st_mode & 0777 : 0666;
   for (u32 i = 0; i < kMaxNameTries; ++i) {
-    *pTempName = dir + "." + name + "." + RandomSuffix();
+    *pTempName = stem + RandomSuffix();
     const int fd = open(pTempName->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
     if (fd >= 0) {
       return fd;
