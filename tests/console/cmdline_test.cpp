@@ -11,8 +11,8 @@ struct LINE {
   const char* sName;
   std::vector<std::string> Args;
   int Status;
-  std::vector<std::string> Says;      // all of these stand in the output
-  std::vector<std::string> SaysNot;   // none of these does
+  std::vector<std::string> Says;     // all of these stand in the output
+  std::vector<std::string> SaysNot;  // none of these does
 };
 
 class CommandLine : public testing::TestWithParam<LINE> {};
@@ -126,13 +126,12 @@ const LINE kLines[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Shell, CommandLine, testing::ValuesIn(kLines),
-                         [](const auto& info) { return std::string(info.param.sName); });
+                         [](const auto& row) { return std::string(row.param.sName); });
 
 TEST(CommandLineFiles, TemporaryLogHoldsPlainLines) {
   BENCH bench;
   bench.Write("a.hex", kHex);
-  const PROGRAM_RESULT result =
-      bench.Run({"-korvanelogrun.log", "-opena.hex,5", "-exit"});
+  const PROGRAM_RESULT result = bench.Run({"-korvanelogrun.log", "-opena.hex,5", "-exit"});
   EXPECT_EQ(result.Status, 0);
   const std::string log = bench.Read("run.log");
   EXPECT_EQ(log.rfind("Application log started\r\n", 0), 0u) << log;
@@ -146,8 +145,8 @@ TEST(CommandLineFiles, MissingDriverLibraryNamesThePlaces) {
   const std::string copy = bench.Path("korvane");
   ASSERT_EQ(bench.RunTool({"cp", KORVANE_PROGRAM, copy}).Status, 0);
   // The copy stands in a folder without the library.
-  const PROGRAM_RESULT result = bench.RunTool(
-      {"env", "XDG_CONFIG_HOME=" + bench.Path("config"), copy, "-connect", "-exit"});
+  const PROGRAM_RESULT result =
+      bench.RunTool({"env", "XDG_CONFIG_HOME=" + bench.Path("config"), copy, "-connect", "-exit"});
   EXPECT_EQ(result.Status, 1) << result.Out;
   EXPECT_NE(result.Out.find("Target DLL "), std::string::npos) << result.Out;
   EXPECT_NE(result.Out.find(bench.Path("")), std::string::npos) << result.Out;

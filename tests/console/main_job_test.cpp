@@ -1,6 +1,8 @@
-// One real production step from a shell: files of a real cross compiler, a chip, and what goes wrong.
+// One real production step from a shell: files of a real cross compiler, a chip, and what goes
+// wrong.
 #include <gtest/gtest.h>
 
+#include "sys/types.h"
 #include "tests/console/program.h"
 
 namespace {
@@ -14,7 +16,8 @@ constexpr char kSource[] =
     "int Add(int a, int b) { return a + b; }\n"
     "void _start(void) { aTable[1] = (char)Add(1, 2); }\n";
 constexpr char kScript[] =
-    "MEMORY { FLASH (rx) : ORIGIN = 0, LENGTH = 1M  RAM (rw) : ORIGIN = 0x20000000, LENGTH = 64K }\n"
+    "MEMORY { FLASH (rx) : ORIGIN = 0, LENGTH = 1M  RAM (rw) : ORIGIN = 0x20000000, LENGTH = 64K "
+    "}\n"
     "SECTIONS {\n"
     "  .vectors 0x100 : { KEEP(*(.vectors)) } > FLASH\n"
     "  .text : { *(.text*) } > FLASH\n"
@@ -35,8 +38,11 @@ TEST(MainJob, LinkedProgramReachesTheChipAndComesBack) {
                      "-Wl,--build-id=none", "-Tf.ld", "f.c", "-o", "f.elf"});
   ASSERT_EQ(built.Status, 0) << built.Err;
   ASSERT_EQ(bench.RunTool({"arm-none-eabi-objcopy", "-O", "ihex", "f.elf", "f.hex"}).Status, 0);
-  ASSERT_EQ(bench.RunTool({"arm-none-eabi-objcopy", "-O", "binary", "--gap-fill", "0xff", "f.elf",
-                           "f.bin"}).Status, 0);
+  ASSERT_EQ(bench
+                .RunTool({"arm-none-eabi-objcopy", "-O", "binary", "--gap-fill", "0xff", "f.elf",
+                          "f.bin"})
+                .Status,
+            0);
   const std::string judge = std::string(0x100, '\xff') + bench.Read("f.bin");
   char acEnd[16];
   std::snprintf(acEnd, sizeof acEnd, "%zx", judge.size() - 1);
@@ -69,8 +75,8 @@ std::string MakeHex(u32 numBytes) {
     for (u32 i = 0; i < 16; ++i) {
       const u8 value = static_cast<u8>((addr + i) * 167 >> 3);
       sum += value;
-      used += std::snprintf(acRecord + used, sizeof acRecord - static_cast<u32>(used), "%02X",
-                            value);
+      used +=
+          std::snprintf(acRecord + used, sizeof acRecord - static_cast<u32>(used), "%02X", value);
     }
     std::snprintf(acRecord + used, sizeof acRecord - static_cast<u32>(used), "%02X\n",
                   static_cast<u8>(-sum));
@@ -79,9 +85,9 @@ std::string MakeHex(u32 numBytes) {
   return hex + ":00000001FF\n";
 }
 
-const std::vector<std::string> kWholeJob = {"-openprjp.korvane", "-opena.hex", "-erasechip",
-                                            "-programverify",    "-readrange0,FFFF",
-                                            "-saveasback.bin",   "-exit"};
+const std::vector<std::string> kWholeJob = {
+    "-openprjp.korvane", "-opena.hex",      "-erasechip", "-programverify",
+    "-readrange0,FFFF",  "-saveasback.bin", "-exit"};
 
 struct FAULT_ROW {
   const char* sFault;
@@ -91,10 +97,18 @@ struct FAULT_ROW {
 // Every fault of the link, wherever it strikes, ends the run with a cause; the next one succeeds.
 TEST(MainJob, FaultsEndTheRunWithACauseAndTheNextRunSucceeds) {
   const FAULT_ROW aRows[] = {
-      {"disconnect@1", "lost"},     {"disconnect@4", "lost"},   {"disconnect@9", "lost"},
-      {"disconnect@20", "lost"},    {"disconnect@40", "lost"},  {"disconnect@55", "lost"},
-      {"timeout@5", "in time"},     {"timeout@20", "in time"},  {"timeout@45", "in time"},
-      {"nak@5", "refused"},         {"nak@20", "refused"},      {"nak@50", "refused"},
+      {"disconnect@1", "lost"},
+      {"disconnect@4", "lost"},
+      {"disconnect@9", "lost"},
+      {"disconnect@20", "lost"},
+      {"disconnect@40", "lost"},
+      {"disconnect@55", "lost"},
+      {"timeout@5", "in time"},
+      {"timeout@20", "in time"},
+      {"timeout@45", "in time"},
+      {"nak@5", "refused"},
+      {"nak@20", "refused"},
+      {"nak@50", "refused"},
       {"busy=forever@12", "timeout occurred"},
       {"busy=forever@46", "timeout occurred"},
       {"power=999@1", "Target system has no power"},
@@ -120,8 +134,8 @@ TEST(MainJob, FaultsEndTheRunWithACauseAndTheNextRunSucceeds) {
       const PROGRAM_RESULT failed = bench.Run(kWholeJob);
       EXPECT_EQ(failed.Status, 1) << failed.Out;
       EXPECT_NE(failed.Out.find(row.sSays), std::string::npos) << failed.Out;
-      EXPECT_EQ(failed.Out.find("Target programmed and verified successfully."),
-                std::string::npos) << failed.Out;
+      EXPECT_EQ(failed.Out.find("Target programmed and verified successfully."), std::string::npos)
+          << failed.Out;
 
       keys.erase("Fault");
       bench.SetProbe(keys);
@@ -137,7 +151,8 @@ TEST(MainJob, InterruptCancelsALongRun) {
   BENCH bench;
   bench.SetProbe({{"Time", "real"}});
   bench.Write("a.hex", MakeHex(0x100000));
-  const PROGRAM_RESULT result = bench.Run({"-opena.hex", "-program", "-exit"}, "Programming target");
+  const PROGRAM_RESULT result =
+      bench.Run({"-opena.hex", "-program", "-exit"}, "Programming target");
   EXPECT_EQ(result.Status, 1) << result.Out;
   EXPECT_NE(result.Out.find("cancel"), std::string::npos) << result.Out;
   bench.SetProbe({});

@@ -79,7 +79,8 @@ pid_t Spawn(std::vector<std::string> args, std::vector<std::string> environment,
 }
 
 // Reads both pipes to their ends; sends the signal as soon as the text has come.
-void Collect(PIPE& out, PIPE& err, pid_t pid, const std::string& signalAt, PROGRAM_RESULT* pResult) {
+void Collect(PIPE& out, PIPE& err, pid_t pid, const std::string& signalAt,
+             PROGRAM_RESULT* pResult) {
   bool signalled = signalAt.empty();
   std::array<pollfd, 2> aPoll{{{out.Fd[0], POLLIN, 0}, {err.Fd[0], POLLIN, 0}}};
   while (aPoll[0].fd >= 0 || aPoll[1].fd >= 0) {
@@ -129,8 +130,8 @@ PROGRAM_RESULT RunProcess(const std::vector<std::string>& args,
 
 std::string MakeProbeConfig(const std::map<std::string, std::string>& keys) {
   std::map<std::string, std::string> all = {
-      {"Backend", "sim"},         {"SerialNumber", "20260001"}, {"Nickname", "Bench"},
-      {"ProductId", "1"},         {"TargetMilliVolts", "3300"}, {"Chip", "W25Q128FV"},
+      {"Backend", "sim"},        {"SerialNumber", "20260001"}, {"Nickname", "Bench"},
+      {"ProductId", "1"},        {"TargetMilliVolts", "3300"}, {"Chip", "W25Q128FV"},
       {"ImageFile", "chip.bin"}, {"Time", "virtual"},          {"Host", "bench.local"}};
   for (const auto& [key, value] : keys) {
     all[key] = value;
@@ -148,7 +149,7 @@ BENCH::BENCH() {
   SetProbe({});
 }
 
-const std::string BENCH::Path(const std::string& name) const {
+std::string BENCH::Path(const std::string& name) const {
   return std::string(m_Dir.path()) + "/" + name;
 }
 

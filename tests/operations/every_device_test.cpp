@@ -5,6 +5,8 @@
 
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <map>
 #include <random>
 
 #include "catalogue/catalogue.h"
