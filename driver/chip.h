@@ -42,7 +42,7 @@ class Chip {
   bool IsCut() const { return m_IsCut; }
 
   // Operations never end from now on.
-  void StayBusy() { m_StaysBusy = true; }
+  void StayBusy();
   void SetSlowFactor(double factor) { m_Slow = factor; }
   void SetStatusRegister(u8 value) { m_Status = value; }
 

@@ -196,6 +196,11 @@ void Chip::StartOperation(Operation operation, u64 addr, u64 numBytes, u64 ns) {
   }
 }
 
+void Chip::StayBusy() {
+  Settle();  // what is over is over
+  m_StaysBusy = true;
+}
+
 bool Chip::IsBusy() {
   Settle();
   return m_IsPowered && m_Operation != Operation::None;

@@ -80,8 +80,12 @@ int FastEraseCall(uint32_t Addr, uint32_t NumBytes) {
 }
 
 int WaitCall(uint32_t* pFailAddr) {
-  return GuardOpen("FastWait", VORTIC_ERR_GENERAL,
-                   [=](Backend& probe, Reporter&) { return probe.FastWait(pFailAddr); });
+  return GuardOpen("FastWait", VORTIC_ERR_GENERAL, [=](Backend& probe, Reporter&) {
+    if (pFailAddr != nullptr) {
+      *pFailAddr = 0;
+    }
+    return probe.FastWait(pFailAddr);
+  });
 }
 
 // The assignments check the signatures that the header promises; a lookup loses them.

@@ -33,9 +33,7 @@ bool IsBlank(std::span<const u8> data) {
 void FastMode::Enter(const FastPara& para) {
   m_Para = para;
   m_IsOn = true;
-  m_HasFailed = false;
-  m_Queue.clear();
-  m_QueuedBytes = 0;
+  Abandon();
 }
 
 bool FastMode::Leave() {
@@ -58,14 +56,18 @@ bool FastMode::Erase(u64 addr, u64 numBytes) {
   constexpr u32 typeNor = 1;
   const u64 sectorBytes = u64{1} << m_Para.SectorSizeShift;
   if (m_Para.FlashType != typeNor || addr % sectorBytes != 0 || numBytes % sectorBytes != 0) {
+    Fail(addr);
     return false;
   }
   return Queue(Kind::Erase, addr, numBytes, {});
 }
 
 bool FastMode::Queue(Kind kind, u64 addr, u64 numBytes, std::span<const u8> data) {
-  if (!m_IsOn || m_HasFailed || numBytes == 0 || addr + numBytes > m_Para.TotalBytes() ||
+  if (!m_IsOn || numBytes == 0 || addr + numBytes > m_Para.TotalBytes() ||
       data.size() > kMaxRequestBytes) {
+    Fail(addr);
+  }
+  if (m_HasFailed) {
     return false;
   }
   m_Queue.push_back({kind, addr, numBytes, {data.begin(), data.end()}, 0});
@@ -77,10 +79,14 @@ bool FastMode::Queue(Kind kind, u64 addr, u64 numBytes, std::span<const u8> data
 }
 
 void FastMode::Fail(u64 addr) {
-  if (!m_HasFailed) {
-    m_HasFailed = true;
-    m_FailAddr = addr;
-  }
+  const u64 failAddr = m_HasFailed ? m_FailAddr : addr;
+  Abandon();
+  m_HasFailed = true;
+  m_FailAddr = failAddr;
+}
+
+void FastMode::Abandon() {
+  m_HasFailed = false;
   m_Queue.clear();
   m_QueuedBytes = 0;
 }

@@ -48,12 +48,15 @@ class FastMode {
   bool Leave();
   bool IsOn() const { return m_IsOn; }
 
-  // False: refused, or a failure waits to be fetched.
+  // False: refused, or a failure waits to be fetched. A request that was refused makes the job
+  // fail: a client may stop at it and ask for nothing but the outcome.
   bool Program(u64 addr, std::span<const u8> data);
   bool Verify(u64 addr, std::span<const u8> data);
   bool Erase(u64 addr, u64 numBytes);
   // A request was lost on its way here: the job must not end well.
   void Fail(u64 addr);
+  // Forgets what waits, failures included.
+  void Abandon();
 
   // 0 done, 1 busy, -1 failed at the address; the failure is forgotten then.
   int Wait(u32* pFailAddr);

@@ -110,7 +110,8 @@ bool SimBackend::BeginCall() {
     m_HasPowerFault = true;
     UpdatePower();
   }
-  if (plan.CutPowerAt == call) {
+  if (plan.CutPowerAt != 0 && call >= plan.CutPowerAt && !m_WasCutAsked) {
+    m_WasCutAsked = true;
     m_Chip.CutPower();
   }
   return true;
@@ -305,6 +306,7 @@ bool SimBackend::FastErase(u64 addr, u64 numBytes) {
 
 int SimBackend::FastWait(u32* pFailAddr) {
   if (!BeginCall()) {
+    m_Fast.Abandon();  // the job ends here, and nothing of it may run in the next one
     return VORTIC_ERR_GENERAL;
   }
   const int result = m_Fast.Wait(pFailAddr);

@@ -79,6 +79,7 @@ class SimBackend : public Backend {
   i32 m_Interface = VORTIC_TIF_SPI;
   bool m_IsSupplied = false;
   bool m_HasPowerFault = false;
+  bool m_WasCutAsked = false;
   bool m_IsResetLow = false;
   u32 m_FixedVTref = 0;  // 0: the voltage is measured
   u64 m_NumListRuns = 0;

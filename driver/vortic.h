@@ -67,7 +67,8 @@ typedef struct {
 int VORTICARM_GetHWStatus(VORTIC_HW_STATUS* pStatus); /* 0: success */
 
 /* "SuppressGUI = 0|1", "SupplyPower = 0|1", "DisablePowerSupplyOnClose", "SetVTrefTmp <mV>",
- * "SelectModule <n>". Negative fails, with a text in pError. */
+ * "SelectModule = <n>". Negative fails, with a text in pError. A simulated probe also knows
+ * "SimGetStats", which writes its figures into pError. */
 int VORTICARM_ExecCommand(const char* sCommand, char* pError, int32_t ErrorSize);
 void VORTICARM_ClrRESET(void); /* reset low, the target is held */
 void VORTICARM_SetRESET(void);

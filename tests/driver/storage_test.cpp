@@ -1,0 +1,122 @@
+#include "driver/array_store.h"
+#include "driver/image_file.h"
+#include "tests/driver/probe_fixture.h"
+
+namespace {
+
+using StorageTest = ProbeFixture;
+
+TEST_F(StorageTest, ImageIsCreatedBlankAndKeptUpToDate) {
+  Open("W25Q128FV", "ImageFile = chip.bin");
+  EXPECT_EQ(ReadFile("chip.bin"), std::string(16 << 20, '\xFF'));
+  Run("06 | 02 012345 AB | ~05");
+  EXPECT_EQ(ReadFile("chip.bin")[0x12345], '\xAB');  // before it is closed
+  Run("06 | 02 FFFF00 CD | ~05 | 06 | D8 010000 | ~05");
+  EXPECT_EQ(ReadFile("chip.bin")[0x12345], '\xFF');
+  VORTICARM_Close();
+  Open("W25Q128FV", "ImageFile = chip.bin");
+  EXPECT_EQ(Run("03 FFFF00 >2 | 03 012345 >1"), "CDFFFF");
+  Run("06 | C7 | ~05");
+  VORTICARM_Close();
+  EXPECT_EQ(ReadFile("chip.bin"), std::string(16 << 20, '\xFF'));
+}
+
+TEST_F(StorageTest, AnOperationThatRunsAtClosingComesToItsEnd) {
+  Open("W25Q128FV", "ImageFile = chip.bin");
+  Run("06 | 02 000000 00");
+  VORTICARM_Close();
+  EXPECT_EQ(ReadFile("chip.bin")[0], '\0');
+}
+
+TEST_F(StorageTest, RefusesImagesThatDoNotFit) {
+  const std::string name = "The chip image \"" + Path("chip.bin") + "\"";
+  WriteFile("chip.bin", "short");
+  EXPECT_EQ(TryOpen("AT25080", "ImageFile = chip.bin"), name + " has 5 bytes, the chip has 1024.");
+  std::filesystem::remove(Path("chip.bin"));
+  std::filesystem::create_directory(Path("chip.bin"));
+  EXPECT_NE(TryOpen("AT25080", "ImageFile = chip.bin"), "");
+  EXPECT_NE(TryOpen("AT25080", "ImageFile = /dev/full"), "");
+  EXPECT_EQ(
+      TryOpen("AT25080", "ImageFile = no/chip.bin"),
+      "Could not open the chip image \"" + Path("no/chip.bin") + "\": No such file or directory.");
+}
+
+TEST_F(StorageTest, ImageIsLockedWhileItIsOpen) {
+  WriteFile("chip.bin", std::string(1024, 'x'));
+  ASSERT_EQ(TryOpen("AT25080", "ImageFile = chip.bin"), "");
+  vortic::ImageFile second;
+  EXPECT_EQ(second.Open(Path("chip.bin"), 1024, [](u64, std::span<const u8>) {}),
+            "The chip image \"" + Path("chip.bin") + "\" is in use by another simulated probe.");
+  VORTICARM_Close();
+  EXPECT_EQ(second.Open(Path("chip.bin"), 1024, [](u64, std::span<const u8>) {}), "");
+}
+
+TEST_F(StorageTest, SurvivesAnImageThatIsCutShort) {
+  Open("AT25080", "ImageFile = chip.bin");
+  std::filesystem::resize_file(Path("chip.bin"), 0);
+  EXPECT_EQ(Run("06 | 02 0200 55 | ~05 | 03 0200 >1"), "55");
+  EXPECT_EQ(ReadFile("chip.bin").size(), 0x201u);
+}
+
+// Blocks of the store are 64 KiB; ranges that cross them and ranges inside of them.
+TEST_F(StorageTest, ArrayKeepsWhatItWasTold) {
+  vortic::ArrayStore store(u64{1} << 28);
+  std::vector<u8> data(0x20000);
+  for (std::size_t i = 0; i < data.size(); ++i) {
+    data[i] = static_cast<u8>(i * 3);
+  }
+  EXPECT_FALSE(store.Program(0xFFF3, data));
+  std::vector<u8> read(data.size());
+  store.Read(0xFFF3, read);
+  EXPECT_EQ(read, data);
+  EXPECT_FALSE(store.Program(0xFFF3, data));
+  const u8 ones[] = {0xFF, 0xFF, 0xFE};
+  EXPECT_FALSE(store.Program(0xFFF3, std::span(ones).first(2)));
+  EXPECT_TRUE(store.Program(0xFFF3, ones));
+  store.Erase(0x10000, 0x1000);
+  store.Read(0xFFF3, read);
+  EXPECT_EQ(read[0x0C], data[0x0C]);
+  EXPECT_EQ(read[0x0D], 0xFF);
+  EXPECT_EQ(read[0x100C], 0xFF);
+  EXPECT_EQ(read[0x100D], data[0x100D]);
+}
+
+TEST_F(StorageTest, FilesOfTheProgrammer) {
+  Open("AT25080", "FileSystem = fs");
+  std::filesystem::create_directories(Path("fs/DIR"));
+  const std::string text = "Hello";
+  const auto* pText = reinterpret_cast<const u8*>(text.data());
+  EXPECT_EQ(VORTICARM_EMU_FILE_GetSize("A.DAT"), -1);
+  EXPECT_EQ(VORTICARM_EMU_FILE_Delete("A.DAT"), -1);
+  EXPECT_TRUE(s_Errors.empty());  // both are answers
+  EXPECT_EQ(VORTICARM_EMU_FILE_Write("DIR\\A.DAT", nullptr, 10, 0), 0);
+  EXPECT_EQ(VORTICARM_EMU_FILE_GetSize("DIR\\A.DAT"), 10);
+  EXPECT_EQ(VORTICARM_EMU_FILE_Write("DIR\\A.DAT", pText, 5, 5), 5);
+  u8 data[8] = {};
+  EXPECT_EQ(VORTICARM_EMU_FILE_Read("DIR\\A.DAT", data, 6, 8), 4);
+  EXPECT_EQ(data[0], 'e');
+  EXPECT_EQ(VORTICARM_EMU_FILE_GetSize("DIR"), -1);
+  EXPECT_EQ(VORTICARM_EMU_FILE_Delete("DIR\\A.DAT"), 0);
+  EXPECT_EQ(VORTICARM_EMU_FILE_GetSize("DIR\\A.DAT"), -1);
+}
+
+TEST_F(StorageTest, FileNamesStayInTheFolder) {
+  Open("AT25080", "FileSystem = fs");
+  std::filesystem::create_directories(Path("fs"));
+  const u8 byte = 0;
+  for (const char* sName : {"", "..", "..\\x", "a\\..\\..\\x", "/etc/x", "a/b", "\\x", "C:\\x",
+                            "a\\", "a\\\\b", ".", "a\nb"}) {
+    s_Errors.clear();
+    EXPECT_LT(VORTICARM_EMU_FILE_Write(sName, &byte, 0, 1), 0) << sName;
+    EXPECT_EQ(s_Errors.size(), 1u) << sName;
+  }
+  EXPECT_FALSE(std::filesystem::exists(Path("x")));
+  VORTICARM_Close();
+  Open("AT25080");
+  s_Errors.clear();
+  EXPECT_LT(VORTICARM_EMU_FILE_GetSize("A"), 0);
+  EXPECT_EQ(s_Errors.at(0),
+            "The simulated probe has no file system (key FileSystem of its section).");
+}
+
+}  // namespace
