@@ -25,6 +25,8 @@ void LogId(const u8* pId) {
   APP_LogInfo(acText);
 }
 
+// The ID is kept even when no row matches it: it is what a hand-written description will be checked
+// against.
 void StoreId(const u8* pId) {
   const auto pInfo = std::make_unique<SPI_FLASH_INFO>();
   PROJECT_GetFlash(pInfo.get());

@@ -56,6 +56,7 @@ void ApplyAddrMode(SPI_FLASH_INFO& info, u32 addrMode4B) {
   }
 }
 
+// Geometry, instructions and addressing of a row; identity and quad settings stay.
 void ApplyDevice(SPI_FLASH_INFO& info, const FLASH_DEVICE& row) {
   ApplyGeometry(info, row);
   info.Ignore2ndIdByte = row.Ignore2ndIdByte() ? 1 : 0;
@@ -78,7 +79,9 @@ void ApplyQuadConfig(SPI_FLASH_INFO& info, const FLASH_QUAD_CONFIG& config) {
   info.WrAddrTransferMode = config.WrAddrTransferMode;
 }
 
-// 0, or -1 when quad mode was asked for and this device has no settings for it.
+// Quad settings are touched when the project leaves them to the table (quad transfer with
+// detection) or when the device is chosen by hand. 0, or -1 when quad mode was asked for and this
+// device has no settings for it.
 int SetUpQuad(SPI_FLASH_INFO& info, const FLASH_DEVICE& row) {
   if (info.AutoDetect != 0 && info.DataTransferMode != SPI_LANES_QUAD) {
     return 0;
@@ -123,6 +126,8 @@ i32 FLASH_GetSelectedDevice() {
   return SelectedDevice;
 }
 
+// For type 3 only. A project may name an EEPROM that the table doesn't have; it keeps its own
+// geometry.
 int FLASH_ApplyEEPROM(SPI_FLASH_INFO* pInfo) {
   FLASH_DEVICE row = {};
   if (pInfo == nullptr || pInfo->FlashType != FLASH_TYPE_EEPROM ||

@@ -30,6 +30,8 @@ constexpr u32 kAnswerYes = 0;
 constexpr u32 kAnswerNo = 1;
 constexpr u32 kAnswerNone = 2;
 
+// The setters count each block as a change; what counts is the state at the end: a new project is
+// to be saved, an opened one isn't.
 void FillBlocks(bool isNew) {
   State.IsLoading = 1;
   if (isNew) {
@@ -138,6 +140,7 @@ int PROJECT_Close() {
   return result;
 }
 
+// An unattended run that ends the program drops its changes rather than asking.
 int PROJECT_Shutdown() {
   if (State.IsShutDown != 0) {
     return 0;

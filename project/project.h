@@ -6,9 +6,10 @@
 // The project: everything that must be known to reach one target and to run production on it.
 //
 // It is five fixed-size blocks, handed around by value: callers hold copies, change them and hand
-// them back. Blocks are compared byte for byte, so copies start zero-filled (the getters see to
-// that). Exactly one project exists at a time. Application thread only, but for the getters in dialogs
-// that compare their copies.
+// them back. The larger two (steps) are no guests for a thread's stack. Who builds a block instead
+// of getting it clears it with memset first, padding included. Blocks are compared byte for byte,
+// so copies start zero-filled (the getters see to that). Exactly one project exists at a time.
+// Application thread only, but for the getters in dialogs that compare their copies.
 
 struct PROJ_GENERAL {
   char CurrentFile[512];  // data file belonging to the project
@@ -33,7 +34,7 @@ struct PROJ_CPU {
 struct PROJ_PRODUCTION {
   char SerialFile[512];
   char SNListFile[512];
-  u32 TargetPowerDelay;  // ms, 0 to 10000
+  u32 TargetPowerDelay;                                                    // ms, 0 to 10000
   u32 TimeoutEraseSect, TimeoutEraseChip, TimeoutProgPage, TimeoutVerify;  // ms
   u32 MonitorVTrefMin, MonitorVTrefMax, FixedVTref;                        // mV
   u32 SNAddr;   // address at which the serial number is stamped

@@ -23,6 +23,7 @@ void ClearBehindEnd(char (&acText)[N]) {
   std::memset(acText + len, 0, N - len);
 }
 
+// What stands behind a text's end, or behind the last step in use, is no difference.
 void Clean(PROJ_GENERAL& general) {
   ClearBehindEnd(general.CurrentFile);
   ClearBehindEnd(general.HostName);
@@ -136,6 +137,7 @@ void PROJECT_SetFlash(const SPI_FLASH_INFO* pBlock) {
   SetBlock(Current.Flash, pBlock);
 }
 
+// The connection layer has the values even when they are the old ones: it may have lost them.
 void PROJECT_SetProduction(const PROJ_PRODUCTION* pBlock) {
   SetBlock(Current.Production, pBlock);
   if (pBlock != nullptr && PROJECT_IsOpen() != 0) {

@@ -4,6 +4,8 @@
 
 // What the files of the project module share.
 
+// The five blocks. Two sets exist: the one in force, and a staging area that reader and defaults
+// fill and then hand to the setters, so that loading goes the way of every other change.
 struct PROJECT_BLOCKS {
   PROJ_GENERAL General;
   PROJ_CPU Cpu;
@@ -12,6 +14,8 @@ struct PROJECT_BLOCKS {
   PROJ_PERFORMANCE Performance;
 };
 
+// Closed; open with 0 modifications; open and modified. Whether it is open is asked of the text
+// store, which holds name and text.
 struct PROJECT_STATE {
   u32 NumModifications;  // since load or save
   u8 HasFileName;        // the project has a file on disk

@@ -6,6 +6,21 @@
 
 // The scalar keys of the project file, a table a section. Reader, writer and the values of a new
 // project all walk these tables.
+//
+// The file begins with the version that wrote it, which nobody reads, and goes on in sections:
+//
+//   "  AppVersion = 93800"
+//   "[GENERAL]"      how to reach the target, the data file
+//   "[JTAG]"         interface speed
+//   "[FLASH]"        kind and geometry of the chip, its ID when that is to be checked
+//   "[CPU]"          init and exit steps, in the order in which they were written
+//   "[SPI]"          instructions, status register, addressing
+//   "[QSPI]"         quad instructions and the steps that switch quad mode on
+//   "[PRODUCTION]"   erase type, target power, serial numbers, timeouts
+//   "[PERFORMANCE]"
+//
+// Strings, arrays and steps are no scalars and stand in reader and writer. A value above its limit
+// is cut silently, before it is narrowed to its field: 300 in a byte is 255.
 
 enum class KeyForm : u8 { Dec, Hex32, Hex8 };
 

@@ -75,6 +75,8 @@ void ReadStepBytes(const char* sSection, const char* sKey, CUSTOM_STEP& step) {
   APP_LogWarning(acText);
 }
 
+// An action that the table doesn't have becomes a delay of nothing: the step keeps its place, which
+// branches count on, and does no harm.
 void ReadStep(const char* sSection, const std::string& prefix, CUSTOM_STEP& step) {
   char acAction[kNameSize] = {};
   PROJFILE_ReadString(sSection, (prefix + "_Action").c_str(), acAction, sizeof(acAction));
@@ -95,7 +97,7 @@ void ReadStep(const char* sSection, const std::string& prefix, CUSTOM_STEP& step
   }
 }
 
-// Number of steps.
+// Keys behind the stated number of steps aren't looked at. Number of steps.
 u32 ReadSteps(const char* sSection, const char* sCountKey, const char* sPrefix,
               std::span<CUSTOM_STEP, CUSTOM_MAX_STEPS> steps) {
   const u32 num = ReadLimited(sSection, sCountKey, CUSTOM_MAX_STEPS, 0);
@@ -177,6 +179,7 @@ void PROJECT_ApplyDefaults() {
   SetBlocks(blocks);
 }
 
+// The serial number comes last: its file knows better than the project which number is next.
 void PROJECT_ReadBlocks() {
   PROJECT_BLOCKS& blocks = PROJECT_ClearStaging();
   ReadGeneral(blocks.General);

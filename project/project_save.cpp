@@ -30,6 +30,7 @@ void NoteSaved() {
   PROJECT_Hooks.pfOnChanged();
 }
 
+// Box closed without a button: no.
 bool AskForSaveAs() {
   char acText[SYS_MAX_PATH + 128];
   UTIL_snprintf(acText, sizeof(acText),

@@ -64,6 +64,8 @@ void WriteStepValue1(const char* sSection, const std::string& prefix, const CUST
   }
 }
 
+// Where the store keeps the order of writing, init and exit steps differ in the place of the
+// comment.
 void WriteSteps(const char* sSection, const char* sPrefix, std::span<const CUSTOM_STEP> steps,
                 bool commentFirst) {
   for (std::size_t i = 0; i < steps.size(); ++i) {
@@ -99,6 +101,7 @@ void WriteGeneral(const PROJ_GENERAL& general) {
 
 void WriteFlash(const SPI_FLASH_INFO& flash) {
   constexpr char section[] = "FLASH";
+  // An ID that is read from the chip anyway is no part of the project.
   if (flash.AutoDetect == 0) {
     PROJFILE_WriteHexBytes(section, "abID", flash.abID, sizeof(flash.abID));
   }

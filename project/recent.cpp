@@ -11,6 +11,9 @@
 #include "sys/util_format.h"
 #include "sys/util_string.h"
 
+// A list is a registry key of its own, "...\Recent File List 0\", with the values "File1" (newest)
+// to "File10". The first value that is missing ends the list.
+
 namespace {
 
 constexpr u32 kNumLists = 2;
@@ -28,7 +31,8 @@ std::string ValueName(std::size_t Index) {
   return "File" + std::to_string(Index + 1);
 }
 
-// 0 or an error number.
+// Writes the entries that differ from the registry's: each write replaces a file, and mostly the
+// newest name is at the head already. 0 or an error number.
 u32 StoreList(RECENT_LIST& list) {
   const SYS_HANDLE h = SYS_REG_Open(SYS_REG_CURRENT_USER, list.Key.c_str());
   u32 error = h == 0 ? SYS_GetLastError() : SYS_ERROR_NONE;

@@ -74,6 +74,7 @@ void FormatFileError(u32 Error, const char* sVerb, char* pBuf, u32 BufSize) {
   UTIL_snprintf(pBuf, BufSize, "Could not %s file [%s]\n%s", sVerb, Store.acFileName, sCause);
 }
 
+// Another process that writes the same file has it for a moment only.
 SYS_HANDLE BeginReplaceRetried() {
   for (u32 i = 0;; ++i) {
     const SYS_HANDLE h = SYS_FILE_BeginReplace(Store.acFileName, false);
@@ -104,6 +105,7 @@ void SaveText(char* pError, u32 ErrorSize) {
   }
 }
 
+// A missing file is an empty one; it appears with the first write.
 void LoadText() {
   if (SYS_FILE_Exists(Store.acFileName) == 0) {
     return;
@@ -124,6 +126,7 @@ void LoadText() {
   SYS_FILE_Close(h);
 }
 
+// The text in memory changes even when the file cannot be written: the setting holds for this run.
 int WriteKey(const char* pSection, const char* pKey, const std::string& line) {
   char acError[kErrorSize] = {};
   SETTINGS_REPORT* pfReport = nullptr;

@@ -60,8 +60,8 @@ void SETUP_SetCurrent(const char* sName);  // and enters it into the recent proj
 void SETUP_SetDataFiles(const char* sName);
 void SETUP_SetProjectFiles(const char* sName);
 
-// Overrides of the command line, never stored. Null or a name of 512 characters or more switches one
-// off.
+// Overrides of the command line, never stored. Null or a name of 512 characters or more switches
+// one off.
 void SETUP_OverrideKorvaneLog(const char* sName);
 void SETUP_OverrideVorticLog(const char* sName);
 void SETUP_OverrideConnection(const PROBE_CONNECTION* pConnection);

@@ -23,6 +23,7 @@ bool SettingsText::StartsWithFolded(std::size_t Pos, std::string_view Name) cons
          UTIL_strnicmp(m_Text.c_str() + Pos, Name.data(), static_cast<u32>(Name.size())) == 0;
 }
 
+// Offset of the line behind the header, or none.
 std::size_t SettingsText::FindSection(std::string_view Section) const {
   for (std::size_t line = 0; line < m_Text.size(); line = NextLine(line)) {
     const std::size_t pos = SkipBlanks(line);
@@ -50,6 +51,8 @@ std::size_t SettingsText::FindOrAddSection(std::string_view Section) {
   return FindSection(Section);
 }
 
+// Offset of the key's line, or none. A blank or the equals sign has to follow, so that no longer
+// key is taken for this one; a tab doesn't do.
 std::size_t SettingsText::FindKey(std::size_t Body, std::string_view Key) const {
   for (std::size_t line = Body; line < m_Text.size(); line = NextLine(line)) {
     const std::size_t pos = SkipBlanks(line);
@@ -79,6 +82,7 @@ void SettingsText::WriteLine(std::string_view Section, std::string_view Key,
   const std::size_t body = FindOrAddSection(Section);
   const std::size_t old = FindKey(body, Key);
   if (old != kNone) {
+    // Empty lines behind it go with it.
     std::size_t end = NextLine(old);
     const std::size_t filled = m_Text.find_first_not_of("\r\n", end);
     end = filled == kNone ? m_Text.size() : filled;

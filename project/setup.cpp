@@ -10,7 +10,10 @@
 #include "sys/path.h"
 #include "sys/util_string.h"
 
-// The accessors over the settings store.
+// The accessors over the settings store. A key that is missing or malformed reads as its default.
+//
+// Numbers are cached, since some are asked for at each line of the log; texts are read when asked
+// for. Paths are turned to the platform's separator when read, not in the file.
 
 namespace {
 
@@ -64,6 +67,7 @@ constexpr char kProject[] = "PROJECT";
 constexpr char kPath[] = "PATH";
 constexpr char kLog[] = "LOG";
 
+// Section, key, default.
 NumberSetting AutoBlankCheck(kOperation, "AutoBlankCheck", 1);
 NumberSetting AutoDisconnect(kOperation, "AutoDisconnect", 0);
 NumberSetting AutoMode(kOperation, "AutoMode", 0);
@@ -97,6 +101,7 @@ bool ReadPath(const char* sSection, const char* sKey, char* pBuf, u32 BufSize) {
   return true;
 }
 
+// Drive and directory of a name; what stands behind the last separator is dropped.
 void WriteDirectory(const char* sKey, const char* sName) {
   char acName[SYS_MAX_PATH];
   char acDrive[8];
@@ -160,6 +165,7 @@ u32 SETUP_GetTimeoutProgram() {
   return TimeoutProgram.Get();
 }
 
+// Below 1 nothing at all would be told; above 9 there is nothing more to tell.
 u32 SETUP_GetLogLevel() {
   const u32 level = LogLevel.Get();
   return level < 1 ? 1 : level > 9 ? 9 : level;
@@ -199,6 +205,7 @@ void SETUP_GetProjectFiles(char* pBuf, u32 BufSize) {
   if (ReadPath(kPath, "ProjectFiles", pBuf, BufSize)) {
     return;
   }
+  // An installed program has sample projects beside it.
   SYS_GetExeDir(pBuf, BufSize);
   std::string samples = std::string(pBuf) + "Samples\\Korvane\\ProjectFiles\\";
   SYS_PATH_ToNative(samples.data());

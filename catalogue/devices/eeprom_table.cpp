@@ -24,6 +24,7 @@ constexpr DeviceRow kRows[] = {
 };
 static_assert(std::size(kRows) == FLASH_NUM_EEPROMS);
 
+// Sizes follow from the names: kilobits, and 01 for one megabit.
 consteval auto MakeTable() {
   std::array<FLASH_DEVICE, FLASH_NUM_EEPROMS> table = {};
   for (u32 i = 0; i < FLASH_NUM_EEPROMS; ++i) {
