@@ -38,7 +38,8 @@ void FLASH_Disconnect();
 int FLASH_Detect();
 // Flash level only. 0, else not 0.
 int FLASH_ConnectChip();
-int FLASH_VerifyId(const u8* pExpected, u32 NumBytes, const u8* pRaw, u32 NumRaw, bool IgnoreSecond);
+int FLASH_VerifyId(const u8* pExpected, u32 NumBytes, const u8* pRaw, u32 NumRaw,
+                   bool IgnoreSecond);
 // Whether the probe is open afterwards.
 bool PROBE_Open(bool CheckPower, bool Announce);
 void PROBE_Close();

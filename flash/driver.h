@@ -7,8 +7,9 @@
 //
 // The library is loaded at the first call, tried again at each call until that succeeds: the
 // directory of this module and of the program, then what the registry names as install path. A
-// missing library is told by a box that names the places looked at; then pfOnFatal ends the program.
-// Each name is bound at its first call; a missing one is told by a box and the call gives 0.
+// missing library is told by a box that names the places looked at; then pfOnFatal ends the
+// program. Each name is bound at its first call; a missing one is told by a box and logged as an
+// error, and the call gives 0.
 
 // Called with exit code 1 when there is no driver library. The default ends the process through the
 // front end. A handler that returns makes the call give its failure value.
@@ -20,8 +21,16 @@ extern FLASH_DRIVER_HOOKS FLASH_DriverHooks;
 // For tests: functions by name that stand in for the library's. Null takes the library again.
 using DRIVER_LOOKUP = void*(const char* sName);
 void DRIVER_SetLookup(DRIVER_LOOKUP* pfLookup);
+// For tests: the one place to look for the library; what is loaded is let go. Null for the usual
+// places.
+void DRIVER_SetLibraryPath(const char* sFileName);
 // True when the library is loaded or can be.
 bool DRIVER_Load();
+// What the library's error texts are given to: logs each as an error and counts it. Errors reported
+// between two looks at the count tell of a failure that no result tells, whatever sections were
+// opened meanwhile.
+VORTIC_TEXT_HANDLER* DRIVER_GetErrorHandler();
+u32 DRIVER_GetNumErrors();
 
 int VORTIC_SelectUSB(int32_t Port);
 int VORTIC_SelectBySN(u32 SerialNo);

@@ -5,8 +5,8 @@
 #include "image/memarea.h"
 #include "sys/types.h"
 
-// Sector geometry and erase. Application thread only. Operations return nothing: their outcome is in
-// the log and the error count.
+// Sector geometry and erase. Application thread only. Operations return nothing: their outcome is
+// in the log and the error count.
 
 // ---- Geometry, from the project each time ----
 u32 FLASH_GetNumSectors();
@@ -18,7 +18,8 @@ MEMAREA* FLASH_CreateSectorArea(MEMAREA* pFilter, u32* pNumSectors);
 u32 FLASH_GetNumRanges();
 void FLASH_GetRangeInfo(u32 Index, u64* pAddr, u64* pNumBytes);
 bool FLASH_IsSectorAffected(u32 Index, MEMAREA* pArea);
-// -1 when all of pArea, moved by Offset, lies in the chip, else the index of the first range outside.
+// -1 when all of pArea, moved by Offset, lies in the chip, else the index of the first range
+// outside.
 i64 FLASH_IsSpanInChip(MEMAREA* pArea, u64 Offset);
 // ", 0x%llX - 0x%llX" for each range of the area; null stands for the chip.
 std::string FLASH_FormatRanges(MEMAREA* pArea);
@@ -33,6 +34,8 @@ void FLASH_EraseForProgram(MEMAREA* pArea);
 void FLASH_RemoveBlockProtection();
 struct PROGRESS_INFO;
 // One byte a sector in pMap, non-zero to erase.
-void FLASH_EraseSectorMap(const u8* pMap, u32 NumSectors, u32 NumSelected, PROGRESS_INFO* pProgress);
-// Waits until the chip is ready. 0; -1 when the time ran out; -2 when an error was logged meanwhile.
+void FLASH_EraseSectorMap(const u8* pMap, u32 NumSectors, u32 NumSelected,
+                          PROGRESS_INFO* pProgress);
+// Waits until the chip is ready. 0; -1 when the time ran out; -2 when an error was logged
+// meanwhile.
 int FLASH_WaitReady(u32 TimeoutMs);

@@ -16,6 +16,8 @@ int FLASH_IsBlank(MEMAREA* pArea);
 // One block of whole pages. Bytes programmed, or negative.
 i64 SPI_ProgramPages(u32 Addr, u32 NumBytes, const u8* pData);
 int FLASH_ProgramFast(u32 Addr, u32 NumBytes, const u8* pData);
-// Calls the library until its queue is worked off. 0, or negative with *pFailAddr set (0 when the
-// library has no such function).
+// Calls the library until its queue is worked off. 0; -1 with *pFailAddr set (0 when the library
+// has no such function); FLASH_WAIT_STOPPED when an error was logged or the user cancelled
+// meanwhile.
+constexpr int FLASH_WAIT_STOPPED = -2;
 int FLASH_WaitFast(u32* pFailAddr);

@@ -30,9 +30,9 @@ constexpr u32 SPI_FLAGS_DUMMY = 0x900;
 constexpr u32 SPI_FLAGS_DUMMY_QUAD = 0xA00;
 constexpr u32 SPI_FLAGS_DATA_QUAD = 0x60C;
 
-constexpr u32 SPI_MAX_READ = 0x20000;     // bytes of one read
-constexpr u32 SPI_ID_BYTES_DETECT = 42;   // read when the device is to be identified
-constexpr u32 SPI_ID_BYTES_VERIFY = 13;   // read when it is known
+constexpr u32 SPI_MAX_READ = 0x20000;    // bytes of one read
+constexpr u32 SPI_ID_BYTES_DETECT = 42;  // read when the device is to be identified
+constexpr u32 SPI_ID_BYTES_VERIFY = 13;  // read when it is known
 
 // The process's one working copy of the project's flash description, refreshed at the start of each
 // operation.
@@ -50,10 +50,16 @@ void SPI_StoreAddr(u8* pDest, u32 Addr, u32 NumBytes);
 constexpr int SPI_NO_LIST = -100000;
 int SPI_RunList(SPI_CMD_DESC* pList, u32 NumRecords);
 
+// Address bytes of a command: what the description says, at most 4.
+u32 SPI_GetNumAddrBytes(const SPI_FLASH_INFO& info);
+// Address bytes that are too few would silently reach another place of the chip. 0, or -1 reported.
+int SPI_CheckSpan(const SPI_FLASH_INFO& info, u64 Addr, u64 NumBytes);
+
 // Single transfers, each a whole frame.
 void SPI_SendFrame(const u8* pData, u32 NumBytes);
 void SPI_SendCmd(u8 Cmd);
-// Reads the status byte by instruction, in one go of two transfers.
+// Reads the status byte by instruction, in one go of two transfers. A link that delivers nothing
+// leaves a byte that says busy and protected.
 u8 SPI_ReadStatus(const SPI_FLASH_INFO& info);
 bool SPI_IsReady(const SPI_FLASH_INFO& info);
 

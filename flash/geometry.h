@@ -1,0 +1,49 @@
+#pragma once
+
+#include "flash/erase.h"
+
+// Sectors of the chip, all of one size, as the project says. Internal to this folder.
+struct Geometry {
+  u32 NumSectors = 0;
+  u32 SectorShift = 0;
+
+  u64 GetAddr(u32 Index) const { return static_cast<u64>(Index) << SectorShift; }
+  u64 GetSectorSize() const { return NumSectors != 0 ? u64{1} << SectorShift : 0; }
+  u64 GetTotalSize() const { return static_cast<u64>(NumSectors) << SectorShift; }
+};
+
+// A geometry that makes no sense has no sectors.
+Geometry GEOMETRY_Get();
+
+// Calls Run(first, last) for each run of neighbouring sectors that any range of the area touches,
+// in ascending order. One pass over the ranges, whatever the number of sectors.
+template <class RUN>
+void GEOMETRY_ForEachRun(const Geometry& geometry, MEMAREA* pArea, RUN Run) {
+  bool isOpen = false;
+  u32 first = 0;
+  u32 last = 0;
+  const u32 numRanges = MEMAREA_GetNumRanges(pArea);
+  for (u32 i = 0; i < numRanges; ++i) {
+    u64 addr = 0;
+    u64 numBytes = 0;
+    MEMAREA_GetRange(pArea, i, &addr, &numBytes);
+    const u64 firstSector = addr >> geometry.SectorShift;
+    if (numBytes == 0 || firstSector >= geometry.NumSectors) {
+      continue;
+    }
+    const u64 end = geometry.NumSectors - 1;
+    const u64 lastSector = (addr + numBytes - 1) >> geometry.SectorShift;
+    const u32 from = static_cast<u32>(firstSector);
+    const u32 to = static_cast<u32>(lastSector < end ? lastSector : end);
+    if (isOpen && from > last + 1) {
+      Run(first, last);
+      isOpen = false;
+    }
+    first = isOpen ? first : from;
+    last = to;
+    isOpen = true;
+  }
+  if (isOpen) {
+    Run(first, last);
+  }
+}

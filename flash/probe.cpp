@@ -1,0 +1,276 @@
+#include <array>
+
+#include "app/engine/frontend.h"
+#include "app/engine/log.h"
+#include "flash/connect_internal.h"
+#include "flash/spi.h"
+#include "project/project.h"
+#include "project/settings.h"
+#include "sys/file.h"
+#include "sys/thread.h"
+#include "sys/util_format.h"
+
+// The probe level: the library open on a probe, the target's interface set and its power checked.
+
+namespace {
+
+constexpr u32 kMinTargetMv = 1000;
+constexpr u32 kResetHoldMs = 10;
+constexpr u32 kResetReleaseMs = 20;
+constexpr int kNoPower = -259;
+
+// While it lives no data window asks for attention: a job that connects must not be interrupted.
+class WindowCheckPause {
+ public:
+  WindowCheckPause() { Enable(false); }
+  ~WindowCheckPause() { Enable(true); }
+  WindowCheckPause(const WindowCheckPause&) = delete;
+  WindowCheckPause& operator=(const WindowCheckPause&) = delete;
+
+ private:
+  static void Enable(bool OnOff) {
+    if (APP_FRONTEND* pFrontEnd = APP_GetFrontEnd()) {
+      pFrontEnd->EnableDataWindowCheck(OnOff);
+    }
+  }
+};
+
+bool IsGangProduct(i32 ProductId) {
+  switch (ProductId) {
+    case 27:
+    case 30:
+    case 41:
+    case 42:
+    case 48:
+    case 49:
+      return true;
+    default:
+      return false;
+  }
+}
+
+void SetLogFile() {
+  if (SETUP_GetEnableVorticLog(true) == 0) {
+    VORTIC_SetLogFile(nullptr);
+    return;
+  }
+  std::array<char, SYS_MAX_PATH> acName{};
+  SETUP_GetVorticLogFile(acName.data(), acName.size(), true);
+  VORTIC_SetLogFile(acName.data());
+}
+
+void GetConnection(PROBE_CONNECTION* pConnection) {
+  PROJ_GENERAL general{};
+  if (PROJECT_IsOpen() != 0) {
+    PROJECT_GetGeneral(&general);
+  }
+  *pConnection = {};
+  SETUP_GetConnectInfo(pConnection, &general);
+  pConnection->HostName[sizeof(pConnection->HostName) - 1] = '\0';
+  pConnection->Nickname[sizeof(pConnection->Nickname) - 1] = '\0';
+}
+
+// Writes how the probe is reached.
+void LogConnection(const PROBE_CONNECTION& connection) {
+  switch (connection.Mode) {
+    case PROBE_MODE_USB_SN:
+      APP_LogInfof("Connecting via USB to probe/ programmer with SN %u", connection.Number);
+      break;
+    case PROBE_MODE_IP:
+      APP_LogInfof("Connecting via TCP/IP to %s", connection.HostName);
+      break;
+    case PROBE_MODE_USB_NICKNAME:
+      APP_LogInfof("Connecting via USB to probe/ programmer with nickname \"%s\"",
+                   connection.Nickname);
+      break;
+    default:
+      APP_LogInfof("Connecting via USB to probe/ programmer device %u", connection.Number);
+  }
+}
+
+int SetFixedVTref() {
+  const FLASH_CONNECTION& state = FLASH_State();
+  if (state.FixedVTrefOn == 0) {
+    return 0;
+  }
+  std::array<char, 64> acCommand{};
+  std::array<char, 128> acError{};
+  UTIL_snprintf(acCommand.data(), acCommand.size(), "SetVTrefTmp %u", state.FixedVTrefMv);
+  const int result = VORTIC_ExecCommand(acCommand.data(), acError.data(), acError.size());
+  if (result < 0) {
+    APP_LogError(acError.data());
+  }
+  return result;
+}
+
+// A probe that can't supply power doesn't matter as long as the target has some, which is measured.
+void RunCommand(const char* sCommand) {
+  std::array<char, 128> acError{};
+  VORTIC_ExecCommand(sCommand, acError.data(), acError.size());
+}
+
+void WaitTargetPower() {
+  if (FLASH_State().TargetPowerOn != 0) {
+    SYS_Sleep(FLASH_State().TargetPowerDelayMs);
+  }
+}
+
+// 0, or -259 with the library closed.
+int CheckPower() {
+  if (FLASH_State().TargetPowerOn != 0) {
+    RunCommand("SupplyPower = 1");
+    WaitTargetPower();
+  }
+  u32 millivolts = 0;
+  VORTIC_GetTargetVoltage(&millivolts);
+  if (millivolts >= kMinTargetMv) {
+    FLASH_HoldReset();
+    return 0;
+  }
+  APP_LogError("Target system has no power");
+  if (FLASH_State().TargetPowerOn != 0) {
+    RunCommand("DisablePowerSupplyOnClose");
+  }
+  VORTIC_Close();
+  WaitTargetPower();
+  return kNoPower;
+}
+
+// Closes the library when it fails.
+bool SetUpTarget(bool PowerCheck) {
+  SPI_RefreshInfo();
+  if (SetFixedVTref() < 0 || CONNECT_SelectInterface() != 0) {
+    VORTIC_Close();
+    return false;
+  }
+  return !PowerCheck || CheckPower() == 0;
+}
+
+bool OpenLibrary(bool PowerCheck, u32 NumErrors) {
+  // What the probe says of itself is shown whatever the log level.
+  if (const char* sError = VORTIC_OpenEx(AddLogLine)) {
+    APP_LogError(sError);
+    return false;
+  }
+  CONNECT_SelectedInterface() = 0;
+  FLASH_State().ProbeIsGang = IsGangProduct(VORTIC_GetProductId()) ? 1 : 0;
+  if (PROJECT_IsOpen() != 0 && FLASH_State().ProbeIsGang == 0 && !SetUpTarget(PowerCheck)) {
+    return false;
+  }
+  if (DRIVER_GetNumErrors() != NumErrors) {
+    VORTIC_Close();
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+int CONNECT_GetInterface() {
+  const SPI_FLASH_INFO& info = SPI_Info();
+  return info.UseQuadMode != 0 && info.FlashType == FLASH_TYPE_NOR ? VORTIC_TIF_QSPI
+                                                                   : VORTIC_TIF_SPI;
+}
+
+int CONNECT_SelectInterface() {
+  const int interface = CONNECT_GetInterface();
+  if ((VORTIC_GetInterfaces() >> interface & 1) == 0) {
+    APP_LogErrorf("The connected probe/ programmer (S/N %d) does not support the %s interface",
+                  VORTIC_GetSN(), interface == VORTIC_TIF_QSPI ? "QSPI" : "SPI");
+    return -1;
+  }
+  static PROJ_CPU cpu;  // too large for the stack
+  PROJECT_GetCpu(&cpu);
+  VORTIC_SelectInterface(interface);
+  VORTIC_SetSpeed(cpu.Speed0);
+  CONNECT_SelectedInterface() = interface;
+  return 0;
+}
+
+int& CONNECT_SelectedInterface() {
+  static int interface;
+  return interface;
+}
+
+int PROBE_Select(bool Announce) {
+  SetLogFile();
+  PROBE_CONNECTION connection;
+  GetConnection(&connection);
+  if (Announce && APP_GetLogDepth() != 0) {
+    LogConnection(connection);
+  }
+  switch (connection.Mode) {
+    case PROBE_MODE_USB_SN:
+      if (VORTIC_SelectBySN(connection.Number) == -1) {
+        APP_LogErrorf(
+            "Probe/ Programmer with SN %u not found.\nCheck the project settings and your "
+            "connected probe/ programmer.",
+            connection.Number);
+        return -1;
+      }
+      break;
+    case PROBE_MODE_IP:
+      VORTIC_SelectIP(connection.HostName, 0);
+      break;
+    case PROBE_MODE_USB_NICKNAME:
+      VORTIC_SelectByNickname(connection.Nickname);
+      break;
+    default:
+      VORTIC_SelectUSB(static_cast<int32_t>(connection.Number));
+  }
+  return 0;
+}
+
+bool PROBE_Open(bool CheckPower, bool Announce) {
+  const WindowCheckPause pause;
+  FLASH_CONNECTION& state = FLASH_State();
+  if (state.ProbeIsOpen != 0) {
+    return true;
+  }
+  if (!DRIVER_Load()) {
+    return false;
+  }
+  const u32 numErrors = DRIVER_GetNumErrors();
+  VORTIC_SetErrorOutHandler(DRIVER_GetErrorHandler());
+  // A selection that the library complains of must not end on whatever probe is there.
+  if (PROBE_Select(Announce) == 0 && DRIVER_GetNumErrors() == numErrors) {
+    state.ProbeIsOpen = OpenLibrary(CheckPower, numErrors) ? 1 : 0;
+  }
+  if (state.ProbeIsOpen == 0) {
+    state.ProbeIsGang = 0;
+  }
+  return state.ProbeIsOpen != 0;
+}
+
+void PROBE_Close() {
+  FLASH_CONNECTION& state = FLASH_State();
+  if (state.ProbeIsOpen == 0) {
+    return;
+  }
+  if (state.ProbeIsGang != 0) {
+    VORTIC_Close();
+  } else {
+    if (PROJECT_IsOpen() != 0) {
+      // As the project says now: identification may have changed it since the connect began.
+      SPI_RefreshInfo();
+      if (CONNECT_Wants4ByteMode(SPI_Info())) {
+        SPI_SendCmd(SPI_Info().CmdWriteEnable);
+        SPI_SendCmd(SPI_Info().CmdExit4ByteMode);
+      }
+    }
+    if (state.TargetPowerOn != 0) {
+      RunCommand("DisablePowerSupplyOnClose");
+    }
+    VORTIC_ReleaseResetLine();
+    SYS_Sleep(kResetReleaseMs);
+    VORTIC_Close();
+    WaitTargetPower();
+  }
+  state.ProbeIsOpen = 0;
+  state.ProbeIsGang = 0;
+}
+
+void FLASH_HoldReset() {
+  VORTIC_HoldResetLine();
+  SYS_Sleep(kResetHoldMs);
+}

@@ -1,0 +1,103 @@
+#include "flash/spi.h"
+
+#include <algorithm>
+#include <bit>
+
+#include "app/engine/log.h"
+#include "project/project.h"
+
+namespace {
+
+constexpr u32 kMaxAddrBytes = 4;
+
+u32 GetStatusMask(const SPI_FLASH_INFO& info) {
+  return 1u << (info.StatusBitPos & 7);
+}
+
+}  // namespace
+
+// The records go over the interface as they lie in memory.
+static_assert(std::endian::native == std::endian::little);
+
+SPI_FLASH_INFO& SPI_Info() {
+  static SPI_FLASH_INFO info;
+  return info;
+}
+
+void SPI_RefreshInfo() {
+  PROJECT_GetFlash(&SPI_Info());
+}
+
+void SPI_BuildDesc(SPI_CMD_DESC* pDesc, u32 Type, const void* pPara, u32 ParaSize, const u8* pWrite,
+                   u8* pRead, u32 NumBits, u32 Flags) {
+  *pDesc = {.Type = Type,
+            .Reserved = 0,
+            .pWrite = pWrite,
+            .pRead = pRead,
+            .NumBits = NumBits,
+            .Flags = Flags,
+            .pPara = pPara,
+            .ParaSize = ParaSize,
+            .Result = -1};
+}
+
+int SPI_BuildReadCmd(SPI_CMD_DESC** ppDesc, u32 NumFree, const u8* pCmd, u8* pRead, u32 NumBytes) {
+  if (NumFree < 2) {
+    return -1;
+  }
+  SPI_CMD_DESC* pDesc = *ppDesc;
+  SPI_BuildDesc(pDesc, SPI_TYPE_TRANSFER, nullptr, 0, pCmd, nullptr, 8, SPI_FLAGS_BEGIN);
+  SPI_BuildDesc(pDesc + 1, SPI_TYPE_TRANSFER, nullptr, 0, nullptr, pRead, NumBytes * 8,
+                SPI_FLAGS_END);
+  *ppDesc += 2;
+  return 0;
+}
+
+void SPI_StoreAddr(u8* pDest, u32 Addr, u32 NumBytes) {
+  for (u32 i = NumBytes; i-- > 0; Addr >>= 8) {
+    pDest[i] = static_cast<u8>(Addr);
+  }
+}
+
+int SPI_RunList(SPI_CMD_DESC* pList, u32 NumRecords) {
+  auto* pf = VORTIC_GetFunctionAs<VORTIC_RUN_LIST>(VORTIC_FUNC_RUN_LIST);
+  return pf != nullptr ? pf(pList, NumRecords) : SPI_NO_LIST;
+}
+
+u32 SPI_GetNumAddrBytes(const SPI_FLASH_INFO& info) {
+  return std::min<u32>(info.NumAddrBytes, kMaxAddrBytes);
+}
+
+int SPI_CheckSpan(const SPI_FLASH_INFO& info, u64 Addr, u64 NumBytes) {
+  const u32 numAddrBytes = SPI_GetNumAddrBytes(info);
+  const u64 end = u64{1} << (8 * numAddrBytes);
+  if (Addr < end && NumBytes <= end - Addr) {
+    return 0;
+  }
+  APP_LogErrorf("Address range 0x%llX - 0x%llX can't be reached with %d address bytes.", Addr,
+                Addr + NumBytes - 1, numAddrBytes);
+  return -1;
+}
+
+void SPI_SendFrame(const u8* pData, u32 NumBytes) {
+  VORTIC_Transfer(pData, nullptr, NumBytes * 8, SPI_FLAGS_FRAME);
+}
+
+void SPI_SendCmd(u8 Cmd) {
+  SPI_SendFrame(&Cmd, 1);
+}
+
+u8 SPI_ReadStatus(const SPI_FLASH_INFO& info) {
+  u8 status = 0xFF;
+  if (info.StatusIsReadyBit != 0) {
+    status = static_cast<u8>(~GetStatusMask(info));
+  }
+  VORTIC_Transfer(&info.CmdReadStatus, nullptr, 8, SPI_FLAGS_BEGIN);
+  VORTIC_Transfer(nullptr, &status, 8, SPI_FLAGS_END);
+  return status;
+}
+
+bool SPI_IsReady(const SPI_FLASH_INFO& info) {
+  const bool isSet = (SPI_ReadStatus(info) & GetStatusMask(info)) != 0;
+  return isSet == (info.StatusIsReadyBit != 0);
+}

@@ -1,0 +1,184 @@
+#include "flash/verify.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "flash/erase.h"
+#include "flash/operation.h"
+#include "flash/program.h"
+#include "flash/spi.h"
+#include "sys/util_format.h"
+
+namespace {
+
+constexpr u64 kMaxBlock = SPI_MAX_READ;
+constexpr u64 kMaxGap = 1024;  // holes up to this are read across, in one frame
+constexpr u32 kAlignShift = 2;
+constexpr u64 kAlignMask = 3;
+constexpr u8 kFill = 0xFF;
+
+std::array<u8, SPI_MAX_READ> ReadBuffer;
+
+// The walk over an image in blocks that one read covers.
+class VerifyWalk {
+ public:
+  explicit VerifyWalk(MEMAREA* pArea)
+      : m_pArea(pArea),
+        m_Addr(MEMAREA_GetMinAddr(pArea) & ~kAlignMask),
+        m_LastAddr(MEMAREA_GetMaxAddr(pArea) | kAlignMask) {}
+
+  bool IsAtEnd() const { return m_IsAtEnd; }
+  u64 GetAddr() const { return m_Addr; }
+  // False at the end. Buffers may be null.
+  bool Next(u8* pData, u8* pValid) {
+    if (m_IsAtEnd) {
+      return false;
+    }
+    NumBytes = MEMAREA_GetData(m_pArea, m_Addr, m_LastAddr, kMaxGap, kFill, pData, pValid, &Addr,
+                               kMaxBlock, kAlignShift, kAlignShift);
+    m_Addr = Addr + NumBytes;
+    m_IsAtEnd = NumBytes == 0 || m_Addr < Addr || m_Addr > m_LastAddr;
+    return NumBytes != 0;
+  }
+
+  u64 Addr = 0;
+  u64 NumBytes = 0;
+
+ private:
+  MEMAREA* m_pArea;
+  u64 m_Addr;
+  u64 m_LastAddr;
+  bool m_IsAtEnd = false;
+};
+
+void ShowAddr(PROGRESS_INFO* pProgress, u64 Addr) {
+  std::array<char, 64> acText{};
+  UTIL_snprintf64(
+      acText.data(), acText.size(),
+      Addr > 0xFFFFFFFF ? "Verifying @ address 0x%.16llX" : "Verifying @ address 0x%.8llX", Addr);
+  PROGRESS_SetSubText(pProgress, acText.data());
+}
+
+bool VerifyBlock(u64 Addr, u64 NumBytes, const u8* pData, const u8* pValid) {
+  if (!IsSendable(Addr, NumBytes)) {
+    return SPI_CheckSpan(SPI_Info(), Addr, NumBytes) == 0;
+  }
+  const u32 addr = static_cast<u32>(Addr);
+  const u32 numBytes = static_cast<u32>(NumBytes);
+  return FLASH_State().FastMode != 0 ? FLASH_VerifyFast(addr, numBytes, pData) >= 0
+                                     : FLASH_CompareBlock(addr, numBytes, pData, pValid) >= 0;
+}
+
+// Waits for what fast mode has queued. pFailed: address of a block that the library refused, or
+// null.
+void FinishFast(const u64* pFailed) {
+  u32 failAddr = 0;
+  const int result = FLASH_WaitFast(&failAddr);
+  if (result < 0 && result != FLASH_WAIT_STOPPED) {
+    APP_LogErrorf("Verify failed @ address 0x%.8X", failAddr);
+  } else if (pFailed != nullptr && !HasErrors()) {
+    APP_LogErrorf("Verify failed @ address 0x%.8X", static_cast<u32>(*pFailed));
+  }
+}
+
+// Both passes. The outcome is in the log.
+void RunVerify(MEMAREA* pArea, PROGRESS_INFO* pProgress) {
+  const std::unique_ptr<u8[]> pData = AllocBuffer(kMaxBlock);
+  const std::unique_ptr<u8[]> pValid = AllocBuffer(kMaxBlock);
+  if (pData == nullptr || pValid == nullptr) {
+    APP_LogErrorf("Failed to allocate %d bytes of memory", static_cast<u32>(kMaxBlock));
+    return;
+  }
+  u64 total = 0;
+  for (VerifyWalk walk(pArea); walk.Next(nullptr, nullptr);) {
+    total += walk.NumBytes;
+  }
+  ByteProgress done(pProgress, total);
+  VerifyWalk walk(pArea);
+  bool isOk = true;
+  while (isOk && !walk.IsAtEnd() && APP_IsOperationAlive() != 0) {
+    ShowAddr(pProgress, walk.GetAddr());
+    if (!walk.Next(pData.get(), pValid.get())) {
+      break;
+    }
+    isOk = VerifyBlock(walk.Addr, walk.NumBytes, pData.get(), pValid.get());
+    if (isOk) {
+      done.Add(walk.NumBytes);
+      done.Show();
+    }
+  }
+  if (FLASH_State().FastMode != 0) {
+    FinishFast(isOk ? nullptr : &walk.Addr);
+  }
+  // An image that could not be read to its end looks like one that ends early.
+  const bool isEmpty = MEMAREA_GetNumRanges(pArea) == 0;
+  if (APP_IsOperationAlive() != 0 && (done.NumDone() != total || (total == 0 && !isEmpty))) {
+    APP_LogError("The data could not be read to its end.");
+  }
+}
+
+// Bytes beyond the chip have no counterpart: a chip that repeats its contents there could pass.
+bool IsInChip(MEMAREA* pArea) {
+  const i64 index = FLASH_IsSpanInChip(pArea, 0);
+  if (index < 0) {
+    return true;
+  }
+  u64 addr = 0;
+  u64 numBytes = 0;
+  MEMAREA_GetRange(pArea, static_cast<u32>(index), &addr, &numBytes);
+  APP_LogErrorf(
+      "Could not verify target, address range 0x%llX - 0x%llX is outside of the flash chip.", addr,
+      addr + numBytes - 1);
+  return false;
+}
+
+}  // namespace
+
+int FLASH_CompareBlock(u32 Addr, u32 NumBytes, const u8* pExpected, const u8* pValid) {
+  // A read that delivers nothing must not look like the block before.
+  const u32 numFill = std::min(NumBytes, SPI_MAX_READ);
+  std::transform(pExpected, pExpected + numFill, ReadBuffer.begin(),
+                 [](u8 Value) { return static_cast<u8>(~Value); });
+  if (SPI_ReadData(Addr, NumBytes, ReadBuffer.data()) != 0) {
+    APP_LogErrorf("Failed to read memory (0x%.2X bytes @ address 0x%.8X)", NumBytes, Addr);
+    return -1;
+  }
+  if (std::memcmp(ReadBuffer.data(), pExpected, NumBytes) == 0) {
+    return 0;
+  }
+  for (u32 i = 0; i < NumBytes; ++i) {
+    if (ReadBuffer[i] != pExpected[i] && (pValid == nullptr || pValid[i] != 0)) {
+      APP_LogErrorf("Verification failed @ address 0x%.8X (Read: 0x%.2X, Expected: 0x%.2X)",
+                    Addr + i, ReadBuffer[i], pExpected[i]);
+      return -1;
+    }
+  }
+  return 0;
+}
+
+void FLASH_Verify(MEMAREA* pArea) {
+  const u32 numRanges = MEMAREA_GetNumRanges(pArea);
+  Operation op("Verifying target (%llu bytes, %d range%s) ...", MEMAREA_GetNumBytes(pArea),
+               numRanges, Plural(numRanges));
+  if (pArea == nullptr) {
+    APP_LogError("Could not verify target, no data file opened.");
+    return;
+  }
+  if (FLASH_Connect() != 0) {
+    APP_LogError("Could not verify target, not connected.");
+    return;
+  }
+  PROGRESS_INFO* pProgress = op.StartProgress("Verifying target");
+  SPI_RefreshInfo();
+  if (!HasErrors() && IsInChip(pArea)) {
+    RunVerify(pArea, pProgress);
+  }
+  if (HasErrors()) {
+    APP_LogError("Failed to verify target.");
+  } else if (op.IsCanceled()) {
+    APP_LogError("Verify canceled by user");
+  } else {
+    APP_LogCompleted("All loaded bytes verified OK!");
+  }
+}
