@@ -73,14 +73,14 @@ bool Chip::Refuse(ClientFault kind) {
 
 void Chip::Shift(const PinPhase& phase) {
   const std::size_t numBytes = (std::size_t{phase.NumBits} + 7) / 8;
-  const bool isListening = m_IsSelected && m_IsPowered && !m_Frame.IsIgnored;
-  if (phase.pRead != nullptr && (!isListening || m_Frame.At != Stage::Data)) {
-    std::memset(phase.pRead, 0xFF, numBytes);
-  }
-  if (isListening && phase.NumLanes != 1 && !phase.HasQuadLines) {
+  if (IsListening() && phase.NumLanes != 1 && !phase.HasQuadLines) {
     Refuse(ClientFault::WrongLanes);
   }
-  for (u32 pos = 0; pos < phase.NumBits && m_IsSelected && m_IsPowered && !m_Frame.IsIgnored;) {
+  // Until the part drives the line, and when it never does, it reads as 1.
+  if (phase.pRead != nullptr && (!IsListening() || m_Frame.At != Stage::Data)) {
+    std::memset(phase.pRead, 0xFF, numBytes);
+  }
+  for (u32 pos = 0; pos < phase.NumBits && IsListening();) {
     switch (m_Frame.At) {
       case Stage::Instruction:
         pos += TakeInstruction(phase, pos);
@@ -310,8 +310,7 @@ void Chip::Collect(std::span<const u8> data) {
 }
 
 bool Chip::IsStatusFrame() const {
-  return m_IsSelected && m_IsPowered && !m_Frame.IsIgnored && m_Frame.At == Stage::Data &&
-         IsStatusAction(m_Frame.Form.What);
+  return IsListening() && m_Frame.At == Stage::Data && IsStatusAction(m_Frame.Form.What);
 }
 
 u8 Chip::StatusByte() {

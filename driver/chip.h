@@ -89,6 +89,7 @@ class Chip {
   void EnterStage(Stage stage);
   void StartData();
   bool Refuse(ClientFault kind);
+  bool IsListening() const { return m_IsSelected && m_IsPowered && !m_Frame.IsIgnored; }
   bool IsSender() const;
   void Send(std::span<u8> data);
   void SendArray(std::span<u8> data);
