@@ -1,5 +1,7 @@
 #include "image/file_save.h"
 
+#include "sys/util_string.h"
+
 FileSave::FileSave(MEMAREA* pArea, const char* sFileName, FileReport Report)
     : m_pArea(pArea), m_sFileName(sFileName), m_Report(Report), m_Lock(pArea) {}
 
@@ -41,5 +43,11 @@ int FileSave::Finish() {
 int FileSave::Fail(const char* sText) {
   m_Report.Error(sText);
   MEMAREA_SetNumChanges(m_pArea, m_NumChanges);
+  if (m_pWriter != nullptr) {
+    // The file writer throws the new file away when its error buffer holds a text.
+    UTIL_strcpy(m_acError, sText, sizeof(m_acError));
+    FILEWR_Close(m_pWriter);
+    m_pWriter = nullptr;
+  }
   return -1;
 }

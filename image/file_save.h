@@ -19,7 +19,7 @@ class FileSave {
   FILEWR* Open();
   // Puts the file in place. 0 or -1, reported.
   int Finish();
-  // Reports and returns -1; before Open only.
+  // Reports, leaves the old file in place, and returns -1.
   int Fail(const char* sText);
 
  private:

@@ -4,38 +4,14 @@
 
 #include "sys/types.h"
 
-// Conversion between bytes and pairs of hexadecimal digits by table.
+// Conversion between bytes and pairs of hexadecimal digits, for the text formats. Blocks go 16
+// bytes at a time where the processor can, and by table otherwise.
 
-namespace hex_digits {
+// Value of a digit of either case; anything above 15 for another character.
+extern const std::array<u8, 256> HEX_VALUES;
 
-// Value of a digit of either case, or HEX_INVALID, which no combination of values gives.
-constexpr u8 HEX_INVALID = 0xFF;
-
-constexpr std::array<u8, 256> MakeValues() {
-  std::array<u8, 256> values{};
-  values.fill(HEX_INVALID);
-  for (u8 i = 0; i < 10; ++i) {
-    values['0' + i] = i;
-  }
-  for (u8 i = 0; i < 6; ++i) {
-    values['A' + i] = static_cast<u8>(10 + i);
-    values['a' + i] = static_cast<u8>(10 + i);
-  }
-  return values;
-}
-
-using PAIR = std::array<u8, 2>;
-
-constexpr std::array<PAIR, 256> MakePairs() {
-  constexpr char digits[] = "0123456789ABCDEF";
-  std::array<PAIR, 256> pairs{};
-  for (u32 i = 0; i < 256; ++i) {
-    pairs[i] = {static_cast<u8>(digits[i >> 4]), static_cast<u8>(digits[i & 15])};
-  }
-  return pairs;
-}
-
-inline constexpr std::array<u8, 256> VALUES = MakeValues();
-inline constexpr std::array<PAIR, 256> PAIRS = MakePairs();
-
-}  // namespace hex_digits
+// Turns 2 * NumBytes digits of either case into bytes and adds these to *pSum. False if any
+// character is no digit; pData is undefined then.
+bool HEX_Decode(u8* pData, const u8* pText, u32 NumBytes, u32* pSum);
+// Writes 2 * NumBytes upper-case digits; the sum of the bytes.
+u32 HEX_Encode(u8* pText, const u8* pData, u32 NumBytes);

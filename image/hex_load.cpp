@@ -133,27 +133,14 @@ int HexReader::ReadRecord() {
 // text is none, so a record that runs over the end of the file fails here.
 int HexReader::DecodeRecord(const u8** ppText) {
   const u8* p = *ppText;
-  const auto& values = hex_digits::VALUES;
-  u32 seen = values[p[0]];
-  // A NUL as the first digit may be the last byte of the buffer.
-  if (seen > 15 || values[p[1]] > 15) {
-    return Fail(RESULT_BAD_RECORD, "Expected Hex character : 0..9, A..F");
-  }
-  const u32 numBytes = (seen << 4 | values[p[1]]) + NUM_FIELD_BYTES;
-  if (m_Source.GetNumAvailable(p) < 2 * numBytes) {
-    return Fail(RESULT_BAD_RECORD, "Expected Hex character : 0..9, A..F");
-  }
   u32 sum = 0;
-  for (u32 i = 0; i < numBytes; ++i) {
-    const u32 high = values[p[0]];
-    const u32 low = values[p[1]];
-    const u32 value = high << 4 | low;
-    seen |= high | low;
-    sum += value;
-    m_abRecord[i] = static_cast<u8>(value);
-    p += 2;
-  }
-  if (seen > 15) {
+  // The text may end at any character of the record.
+  bool isGood = m_Source.GetNumAvailable(p) >= 2 && HEX_Decode(m_abRecord, p, 1, &sum);
+  const u32 numBytes = isGood ? m_abRecord[0] + NUM_FIELD_BYTES : 0;
+  isGood = isGood && m_Source.GetNumAvailable(p) >= 2 * numBytes &&
+           HEX_Decode(m_abRecord + 1, p + 2, INDEX_DATA - 1, &sum) &&
+           HEX_Decode(m_abRecord + INDEX_DATA, p + 2 * INDEX_DATA, numBytes - INDEX_DATA, &sum);
+  if (!isGood) {
     return Fail(RESULT_BAD_RECORD, "Expected Hex character : 0..9, A..F");
   }
   if ((sum & 0xFF) != 0) {
@@ -162,7 +149,7 @@ int HexReader::DecodeRecord(const u8** ppText) {
                   (found - sum) & 0xFF, found);
     return RESULT_BAD_RECORD;
   }
-  *ppText = p;
+  *ppText = p + 2 * numBytes;
   return 0;
 }
 

@@ -1,0 +1,139 @@
+// The flash engine on the simulator's clock, and the console program's start.
+//
+// The clock of a simulated chip moves with bits on the bus, busy times and call latency alone, so
+// these figures are the same on every machine.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <vector>
+
+#include "app/engine/app_state.h"
+#include "app/engine/log.h"
+#include "app/operations/wiring.h"
+#include "bench/bench.h"
+#include "flash/connect.h"
+#include "flash/driver.h"
+#include "flash/program.h"
+#include "flash/verify.h"
+#include "project/project.h"
+#include "project/settings.h"
+
+namespace {
+
+constexpr u64 kChipBytes = u64{16} << 20;
+constexpr u64 kPageBytes = 256;
+constexpr double kNsPerBit = 20;           // 50 MHz
+constexpr double kPageProgramNs = 700000;  // as the data sheet says, and the simulator too
+constexpr double kMegabytes = 16;
+
+struct COUNTS {
+  unsigned long long ClockNs, Calls, RoundTrips, Bits, BusyNs, IdleNs, Faults;
+};
+
+COUNTS TakeCounts() {
+  char acText[256] = "";
+  COUNTS counts = {};
+  if (VORTIC_ExecCommand("SimGetStats", acText, sizeof acText) < 0 ||
+      std::sscanf(acText,
+                  "ClockNs=%llu Calls=%llu RoundTrips=%llu Bits=%llu BusyNs=%llu IdleNs=%llu "
+                  "Faults=%llu",
+                  &counts.ClockNs, &counts.Calls, &counts.RoundTrips, &counts.Bits, &counts.BusyNs,
+                  &counts.IdleNs, &counts.Faults) != 7) {
+    std::fprintf(stderr, "No counts from the simulator: %s\n", acText);
+  }
+  return counts;
+}
+
+// What no way of doing it can save: per page a write enable, the frame and the chip's own time;
+// then one read of everything.
+double UnavoidableNs() {
+  const double pages = static_cast<double>(kChipBytes / kPageBytes);
+  const double frameBits = 8 + (1 + 3 + static_cast<double>(kPageBytes)) * 8;
+  const double readBits = (1 + 3 + static_cast<double>(kChipBytes)) * 8;
+  return pages * (frameBits * kNsPerBit + kPageProgramNs) + readBits * kNsPerBit;
+}
+
+void WriteConfig(const std::string& fileName, u32 latencyUs) {
+  std::ofstream(fileName) << "[Probe0]\nBackend = sim\nChip = W25Q128FV\nTime = virtual\n"
+                          << "DisableFunctions = 45,72\nCallLatencyUs = " << latencyUs << "\n";
+}
+
+bool ProgramAndVerify(MEMAREA* pArea) {
+  const u32 numErrors = APP_State().ExitCode;
+  FLASH_Program(pArea, true);
+  FLASH_Verify(pArea);
+  return APP_State().ExitCode == numErrors && FLASH_IsConnected();
+}
+
+void RunLatency(const std::string& dir, MEMAREA* pArea, u32 latencyUs, double bound) {
+  WriteConfig(dir + "/Vortic.ini", latencyUs);
+  if (FLASH_Connect() != 0) {
+    BENCH_Row("connect", 1, "", BENCH_BOUND::AtMost, 0);
+    return;
+  }
+  const COUNTS before = TakeCounts();
+  const double cpuStart = BENCH_GetCpuSeconds();
+  const bool passed = ProgramAndVerify(pArea);
+  const double cpu = BENCH_GetCpuSeconds() - cpuStart;
+  const COUNTS after = TakeCounts();
+  FLASH_Disconnect();
+  const std::string name = "program + verify, " + std::to_string(latencyUs) + " us a call";
+  const double clockNs = static_cast<double>(after.ClockNs - before.ClockNs);
+  BENCH_Row(name + ": clock / unavoidable", passed ? clockNs / UnavoidableNs() : 99, "x",
+            BENCH_BOUND::AtMost, bound);
+  BENCH_Note(name + ": clock", clockNs / 1e9, "s");
+  BENCH_Note(name + ": calls a megabyte",
+             static_cast<double>(after.Calls - before.Calls) / kMegabytes, "");
+  BENCH_Note(name + ": processor time", cpu, "s");
+  BENCH_Row(name + ": client faults", static_cast<double>(after.Faults - before.Faults), "",
+            BENCH_BOUND::AtMost, 0);
+}
+
+MEMAREA_PTR MakeRandomImage() {
+  std::mt19937_64 random(16);
+  std::vector<u8> data(kChipBytes);
+  for (std::size_t i = 0; i < data.size(); i += sizeof(u64)) {
+    const u64 value = random();
+    std::memcpy(&data[i], &value, sizeof value);
+  }
+  MEMAREA_PTR pArea(MEMAREA_Create());
+  MEMAREA_AddRange(pArea.get(), 0, data.size(), data.data());
+  return pArea;
+}
+
+void BenchStart() {
+  const std::string program =
+      std::filesystem::path(BENCH_GetSelf()).replace_filename("korvane").string();
+  const BENCH_PROCESS run = BENCH_RunProcess({program, "?"}, 5);
+  BENCH_Row("korvane ?: processor time", run.IsDone ? run.CpuSeconds * 1000 : 999, "ms",
+            BENCH_BOUND::AtMost, 15);
+}
+
+}  // namespace
+
+void BenchFlash() {
+  BENCH_Section("Flash engine: W25Q128FV at 50 MHz, 16 MiB of random data, without fast mode");
+  const std::string dir =
+      (std::filesystem::temp_directory_path() / ("korvane_bench." + std::to_string(std::rand())))
+          .string();
+  std::filesystem::create_directories(dir);
+  setenv("XDG_CONFIG_HOME", dir.c_str(), 1);
+  setenv("VORTIC_CONFIG", (dir + "/Vortic.ini").c_str(), 1);
+  APP_ConnectLayers();
+  SETUP_Init();
+  APP_State().SuppressGUI = 1;
+  WriteConfig(dir + "/Vortic.ini", 0);
+  VORTIC_SetErrorOutHandler(APP_LogError);
+  PROJECT_New(nullptr);
+  const MEMAREA_PTR pImage = MakeRandomImage();
+  RunLatency(dir, pImage.get(), 0, 1.03);
+  RunLatency(dir, pImage.get(), 125, 1.15);
+  PROJECT_Shutdown();
+  std::filesystem::remove_all(dir);
+
+  BENCH_Section("Console program");
+  BenchStart();
+}
