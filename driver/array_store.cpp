@@ -24,6 +24,7 @@ bool IsBlank(std::span<const u8> data) {
                      [](u8 byte) { return byte == 0xFF; });
 }
 
+// A byte of 0xFF is padding, and asks for nothing.
 bool AsksForOnes(const u8* pCells, const u8* pData, std::size_t numBytes) {
   for (std::size_t i = 0; i < numBytes; ++i) {
     if (pData[i] != 0xFF && (pData[i] & ~pCells[i]) != 0) {
@@ -75,6 +76,7 @@ void ArrayStore::Allocate(Block& block) {
   }
 }
 
+// Blank blocks of the file take no memory either.
 std::string ArrayStore::OpenImage(const std::string& fileName) {
   return m_File.Open(fileName, m_Size, [this](u64 addr, std::span<const u8> data) {
     ForBlocks(m_Blocks, addr, data.size(), [&](Block& block, u64 offset, u64 count, u64 done) {
@@ -138,6 +140,7 @@ void ArrayStore::Replace(u64 addr, std::span<const u8> data) {
   HoldStuckBits(addr, data.size());
 }
 
+// A block that goes as a whole goes back to being none.
 void ArrayStore::Erase(u64 addr, u64 numBytes) {
   ForBlocks(m_Blocks, addr, numBytes, [&](Block& block, u64 offset, u64 count, u64 done) {
     if (!block) {
@@ -152,6 +155,7 @@ void ArrayStore::Erase(u64 addr, u64 numBytes) {
   });
 }
 
+// After every change: that is when such a cell would have become 0.
 void ArrayStore::HoldStuckBits(u64 addr, u64 numBytes) {
   for (const FaultPlan::Cell& cell : m_Stuck) {
     Block& block = m_Blocks[cell.Addr >> kBlockShift];

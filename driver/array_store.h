@@ -13,6 +13,8 @@ namespace vortic {
 
 // The cells of a simulated memory chip. Blocks that are blank take no memory, so that a chip of any
 // size is there at once. Addresses have to lie in the chip: wrapping is the chip's business.
+// Contents are in memory as a whole, the file follows: reading never waits for a disk, and a broken
+// disk costs the file, not the run.
 class ArrayStore {
  public:
   explicit ArrayStore(u64 size);
@@ -35,6 +37,7 @@ class ArrayStore {
   std::string Flush();
 
  private:
+  // Large enough that a chip of 256 MiB has 4096 blocks, small enough for one page to be cheap.
   static constexpr u64 kBlockShift = 16;
   static constexpr u64 kBlockBytes = u64{1} << kBlockShift;
   using Block = std::unique_ptr<u8[]>;
@@ -49,12 +52,14 @@ class ArrayStore {
   template <class F>
   static void ForBlocks(std::vector<Block>& blocks, u64 addr, u64 numBytes, F&& f);
   static void Allocate(Block& block);
+  // Extents that follow each other become one: a list of pages is one write.
   void MarkDirty(u64 addr, u64 numBytes);
   void HoldStuckBits(u64 addr, u64 numBytes);
 
   const u64 m_Size;
   std::vector<Block> m_Blocks;  // null: all bytes 0xFF
   ImageFile m_File;
+  // In the order of the changes; may overlap. Empty without a file.
   std::vector<Extent> m_Dirty;
   std::vector<FaultPlan::Cell> m_Flipped;
   std::vector<FaultPlan::Cell> m_Stuck;

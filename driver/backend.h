@@ -15,6 +15,9 @@ namespace vortic {
 // A probe that has been opened, at the level of the library's calls. Each kind of probe is one
 // backend; what a kind lacks it says through HasFunction and Interfaces. A call that fails has told
 // the reporter why before it returns.
+// Where another kind of probe comes in: it derives from this, MakeBackend learns its name, and its
+// keys go into the table of the configuration. If it offers its SPI lines as a Bus, lists and the
+// fast mode come with what is here already.
 class Backend {
  public:
   virtual ~Backend() = default;
@@ -26,6 +29,7 @@ class Backend {
   virtual void CountCall() {}
 
   virtual const ProbeConfig& Identity() const = 0;
+  // Whether the lookup of that index gives a function.
   virtual bool HasFunction(i32 index) const = 0;
 
   virtual bool GetInterfaces(u32* pMask) = 0;
@@ -45,6 +49,7 @@ class Backend {
   // VORTIC_OK or one of VORTIC_ERR_.
   virtual int RunList(std::span<VORTIC_SPI_CMD> list) = 0;
 
+  // Fast mode; called only where HasFunction says so.
   virtual bool EnterFast(const FastPara& para) = 0;
   virtual bool LeaveFast() = 0;
   virtual bool FastProgram(u64 addr, std::span<const u8> data) = 0;

@@ -6,6 +6,8 @@
 namespace vortic {
 
 // One phase of a frame, as single transfers and records of lists give it.
+// Chip select moves by flags only: active before the phase, inactive behind it. Between, the frame
+// stays open over any number of phases and calls.
 struct Phase {
   const u8* pWrite;
   u8* pRead;

@@ -15,6 +15,7 @@ namespace vortic {
 
 // Runs the body of a call. Nothing leaves it: what goes wrong becomes a text for the error handler
 // and the result that stands for failure.
+// The name is that of the call, for texts and log.
 template <class R, class F>
 R Guard(const char* sName, R onFailure, F&& body) noexcept {
   try {

@@ -17,11 +17,13 @@ u32 BitAt(const u8* pBytes, u32 pos) {
   return pBytes == nullptr ? 1U : pBytes[pos / 8] >> (7 - pos % 8) & 1U;
 }
 
+// These are answered by a busy part too.
 bool IsStatusAction(Action what) {
   return what == Action::ReadStatus || what == Action::ReadFlags || what == Action::ReadStatus2;
 }
 
 // Bits 2 to 5 of the page-erase parts' status byte.
+// Two steps for each doubling, from 2 Mbit on.
 u8 DensityCode(u64 size) {
   u32 log2MBit = 0;
   while ((u64{0x20000} << log2MBit) < size) {
@@ -55,6 +57,7 @@ void Chip::Select() {
   m_NumCollected = 0;
 }
 
+// The rising edge is what carries an instruction out; a frame that was cut short does nothing.
 void Chip::Deselect() {
   if (!m_IsSelected) {
     return;
@@ -71,6 +74,8 @@ bool Chip::Refuse(ClientFault kind) {
   return false;
 }
 
+// A phase may hold any number of stages, and a stage may spread over several phases: lists cut
+// frames at will. Only the data stage always takes all that is left.
 void Chip::Shift(const PinPhase& phase) {
   const std::size_t numBytes = (std::size_t{phase.NumBits} + 7) / 8;
   if (IsListening() && phase.NumLanes != 1 && !phase.HasQuadLines) {
@@ -121,6 +126,8 @@ u32 Chip::TakeInstruction(const PinPhase& phase, u32 pos) {
   return numTaken;
 }
 
+// The state of the part at the end of the instruction byte decides whether the frame is heard at
+// all.
 void Chip::Decode(u8 code) {
   const Instruction& form = m_Traits.Instructions[code];
   Settle();
@@ -179,6 +186,7 @@ u32 Chip::TakeAddress(const PinPhase& phase, u32 pos) {
   return numTaken;
 }
 
+// A client that reads already has sent too few cycles: what it gets is data, but shifted.
 u32 Chip::TakeDummy(const PinPhase& phase, u32 pos) {
   // Cycles, not bits: the client may clock them on all lanes.
   if (phase.pRead != nullptr && phase.pWrite == nullptr) {
@@ -205,6 +213,8 @@ bool Chip::IsSender() const {
   return what == Action::Read || what == Action::ReadId || IsStatusAction(what);
 }
 
+// Moves the rest of a phase. Lanes are looked at only when something moves: an empty phase that
+// ends a frame may come on any.
 void Chip::TakeData(const PinPhase& phase, u32 pos) {
   const u32 numBits = phase.NumBits - pos;
   const bool isAligned = pos % 8 == 0 && m_Frame.NumDataBits % 8 == 0;
@@ -274,6 +284,7 @@ void Chip::Send(std::span<u8> data) {
   }
 }
 
+// Reading goes on at address 0 behind the last byte.
 void Chip::SendArray(std::span<u8> data) {
   const std::span<u8> all = data;
   while (!data.empty()) {
@@ -290,6 +301,7 @@ void Chip::SendArray(std::span<u8> data) {
   }
 }
 
+// Later bytes replace earlier ones when more than a page comes, as in the page buffer of a part.
 void Chip::Collect(std::span<const u8> data) {
   if (m_Frame.Form.What != Action::Program) {
     for (u8 byte : data) {

@@ -29,6 +29,7 @@ class Chip {
  public:
   Chip(ChipTraits traits, ArrayStore& store, SimClock& clock);
 
+  // Edges of chip select. A second edge of the same kind is none: the line is there already.
   void Select();
   void Deselect();
   bool IsSelected() const { return m_IsSelected; }
@@ -43,16 +44,20 @@ class Chip {
 
   // Operations never end from now on.
   void StayBusy();
+  // Both before the first frame.
   void SetSlowFactor(double factor) { m_Slow = factor; }
   void SetStatusRegister(u8 value) { m_Status = value; }
 
+  // Not const: an operation whose time is over is applied by whoever looks first.
   bool IsBusy();
   bool IsBusyForever() { return IsBusy() && m_StaysBusy; }
+  // Clock at which the running operation ends; of no meaning when none runs.
   u64 ReadyNs() const { return m_ReadyNs; }
   // Rises with every operation that was started.
   u64 OperationCount() const { return m_NumOperations; }
   // A frame is open that answers with a status byte.
   bool IsStatusFrame() const;
+  // Sum of the times of all operations that were started, their end reached or not.
   u64 BusyTotalNs() const { return m_BusyTotalNs; }
   // Applies what the running operation changes, its time being over or not.
   void FinishOperation();
@@ -62,6 +67,8 @@ class Chip {
   const ChipTraits& Traits() const { return m_Traits; }
 
  private:
+  // A frame is an instruction byte, then as many address bytes, dummy cycles and data bits as the
+  // instruction wants. The stages follow each other in this order; those of no length are skipped.
   enum class Stage : u8 { Instruction, Address, Dummy, Data };
   enum class Operation : u8 { None, Program, Erase, WriteStatus, WriteStatus2 };
 
@@ -71,9 +78,11 @@ class Chip {
     bool IsIgnored = false;
     bool IsGarbage = false;     // the data phase does not line up: what is read is not the cells
     bool HasExtraBits = false;  // sent where the part only answers
+                                // Bits (dummy: cycles) of the stage that have come so far.
     u32 NumStageBits = 0;
     u8 Code = 0;
     Instruction Form;  // the address length of this very frame
+                       // Where the next byte is read; for the identification, its index.
     u64 Addr = 0;
     u64 NumDataBits = 0;
     bool WasVolatileEnabled = false;
@@ -88,6 +97,7 @@ class Chip {
   void Decode(u8 code);
   void EnterStage(Stage stage);
   void StartData();
+  // Counts, and lets the rest of the frame pass unheard. False, to be returned.
   bool Refuse(ClientFault kind);
   bool IsListening() const { return m_IsSelected && m_IsPowered && !m_Frame.IsIgnored; }
   bool IsSender() const;
@@ -100,6 +110,7 @@ class Chip {
   // Execution, when chip select goes inactive.
   void Execute();
   bool IsComplete();
+  // Write latch and protection; counts what stands in the way.
   bool MayChange();
   bool MayWriteStatus();
   void ExecuteProgram();
@@ -107,6 +118,7 @@ class Chip {
   void ExecuteStatusWrite(Operation operation);
   void ExecuteSequence();
   void ExecuteReset();
+  // Takes the operation to its end at once when it needs no time.
   void StartOperation(Operation operation, u64 addr, u64 numBytes, u64 ns);
 
   // The running operation.
@@ -124,6 +136,7 @@ class Chip {
   bool m_IsSelected = false;
   bool m_IsPowered = true;
   bool m_IsCut = false;
+  // Power fails as soon as an operation runs.
   bool m_CutIsArmed = false;
   bool m_StaysBusy = false;
   double m_Slow = 1.0;
@@ -136,6 +149,7 @@ class Chip {
   bool m_In4ByteMode = false;
   bool m_IsLocked = false;
   u8 m_Flags = 0;  // error bits of the flag status register
+                   // The bits in effect: the stored ones, or what a volatile write put there.
   u8 m_LiveStatus2 = 0;
   // Kept without power.
   u8 m_Status = 0;
@@ -143,12 +157,14 @@ class Chip {
 
   Operation m_Operation = Operation::None;
   u64 m_ReadyNs = 0;
+  // Where a program starts, or the first byte of the range that is erased.
   u64 m_OperationAddr = 0;
   u64 m_OperationBytes = 0;
   u64 m_NumOperations = 0;
   u64 m_BusyTotalNs = 0;
 
   // Data of a program frame, indexed by address modulo its size: that is what makes pages wrap.
+  // Survives the frame: it is applied when the part is ready.
   std::vector<u8> m_Buffer;
   u64 m_NumCollected = 0;
   u8 m_aSmall[4] = {};  // data of a status write or a sequence

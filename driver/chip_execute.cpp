@@ -11,6 +11,7 @@ constexpr u8 kFlagProtected = 0x02;
 constexpr u8 kFlagProgramFailed = 0x10;
 constexpr u8 kFlagEraseFailed = 0x20;
 
+// Can be written like the protection bits, but needs a pin that the board has tied high.
 constexpr u8 kStatusRegisterLocked = 0x80;
 
 // Sequences of the page-erase parts, behind their first byte.
@@ -47,6 +48,7 @@ bool Chip::IsComplete() {
   return m_Frame.NumDataBits == 0 || Refuse(ClientFault::WrongAddressLength);
 }
 
+// Runs at the rising edge of chip select, with a frame that was heard from its start.
 void Chip::Execute() {
   if (!IsComplete()) {
     return;
@@ -109,6 +111,7 @@ void Chip::Execute() {
   }
 }
 
+// The latch is asked first: without it a part does not even look at its protection.
 // Whether the array may be changed now.
 bool Chip::MayChange() {
   if (m_Traits.NeedsWriteEnable && !m_WriteEnabled) {
@@ -143,6 +146,7 @@ void Chip::ExecuteErase(u64 addr, u64 numBytes, u64 ns) {
   }
 }
 
+// Further bytes of the frame, meant for further registers, are taken and left.
 void Chip::ExecuteStatusWrite(Operation operation) {
   if (m_Frame.WasVolatileEnabled) {
     if (operation == Operation::WriteStatus2) {
@@ -201,6 +205,7 @@ void Chip::StayBusy() {
   m_StaysBusy = true;
 }
 
+// A part without power shows nothing, not even that it is busy.
 bool Chip::IsBusy() {
   Settle();
   return m_IsPowered && m_Operation != Operation::None;
@@ -244,6 +249,7 @@ void Chip::Apply(bool half) {
   }
 }
 
+// The range may wrap in the page: then it is two pieces, the second at the start of the page.
 void Chip::ApplyProgram(bool half) {
   const u64 pageBytes = m_Buffer.size();
   const u64 base = m_OperationAddr - m_OperationAddr % pageBytes;
@@ -273,6 +279,7 @@ void Chip::ApplyProgram(bool half) {
   }
 }
 
+// A cut is for good: only opening the probe again brings a new chip.
 void Chip::SetPower(bool isOn) {
   if (isOn == m_IsPowered || (isOn && m_IsCut)) {
     return;

@@ -13,6 +13,7 @@ struct EraseTime {
   u64 NumBytes;
   u64 Ns;
 };
+// Rising sizes; what lies between two counts as the larger one.
 constexpr EraseTime kEraseTimes[] = {
     {0x800, 18 * kMs},    {0x1000, 45 * kMs},   {0x8000, 120 * kMs},
     {0x10000, 150 * kMs}, {0x20000, 250 * kMs}, {0x40000, 500 * kMs},
@@ -28,6 +29,7 @@ constexpr u64 kStatusWriteNs = 10 * kMs;
 constexpr u8 kProtectMasks[16] = {0x5C, 0x5C, 0x1C, 0x1C, 0x3C, 0x1C, 0x7C, 0x1C,
                                   0x0C, 0x00, 0x02, 0x1C, 0x1C, 0x1C, 0x1C, 0x1C};
 constexpr u8 kProtectMaskEeprom = 0x0C;
+// Parts of this format come up with all blocks locked.
 constexpr u32 kFormatLocked = 9;
 
 // Indexes of a command set's bytes, in the order of SPI_FLASH_INFO.
@@ -66,6 +68,8 @@ std::vector<u8> MakeId(const FLASH_DEVICE& row) {
   return id;
 }
 
+// Turns a row of the table into a data sheet. What the row leaves open, such as the instructions
+// that all parts of a kind have, comes from the sheets of that kind.
 class TraitsBuilder {
  public:
   explicit TraitsBuilder(const FLASH_DEVICE& row) : m_Row(row) {}
@@ -158,6 +162,8 @@ void TraitsBuilder::AddCommon() {
   }
 }
 
+// Four KiB are the smallest unit nearly everywhere; parts whose sectors are that small have no
+// other.
 void TraitsBuilder::AddNor() {
   const u8 codeErase = m_Row.pCmdSet->abCmd[kCmdEraseSector];
   const u64 sectorBytes = u64{1} << m_Row.SectorSizeShift();
@@ -182,6 +188,7 @@ void TraitsBuilder::AddNor() {
   AddQuad();
 }
 
+// Dedicated instructions leave the short forms as they are: those reach the first 16 MiB only.
 void TraitsBuilder::AddFourByteForms() {
   if (m_Row.AddrMode4B() == FLASH_ADDR_4BYTE_MODE) {
     Add(0xB7, Action::Enter4);
@@ -195,6 +202,7 @@ void TraitsBuilder::AddFourByteForms() {
   }
 }
 
+// Instruction and address on one lane, data on four: the form that the table has.
 void TraitsBuilder::AddQuad() {
   if (m_Row.pQuadConfig == nullptr) {
     return;
@@ -211,6 +219,8 @@ void TraitsBuilder::AddQuad() {
   At(pCmds[1]).DataLanes = 4;
 }
 
+// Erasing in pages or blocks, status byte with ready in bit 7, long sequences for what is
+// dangerous.
 void TraitsBuilder::AddPageErase() {
   const FLASH_CMD_SET& set = *m_Row.pCmdSet;
   Add(set.abCmd[kCmdReadStatus], Action::ReadStatus);

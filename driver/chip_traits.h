@@ -9,6 +9,8 @@
 
 namespace vortic {
 
+// NOR flash: pages, sectors, write latch. Page-erase: flash with small erase units and no latch.
+// FRAM: no pages, no waiting. EEPROM: pages, bytes are replaced.
 enum class ChipKind : u8 { Nor, PageErase, Fram, Eeprom };
 
 // What an instruction makes the chip do.
@@ -51,7 +53,9 @@ struct ChipTraits {
   std::string Name;
   ChipKind Kind = ChipKind::Nor;
   u64 Size = 0;
+  // Program data wraps at this; FRAM has no such border.
   u32 PageBytes = 0;
+  // The page-erase parts have no latch.
   bool NeedsWriteEnable = true;
   bool HasFlagStatus = false;  // instruction 70, bit 7 is 1 when ready
   bool StartsLocked = false;   // opened by instruction 98 only
@@ -61,6 +65,7 @@ struct ChipTraits {
   u64 ProgramNs = 0;   // for a page
   u64 StatusWriteNs = 0;
   u64 EraseChipNs = 0;
+  // By instruction byte: decoding is one look.
   std::array<Instruction, 256> Instructions = {};
 };
 

@@ -29,6 +29,8 @@ constexpr std::size_t kNumClientFaults = static_cast<std::size_t>(ClientFault::N
 
 const char* ClientFaultName(ClientFault kind);
 
+// Counts by kind, from opening to closing. One thing done wrong counts once, however long its frame
+// is.
 class ClientFaults {
  public:
   void Add(ClientFault kind) { ++m_Counts[static_cast<std::size_t>(kind)]; }

@@ -17,6 +17,7 @@ namespace vortic {
 
 namespace {
 
+// A configuration is some lines; a name that leads to a disk image must not fill the memory.
 constexpr std::size_t kMaxFileBytes = std::size_t{1} << 20;
 constexpr u64 kMaxProbeIndex = 99;
 constexpr const char* kFileName = "Vortic.ini";
@@ -27,6 +28,8 @@ std::string DirOf(const std::string& fileName) {
 }
 
 // Reads the lines of one file into its sections.
+// One pass, line by line. A section is checked as a whole when the next head or the end of the text
+// shows that it is complete; the first flaw ends the reading.
 class ConfigReader {
  public:
   ConfigReader(const std::string& fileName, Config* pConfig, std::string* pError)
@@ -68,6 +71,7 @@ bool ConfigReader::Read(std::string_view text) {
   return FinishSection() && CheckNames();
 }
 
+// Order of looking: NUL first, as it would hide the rest of a line from whoever reads the message.
 bool ConfigReader::ReadLine(std::string_view line) {
   if (line.find('\0') != std::string_view::npos) {
     return Fail(m_Line, "the line holds a NUL byte");
@@ -79,6 +83,7 @@ bool ConfigReader::ReadLine(std::string_view line) {
   return line.front() == '[' ? ReadHead(line) : ReadKey(line);
 }
 
+// A head also ends the section before it, whose own flaws come first.
 bool ConfigReader::ReadHead(std::string_view head) {
   constexpr std::string_view prefix = "[Probe";
   const bool hasForm = head.size() > prefix.size() + 1 && head.back() == ']' &&
@@ -226,6 +231,7 @@ std::string BesideLibrary() {
   return DirOf(info.dli_fname) + kFileName;
 }
 
+// Empty when neither variable says where that is.
 std::string InApplicationData() {
   const char* sBase = std::getenv("XDG_CONFIG_HOME");
   if (sBase != nullptr && *sBase == '/') {

@@ -36,11 +36,13 @@ struct ProbeConfig {
   u32 InterfaceMask = 0;
 };
 
+// The sections in the order of the file.
 struct Config {
   std::string FileName;
   std::vector<ProbeConfig> Probes;
 };
 
+// Absent is not an error by itself: a machine without probes has no file.
 enum class ConfigState { Loaded, Absent, Broken };
 
 // Reads a configuration text. False: pError has file, line and reason.

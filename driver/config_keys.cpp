@@ -11,6 +11,7 @@ namespace {
 constexpr u64 kMaxLatencyUs = 1000000;
 constexpr std::size_t kMaxNickname = 31;  // 32 bytes of the probe's memory with the NUL
 
+// What a key's function gets. It returns false with Reason set.
 struct KeyArgs {
   std::string_view Value;
   const std::string& BaseDir;
@@ -142,6 +143,7 @@ struct KeyRow {
   bool (*pfSet)(const KeyArgs&);
 };
 
+// All keys. A key that is not here is refused, so that a misspelt one never passes for a default.
 constexpr KeyRow kKeys[] = {
     {"Backend", SetBackend},
     {"SerialNumber",

@@ -17,6 +17,7 @@ struct CommandArgs {
   std::string& Text;
 };
 
+// Names are compared without regard to case.
 struct CommandRow {
   std::string_view Name;
   bool HasValue;

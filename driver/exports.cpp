@@ -14,6 +14,7 @@ using vortic::Session;
 
 namespace {
 
+// Major * 10000 + minor * 100 + revision.
 constexpr uint32_t kVersion = 10000;  // 1.00
 
 // As much of the text as fits, never cut inside a character.

@@ -15,6 +15,7 @@ using vortic::Session;
 
 namespace {
 
+// The interface has four USB ports, whatever the configuration lists.
 constexpr int32_t kMaxPort = 3;
 constexpr uint32_t kMaxConfigMem = 0x10000;
 

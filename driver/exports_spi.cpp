@@ -12,9 +12,11 @@ using vortic::Session;
 
 namespace {
 
+// A count beyond this is garbage, and the memory behind the list not the caller's.
 constexpr uint32_t kMaxRecords = 1U << 20;
 constexpr uint32_t kMaxFastBytes = 0x10000;
 
+// Counts are checked against garbage; that the memory is there the client has to know.
 int RunListCall(VORTIC_SPI_CMD* pList, uint32_t NumRecords) {
   return GuardOpen("RunList", VORTIC_ERR_GENERAL, [=](Backend& probe, Reporter& reporter) {
     if ((pList == nullptr && NumRecords != 0) || NumRecords > kMaxRecords) {
@@ -24,6 +26,7 @@ int RunListCall(VORTIC_SPI_CMD* pList, uint32_t NumRecords) {
   });
 }
 
+// Both forms of the block have a fixed length that the pointer has to reach.
 int EnterFastForm(const void* pPara, bool isExtended) {
   return GuardOpen("EnterFastMode", VORTIC_ERR_GENERAL, [=](Backend& probe, Reporter& reporter) {
     if (pPara == nullptr) {

@@ -127,6 +127,7 @@ void FastMode::Step() {
   }
 }
 
+// The address that a failure gives is that of the page.
 bool FastMode::StepProgram(Request& request) {
   constexpr u32 typeNor = 1;
   const u64 addr = request.Addr + request.NumDone;
@@ -148,6 +149,7 @@ bool FastMode::StepProgram(Request& request) {
   return isGood;
 }
 
+// The address that a failure gives is that of the first byte that differs.
 bool FastMode::StepVerify(Request& request) {
   const u64 addr = request.Addr + request.NumDone;
   const u64 count = std::min(kVerifyBytes, request.NumBytes - request.NumDone);
@@ -213,6 +215,7 @@ bool FastMode::SendPageQuad(u64 addr, std::span<const u8> data) {
          m_Bus.Shift({data.data(), nullptr, static_cast<u32>(data.size()) * 8, kDataQuad});
 }
 
+// Dummy cycles are bits on the lanes of the address.
 bool FastMode::ReadBlock(u64 addr, std::span<u8> data) {
   const bool isQuad = m_Para.UseQuad;
   const u8 cmd = isQuad ? m_Para.CmdReadDataQuad : m_Para.CmdReadData;
@@ -233,6 +236,7 @@ bool FastMode::ReadBlock(u64 addr, std::span<u8> data) {
                       isQuad ? kDataQuad : VORTIC_SPI_CS_INACTIVE});
 }
 
+// The same frame as in lists: instruction, then the status byte until it fits.
 bool FastMode::WaitReady(u32 timeoutMs) {
   const u32 mask = 1U << m_Para.StatusBitPos;
   // The poll counts in microseconds; beyond its range an hour is long enough.

@@ -15,10 +15,12 @@ namespace vortic {
 struct FastPara {
   u32 FlashType;
   u32 NumPages;
+  // Of the probe's clock. A sector, a page.
   u32 TimeoutEraseSectMs;
   u32 TimeoutProgPageMs;
   bool StatusIsReadyBit;
   bool UseQuad;
+  // Pages of 0xFF are not sent, on flash.
   bool SkipBlank;
   bool SendInitCommands;
   u8 CmdWriteEnable, CmdReadStatus, CmdReadData, CmdWritePage, CmdEraseSector;
@@ -39,6 +41,9 @@ std::string ParseFastPara(const u8* pBlock, bool isExtended, FastPara* pPara);
 
 // What a probe's firmware does in fast mode: it queues requests and works them off by itself. Here
 // the queue moves on whenever the client asks how far it is.
+// Requests are done in the order in which they came. The first one that fails ends the job: what
+// waits behind it is dropped, new ones are refused, and the address stays until the client has
+// fetched it.
 class FastMode {
  public:
   explicit FastMode(Bus& bus) : m_Bus(bus) {}
@@ -86,10 +91,13 @@ class FastMode {
   Bus& m_Bus;
   FastPara m_Para = {};
   bool m_IsOn = false;
+  // Stays until Wait or Abandon; nothing is taken or done meanwhile.
   bool m_HasFailed = false;
   u64 m_FailAddr = 0;
   std::deque<Request> m_Queue;
+  // Data and bookkeeping of what waits.
   u64 m_QueuedBytes = 0;
+  // Scratch for one frame or one block that was read.
   std::vector<u8> m_Frame;
   u8 m_aAddr[4] = {};
 };

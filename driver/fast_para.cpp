@@ -26,6 +26,7 @@ constexpr std::size_t kAtInitCmds = 55;
 constexpr u64 kMaxChipBytes = u64{1} << 32;
 constexpr u32 kMaxPageShift = 16;
 
+// The block is bytes in a fixed order, whatever the host's is.
 u32 LoadU32(const u8* p) {
   return u32{p[0]} | u32{p[1]} << 8 | u32{p[2]} << 16 | u32{p[3]} << 24;
 }
@@ -34,6 +35,7 @@ bool IsMode(u8 mode) {
   return mode == 1 || mode == 2;
 }
 
+// What would make the engine run beyond the chip or wait for a bit that is not there.
 const char* FindFlaw(const FastPara& p) {
   if (p.FlashType < 1 || p.FlashType > 3) {
     return "unknown flash type";

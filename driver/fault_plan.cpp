@@ -93,6 +93,7 @@ bool ParseListResult(std::string_view text, FaultPlan* pPlan) {
   return true;
 }
 
+// A factor below 1 makes the chip faster, which is as good a test.
 bool ParseSlow(std::string_view text, FaultPlan* pPlan) {
   double factor = 0;
   const char* pEnd = text.data() + text.size();

@@ -11,6 +11,7 @@ namespace vortic {
 // The faults that a simulated probe was asked for. Calls are counted from 1 at opening, those only
 // that a probe would answer over its cable. A call number of 0 means: never.
 struct FaultPlan {
+  // Bit 0 is the lowest.
   struct Cell {
     u64 Addr;
     u8 Bit;
@@ -26,11 +27,13 @@ struct FaultPlan {
   u64 BusyForeverAt = 0;
   u64 PowerAt = 0;
   u32 PowerMilliVolts = 0;
+  // The operation of that call, or the first one behind it.
   u64 CutPowerAt = 0;
   std::vector<ListResult> ListResults;
   std::vector<Cell> Flipped;
   std::vector<Cell> Stuck;
   std::vector<u8> Id;
+  // Factor on all times that the chip is busy.
   double Slow = 1.0;
 };
 

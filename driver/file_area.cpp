@@ -17,6 +17,7 @@ namespace {
 constexpr u32 kMaxMove = static_cast<u32>(std::numeric_limits<i32>::max());
 constexpr std::size_t kMaxName = 1024;
 
+// Closes the file on every way out.
 class Descriptor {
  public:
   explicit Descriptor(int fd) : m_Fd(fd) {}
@@ -39,6 +40,7 @@ i32 Fail(const char* sWhat, const char* sFile, std::string* pError) {
   return -1;
 }
 
+// A colon would be a drive; a slash another separator of the host.
 bool IsSafePart(std::string_view part) {
   if (part.empty() || part == "." || part == "..") {
     return false;

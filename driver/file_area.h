@@ -14,6 +14,8 @@ class FileArea {
 
   // Bytes moved, or the size; negative on failure. A file that isn't there, and a folder where a
   // file is asked for, are answers, not errors: pError stays empty then.
+  // Null data with no count makes the file exactly offset bytes long, so that its room is there
+  // before the first piece comes.
   i32 Write(const char* sFile, const u8* pData, u32 offset, u32 numBytes, std::string* pError);
   i32 Read(const char* sFile, u8* pData, u32 offset, u32 numBytes, std::string* pError);
   i32 GetSize(const char* sFile, std::string* pError);

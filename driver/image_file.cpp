@@ -29,6 +29,7 @@ void ImageFile::Close() {
 std::string ImageFile::Open(const std::string& fileName, u64 size, const Sink& sink) {
   Close();
   m_FileName = fileName;
+  // Not blocking: the name may be that of a pipe.
   constexpr int flags = O_RDWR | O_CLOEXEC | O_NONBLOCK;
   m_Fd = open(fileName.c_str(), flags | O_CREAT | O_EXCL, 0644);
   const bool isNew = m_Fd >= 0;
@@ -61,6 +62,7 @@ std::string ImageFile::Open(const std::string& fileName, u64 size, const Sink& s
   return reason;
 }
 
+// Written out instead of left as a hole: a full disk shows now, not in the middle of a job.
 std::string ImageFile::Create(u64 size) {
   const std::vector<u8> blank(std::min(size, kBlockBytes), 0xFF);
   for (u64 addr = 0; addr < size; addr += blank.size()) {

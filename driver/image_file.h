@@ -22,6 +22,8 @@ class ImageFile {
 
   // Opens the file, which is created blank when it is missing, and hands its contents over block by
   // block. Empty: done; else the reason.
+  // Blocks come in rising order and leave no gap. A file of another size is refused: it belongs to
+  // another chip, and cutting or filling it would spoil it for that one.
   std::string Open(const std::string& fileName, u64 size, const Sink& sink);
   bool IsOpen() const { return m_Fd >= 0; }
   // Empty: done; else the reason.

@@ -10,6 +10,7 @@ namespace {
 
 constexpr u32 kTypeTransfer = 1;
 constexpr u32 kTypePoll = 2;
+// The poll repeats one byte; more would have no defined place to go.
 constexpr u32 kPollBits = 8;
 
 static_assert(sizeof(VORTIC_SPI_CMD) == 48 && offsetof(VORTIC_SPI_CMD, Result) == 44);
@@ -35,6 +36,7 @@ const char* FindFlaw(const VORTIC_SPI_CMD& cmd) {
   return nullptr;
 }
 
+// Result: bytes sent, 0 for a record that only reads or polls, negative for one that failed.
 bool RunRecord(Bus& bus, VORTIC_SPI_CMD& cmd) {
   if (cmd.Type == kTypePoll) {
     u8 status = 0;

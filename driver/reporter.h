@@ -10,6 +10,7 @@
 namespace vortic {
 
 // Where texts leave the library: the caller's two handlers, and the library's own log file.
+// The handlers stay the caller's; null drops the text. A fault of the log file never fails a call.
 class Reporter {
  public:
   void SetErrorHandler(VORTIC_TEXT_HANDLER* pfError) { m_pfError = pfError; }
@@ -35,6 +36,7 @@ class Reporter {
   VORTIC_TEXT_HANDLER* m_pfLog = nullptr;
   std::unique_ptr<std::FILE, CloseFile> m_pFile;
   std::string m_FileName;
+  // Written since the file was opened.
   u64 m_FileBytes = 0;
 };
 

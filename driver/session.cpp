@@ -91,6 +91,7 @@ const ProbeConfig* Session::FindChosen(std::string* pError) {
   return nullptr;
 }
 
+// A probe that is open stays so; the configuration is read anew otherwise.
 const char* Session::Open(VORTIC_TEXT_HANDLER* pfLog) {
   if (m_pBackend) {
     m_Text = "A probe is already open. Close it before opening another.";

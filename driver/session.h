@@ -11,6 +11,8 @@ namespace vortic {
 
 // State of the library between its calls: which probe was chosen, and the one that is open. All
 // calls come from one thread.
+// The one object of the library that lives between calls. A choice is kept until the next one, so
+// that closing and opening again reaches the same probe.
 class Session {
  public:
   static Session& Get();
@@ -19,6 +21,7 @@ class Session {
   // Null while no probe is open.
   Backend* OpenProbe() { return m_pBackend.get(); }
 
+  // Choices are checked when the probe is opened: the configuration may change until then.
   void SelectIndex(u32 index);
   // False: there is no such probe. It stays chosen all the same, and opening tells why it can't be.
   bool SelectSerial(u32 serialNumber);
@@ -46,6 +49,7 @@ class Session {
   Config m_Config;
   std::unique_ptr<Backend> m_pBackend;
   bool m_SupplyOffOnClose = false;
+  // Kept for the caller until the next opening.
   std::string m_Text;
 };
 

@@ -51,9 +51,10 @@ SimBackend::SimBackend(const ProbeConfig& config, Reporter& reporter)
   m_Chip.SetStatusRegister(config.StatusRegister);
 }
 
+// Nobody may take a simulated run for a programmed board: the first line of the log says it.
 std::string SimBackend::Open() {
   if (!m_Config.ImageFile.empty()) {
-    const std::string reason = m_Store.OpenImage(m_Config.ImageFile);
+    std::string reason = m_Store.OpenImage(m_Config.ImageFile);
     if (!reason.empty()) {
       return reason;
     }
@@ -71,6 +72,7 @@ std::string SimBackend::Open() {
   return {};
 }
 
+// Goes through on a dead link as well: it is the simulation that is closed.
 void SimBackend::Close() {
   if (m_Chip.IsSelected()) {
     m_Chip.AddFault(ClientFault::ChipSelectLeftActive);
@@ -117,6 +119,7 @@ bool SimBackend::BeginCall() {
   return true;
 }
 
+// The image is as new as the last call that returned.
 bool SimBackend::EndCall() {
   const std::string reason = m_Store.Flush();
   if (!reason.empty()) {
@@ -125,6 +128,7 @@ bool SimBackend::EndCall() {
   return reason.empty();
 }
 
+// Faults win over the supply, the supply over the board.
 u32 SimBackend::MilliVolts() const {
   if (m_Chip.IsCut()) {
     return 0;
@@ -185,6 +189,7 @@ bool SimBackend::SetSupply(bool isOn) {
   return EndCall();
 }
 
+// Only what the probe reports changes; the chip lives on what the board has.
 bool SimBackend::SetFixedVTref(u32 milliVolts) {
   m_FixedVTref = milliVolts;
   return BeginCall();

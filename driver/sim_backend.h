@@ -11,6 +11,9 @@
 namespace vortic {
 
 // A simulated probe with a target board: a cable that may fail, a supply, and one chip on the bus.
+// The parts, from the host to the cells: the link counts and fails calls, the bus moves the clock,
+// the chip decodes frames, the store keeps the contents. Faults are put in where they belong in
+// that chain.
 class SimBackend : public Backend {
  public:
   SimBackend(const ProbeConfig& config, Reporter& reporter);

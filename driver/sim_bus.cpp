@@ -30,11 +30,14 @@ void SimBus::SetChipSelect(bool isActive) {
   }
 }
 
+// Bits go on all lanes at once, so four lanes take a quarter of the time.
 void SimBus::MoveBits(u32 numBits, u32 numLanes) {
   m_Stats.Bits += numBits;
   m_Clock.MoveBits(u64{numBits} * 1000000 / (u64{m_SpeedkHz} * numLanes));
 }
 
+// Time moves before the bits are looked at: a status byte tells of the end of its own transfer, and
+// an operation starts when its frame is over.
 bool SimBus::Shift(const Phase& phase) {
   if ((phase.Flags & VORTIC_SPI_CS_ACTIVE) != 0) {
     m_Chip.Select();
@@ -85,6 +88,7 @@ void SimBus::WaitForChip(u64 deadlineNs, u64 periodNs) {
   m_Clock.Wait(untilNs > nowNs + periodNs ? untilNs - nowNs - periodNs : 0);
 }
 
+// At least one look is taken, also when the timeout is 0.
 PollOutcome SimBus::Poll(const VORTIC_POLL_PARA& para, u32 flags, u8* pStatus) {
   if ((flags & VORTIC_SPI_CS_ACTIVE) != 0) {
     m_Chip.Select();

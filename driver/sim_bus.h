@@ -12,6 +12,7 @@ class SimBus : public Bus {
   SimBus(Chip& chip, SimClock& clock, SimStats& stats)
       : m_Chip(chip), m_Clock(clock), m_Stats(stats) {}
 
+  // Brought into the range that a probe has.
   void SetSpeed(u32 kHz);
   u32 Speed() const { return m_SpeedkHz; }
   void SetQuadLines(bool hasQuad) { m_HasQuadLines = hasQuad; }
@@ -29,6 +30,7 @@ class SimBus : public Bus {
   Chip& m_Chip;
   SimClock& m_Clock;
   SimStats& m_Stats;
+  // What a probe starts with.
   u32 m_SpeedkHz = 4000;
   bool m_HasQuadLines = false;
   u64 m_PolledOperation = 0;  // the operation that a status read has seen running

@@ -27,6 +27,7 @@ class SimClock {
   void MoveBits(u64 ns);
   // Time in which nothing moves.
   void Wait(u64 ns);
+  // Everything that was not bits: latency, waits, and in real time whatever the host did meanwhile.
   u64 IdleNs() { return Now() - m_BitNs; }
 
  private:
@@ -37,6 +38,7 @@ class SimClock {
   const bool m_IsReal;
   const std::chrono::steady_clock::time_point m_Start;
   u64 m_Ns = 0;
+  // Part of m_Ns in which bits moved.
   u64 m_BitNs = 0;
 };
 

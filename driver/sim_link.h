@@ -8,6 +8,8 @@ namespace vortic {
 
 // The cable between the host and a simulated probe: counts the calls that go over it, lets each
 // take its time, and fails where it was asked to.
+// Every call that reaches a real probe passes here, and nothing else: so call numbers in the fault
+// list are the same in every run of the same client.
 class SimLink {
  public:
   SimLink(const FaultPlan& plan, u64 latencyNs, SimClock& clock, SimStats& stats,
@@ -25,6 +27,7 @@ class SimLink {
   bool IsLost() const { return m_IsLost; }
 
  private:
+  // The plan lives in the configuration of the same probe.
   const FaultPlan& m_Plan;
   const u64 m_LatencyNs;
   SimClock& m_Clock;

@@ -8,6 +8,7 @@ namespace vortic {
 
 namespace {
 
+// A message quotes so much of a line, whoever wrote it.
 constexpr std::size_t kMaxShown = 80;
 
 char LowerAscii(char c) {

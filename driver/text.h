@@ -12,6 +12,7 @@
 
 namespace vortic {
 
+// As printf; never fails but for lack of memory.
 std::string Format(const char* sFormat, ...) __attribute__((format(printf, 1, 2)));
 
 // Without blanks, tabs and carriage returns at both ends.

@@ -1,3 +1,7 @@
+#include <sys/resource.h>
+
+#include <csignal>
+
 #include "driver/array_store.h"
 #include "driver/image_file.h"
 #include "tests/driver/probe_fixture.h"
@@ -49,6 +53,25 @@ TEST_F(StorageTest, ImageIsLockedWhileItIsOpen) {
             "The chip image \"" + Path("chip.bin") + "\" is in use by another simulated probe.");
   VORTICARM_Close();
   EXPECT_EQ(second.Open(Path("chip.bin"), 1024, [](u64, std::span<const u8>) {}), "");
+}
+
+// A limit on the size of files stands for a full disk.
+TEST_F(StorageTest, AWriteThatFailsIsTold) {
+  Open("AT25080", "ImageFile = chip.bin");
+  rlimit before = {};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+  rlimit small = before;
+  small.rlim_cur = 16;
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  Run("06 | 02 0200 55 | ~05");
+  EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+  std::signal(SIGXFSZ, oldHandler);
+  ASSERT_FALSE(s_Errors.empty());
+  EXPECT_EQ(s_Errors[0],
+            "Could not write the chip image \"" + Path("chip.bin") + "\": File too large.");
+  Run("05 >1");  // what could not be written is not forgotten
+  EXPECT_EQ(ReadFile("chip.bin")[0x200], '\x55');
 }
 
 TEST_F(StorageTest, SurvivesAnImageThatIsCutShort) {
