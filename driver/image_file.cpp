@@ -66,7 +66,7 @@ std::string ImageFile::Open(const std::string& fileName, u64 size, const Sink& s
 std::string ImageFile::Create(u64 size) {
   const std::vector<u8> blank(std::min(size, kBlockBytes), 0xFF);
   for (u64 addr = 0; addr < size; addr += blank.size()) {
-    const std::string reason =
+    std::string reason =
         Write(addr, std::span(blank).first(std::min<u64>(blank.size(), size - addr)));
     if (!reason.empty()) {
       unlink(m_FileName.c_str());  // a short file would be refused from now on
