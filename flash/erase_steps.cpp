@@ -21,6 +21,8 @@ constexpr u32 kMaxTimeoutMs = 0x7FFFFFFF;  // deadlines are compared as signed d
 constexpr u8 kFormatGlobalUnlock = 9;
 constexpr u8 kFormatUnlockSequence = 10;
 constexpr u8 kCmdGlobalUnlock = 0x98;
+constexpr u8 kCmdReadStatus = 0x05;
+constexpr u8 kCmdReadFlagStatus = 0x70;
 
 // Status bits that show protection, by StatusRegFormat.
 constexpr std::array<u8, 16> kProtectionBits = {0x5C, 0x5C, 0x1C, 0x1C, 0x3C, 0x1C, 0x7C, 0x1C,
@@ -35,6 +37,22 @@ int GetProtectionFormat() {
     return static_cast<int>(row.StatusRegFormat());
   }
   return SPI_Info().AutoDetect != 0 ? -1 : SPI_Info().StatusRegFormat;
+}
+
+// A chip whose "busy" is read from the flag status register keeps its protection bits in the plain
+// one.
+bool IsProtected(u8 Bits) {
+  const SPI_FLASH_INFO& info = SPI_Info();
+  if ((SPI_ReadStatus(info) & Bits) != 0) {
+    return true;
+  }
+  if (info.CmdReadStatus != kCmdReadFlagStatus) {
+    return false;
+  }
+  u8 status = 0xFF;
+  VORTIC_Transfer(&kCmdReadStatus, nullptr, 8, SPI_FLAGS_BEGIN);
+  VORTIC_Transfer(nullptr, &status, 8, SPI_FLAGS_END);
+  return (status & Bits) != 0;
 }
 
 void SendUnprotect(int Format) {
@@ -188,7 +206,7 @@ void FLASH_RemoveBlockProtection() {
   }
   const u8 bits = kProtectionBits[std::min<std::size_t>(static_cast<std::size_t>(format),
                                                         kProtectionBits.size() - 1)];
-  if ((SPI_ReadStatus(SPI_Info()) & bits) != 0) {
+  if (IsProtected(bits)) {
     SendUnprotect(format);
     if (FLASH_WaitReady(state.TimeoutBlockProtMs) != 0) {
       APP_LogError("Removing block protection bits failed.");

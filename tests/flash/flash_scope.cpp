@@ -1,0 +1,308 @@
+#include "tests/flash/flash_scope.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+
+#include "app/engine/log.h"
+#include "catalogue/catalogue.h"
+#include "project/recent.h"
+#include "project/settings.h"
+
+namespace {
+
+FakeDriver* pFake;
+
+[[gnu::format(printf, 1, 2)]] void Note(const char* sFormat, ...) {
+  char acLine[256];
+  va_list args;
+  va_start(args, sFormat);
+  std::vsnprintf(acLine, sizeof(acLine), sFormat, args);
+  va_end(args);
+  pFake->Log += std::string(acLine) + "\n";
+}
+
+std::string Hex(const u8* p, u32 n) {
+  std::string text;
+  for (u32 i = 0; i < n && i < 8; ++i) {
+    char ac[4];
+    std::snprintf(ac, sizeof(ac), "%02X", p[i]);
+    text += ac;
+  }
+  return n > 8 ? text + ".." : text;
+}
+
+int Transfer(const u8* pWrite, u8* pRead, u32 NumBits, u32 Flags) {
+  if (pFake->ErrorAtTransfer != 0 && --pFake->ErrorAtTransfer == 0) {
+    pFake->pfError("Link lost");
+  }
+  if (pWrite != nullptr) {
+    Note("W %s %u %03X", Hex(pWrite, NumBits / 8).c_str(), NumBits, Flags);
+  } else {
+    Note("R %u %03X", NumBits, Flags);
+    if (!pFake->IsDead && !pFake->Status.empty()) {
+      std::memset(pRead, pFake->Status.front(), NumBits / 8);
+      if (pFake->Status.size() > 1) {
+        pFake->Status.pop_front();
+      }
+    }
+  }
+  return 0;
+}
+
+// The first record names the instruction, the second the address of a read.
+void FillRead(const VORTIC_SPI_CMD* pList, const VORTIC_SPI_CMD& cmd) {
+  const u32 numBytes = cmd.NumBits / 8;
+  if (pList[0].pWrite[0] == 0x9F) {
+    std::fill_n(cmd.pRead, numBytes, u8{0});
+    std::copy_n(pFake->Id.begin(), std::min<std::size_t>(pFake->Id.size(), numBytes), cmd.pRead);
+    return;
+  }
+  u32 addr = 0;
+  for (u32 i = 0; i < pList[1].NumBits / 8; ++i) {
+    addr = addr << 8 | pList[1].pWrite[i];
+  }
+  for (u32 i = 0; i < numBytes; ++i) {
+    cmd.pRead[i] = addr + i < pFake->Memory.size() ? pFake->Memory[addr + i] : u8{0xFF};
+  }
+}
+
+int RunList(VORTIC_SPI_CMD* pList, u32 NumRecords) {
+  ++pFake->NumLists;
+  Note("List %u", NumRecords);
+  for (u32 i = 0; i < NumRecords; ++i) {
+    VORTIC_SPI_CMD& cmd = pList[i];
+    if (cmd.Type == 2) {
+      const auto& para = *static_cast<const VORTIC_POLL_PARA*>(cmd.pPara);
+      Note("2 %X/%X/%u %u %03X %u", para.Mask, para.Expected, para.Timeout, cmd.NumBits, cmd.Flags,
+           cmd.ParaSize);
+      cmd.Result = 0;
+    } else if (cmd.pWrite != nullptr) {
+      Note("1 %s %u %03X", Hex(cmd.pWrite, cmd.NumBits / 8).c_str(), cmd.NumBits, cmd.Flags);
+      cmd.Result = static_cast<i32>((cmd.NumBits + 7) / 8);
+    } else {
+      Note("1 < %u %03X", cmd.NumBits, cmd.Flags);
+      FillRead(pList, cmd);  // and leaves the result alone
+    }
+  }
+  if (pFake->OnList) {
+    pFake->OnList(pList, NumRecords);
+  }
+  return pFake->ListResult;
+}
+
+template <u32 SIZE>
+int EnterFast(const void* pPara) {
+  const auto* p = static_cast<const u8*>(pPara);
+  pFake->FastPara.assign(p, p + SIZE);
+  return 0;
+}
+
+int QueueData(u32 Addr, u32 NumBytes, const u8* /*pData*/) {
+  Note("Queue %X %X", Addr, NumBytes);
+  return pFake->FastResult;
+}
+
+int QueueErase(u32 Addr, u32 NumBytes) {
+  Note("QueueErase %X %X", Addr, NumBytes);
+  return pFake->FastResult;
+}
+
+int Wait(u32* pFailAddr) {
+  if (pFake->WaitResults.empty()) {
+    return 0;
+  }
+  const int result = pFake->WaitResults.front();
+  if (pFake->WaitResults.size() > 1) {
+    pFake->WaitResults.pop_front();
+  }
+  *pFailAddr = 0x1234;
+  return result;
+}
+
+int LeaveFast() {
+  Note("LeaveFast");
+  return 0;
+}
+
+template <class F>
+VORTIC_FUNC AsFunc(F* pf) {
+  return reinterpret_cast<VORTIC_FUNC>(pf);
+}
+
+VORTIC_FUNC GetpFunc(int32_t Index) {
+  if (pFake->MissingFunc.contains(Index)) {
+    return nullptr;
+  }
+  switch (Index) {
+    case 1:
+      return AsFunc(RunList);
+    case 43:
+      return AsFunc(Wait);
+    case 44:
+      return AsFunc(LeaveFast);
+    case 45:
+      return AsFunc(EnterFast<56>);
+    case 46:
+    case 47:
+      return AsFunc(QueueData);
+    case 48:
+      return AsFunc(QueueErase);
+    case 72:
+      return AsFunc(EnterFast<64>);
+    default:
+      return nullptr;
+  }
+}
+
+template <class F>
+void* AsVoid(F* pf) {
+  return reinterpret_cast<void*>(pf);
+}
+
+template <int VALUE>
+int Answer() {
+  return VALUE;
+}
+
+int SelectAny() {
+  return pFake->SelectResult;
+}
+const char* OpenEx(void* /*pReserved*/, VORTIC_TEXT_HANDLER* pfLog) {
+  Note("Open");
+  pfLog("Probe announces itself");
+  return pFake->sOpen;
+}
+void Close() {
+  Note("Close");
+}
+void SetErrorHandler(VORTIC_TEXT_HANDLER* pf) {
+  pFake->pfError = pf;
+}
+i32 GetProductId() {
+  return pFake->ProductId;
+}
+const char* NullText() {
+  return nullptr;
+}
+int GetAvailable(u32* pMask) {
+  *pMask = pFake->Interfaces;
+  return 0;
+}
+int SelectTif(i32 Interface) {
+  Note("Tif %d", Interface);
+  return 0;
+}
+void SetSpeed(u32 SpeedkHz) {
+  Note("Speed %u", SpeedkHz);
+}
+u32 GetSpeed() {
+  return 0xABCD0FA0;  // the high half is noise
+}
+int GetHWStatus(VORTIC_HW_STATUS* pStatus) {
+  pStatus->VTarget = pFake->MilliVolts;
+  return pFake->HwResult;
+}
+int Exec(const char* sCommand, char* /*pError*/, i32 /*Size*/) {
+  Note("Exec %s", sCommand);
+  return pFake->ExecResult;
+}
+template <char LETTER>
+void Line() {
+  Note("Line %c", LETTER);
+}
+
+void* Lookup(const char* sName) {
+  static const std::map<std::string, void*> functions = {
+      {"VORTICARM_SelectUSB", AsVoid(SelectAny)},
+      {"VORTICARM_EMU_SelectByUSBSN", AsVoid(SelectAny)},
+      {"VORTIC_EMU_SelectByUSBNickname", AsVoid(SelectAny)},
+      {"VORTICARM_SelectIP", AsVoid(SelectAny)},
+      {"VORTICARM_OpenEx", AsVoid(OpenEx)},
+      {"VORTICARM_Close", AsVoid(Close)},
+      {"VORTICARM_SetErrorOutHandler", AsVoid(SetErrorHandler)},
+      {"VORTICARM_SetLogFile", AsVoid(Answer<0>)},
+      {"VORTICARM_EMU_GetProductId", AsVoid(GetProductId)},
+      {"VORTICARM_GetSN", AsVoid(Answer<-7>)},
+      {"VORTICARM_GetCompileDateTime", AsVoid(NullText)},
+      {"VORTICARM_TIF_GetAvailable", AsVoid(GetAvailable)},
+      {"VORTICARM_TIF_Select", AsVoid(SelectTif)},
+      {"VORTICARM_SetSpeed", AsVoid(SetSpeed)},
+      {"VORTICARM_GetSpeed", AsVoid(GetSpeed)},
+      {"VORTICARM_GetHWStatus", AsVoid(GetHWStatus)},
+      {"VORTICARM_ExecCommand", AsVoid(Exec)},
+      {"VORTICARM_ClrRESET", AsVoid(Line<'r'>)},
+      {"VORTICARM_SetRESET", AsVoid(Line<'R'>)},
+      {"VORTICARM_ClrTMS", AsVoid(Line<'c'>)},
+      {"VORTICARM_SetTMS", AsVoid(Line<'C'>)},
+      {"VORTIC_SPI_Transfer", AsVoid(Transfer)},
+      {"VORTIC_GetpFunc", AsVoid(GetpFunc)},
+  };
+  const auto it = functions.find(sName);
+  return it == functions.end() || pFake->Missing.contains(sName) ? nullptr : it->second;
+}
+
+u32 GetFullLogLevel() {
+  return 9;
+}
+
+// A NOR flash of 16 sectors that is known by hand.
+void SetPlainChip(SPI_FLASH_INFO& info) {
+  info.AutoDetect = 0;
+  info.FlashType = FLASH_TYPE_NOR;
+  info.NumPages = 4096;
+  info.PageSizeShift = 8;
+  info.SectorSizeShift = 16;
+  info.abID[0] = 0xEF;
+  info.abID[1] = 0x40;
+  info.abID[2] = 0x18;
+}
+
+}  // namespace
+
+FlashScope::FlashScope() {
+  setenv("XDG_CONFIG_HOME", m_Dir.path().c_str(), 1);
+  APP_EngineHooks.pfDisconnect = FLASH_Disconnect;
+  APP_EngineHooks.pfGetLogLevel = GetFullLogLevel;
+  SETUP_Init();
+  FLASH_ResetConnection();
+  PROJECT_New(nullptr);
+  SetFlash(SetPlainChip);
+  FLASH_SelectDevice(-1, false);
+}
+
+FlashScope::~FlashScope() {
+  FLASH_Disconnect();
+  FLASH_ResetConnection();
+  PROJECT_Reset();
+  SETTINGS_Exit();
+  SETUP_Reset();
+  RECENT_Reset();
+}
+
+void FlashScope::SetFlash(const std::function<void(SPI_FLASH_INFO&)>& change) {
+  PROJECT_GetFlash(&SPI_Info());
+  change(SPI_Info());
+  PROJECT_SetFlash(&SPI_Info());
+}
+
+void FlashScope::SetProduction(const std::function<void(PROJ_PRODUCTION&)>& change) {
+  PROJ_PRODUCTION production;
+  PROJECT_GetProduction(&production);
+  change(production);
+  PROJECT_SetProduction(&production);
+}
+
+FakeDriver::FakeDriver() : Status{0} {
+  pFake = this;
+  DRIVER_SetLookup(Lookup);
+}
+
+FakeDriver::~FakeDriver() {
+  FLASH_Disconnect();
+  FLASH_ResetConnection();
+  DRIVER_SetLookup(nullptr);
+}

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "flash/connect.h"
+#include "flash/spi.h"
+#include "project/project.h"
+#include "tests/support/engine_scope.h"
+#include "tests/support/fake_time.h"
+#include "tests/support/temp_dir.h"
+
+// An open project, settings and a front end of its own for one test. The clock moves by a
+// millisecond at each look, so that deadlines pass after a known number of polls.
+class FlashScope {
+ public:
+  FlashScope();
+  ~FlashScope();
+  FlashScope(const FlashScope&) = delete;
+  FlashScope& operator=(const FlashScope&) = delete;
+
+  SCRIPTED_FRONTEND& FrontEnd() { return m_Engine.FrontEnd; }
+  std::string Path(const std::string& name) const { return m_Dir.file(name); }
+  // Changes the project's flash description.
+  static void SetFlash(const std::function<void(SPI_FLASH_INFO&)>& change);
+  static void SetProduction(const std::function<void(PROJ_PRODUCTION&)>& change);
+
+ private:
+  TempDir m_Dir;
+  EngineScope m_Engine;
+  FakeTime m_Time{1000000};
+};
+
+// Stands in for the driver library: notes each call as a line and answers as told.
+struct FakeDriver {
+  FakeDriver();
+  ~FakeDriver();
+  FakeDriver(const FakeDriver&) = delete;
+  FakeDriver& operator=(const FakeDriver&) = delete;
+
+  std::set<std::string> Missing;         // names
+  std::set<i32> MissingFunc = {45, 72};  // indices
+  const char* sOpen = nullptr;           // what opening answers
+  int SelectResult = 0, HwResult = 0, ExecResult = 0, ListResult = 0, FastResult = 0;
+  u16 MilliVolts = 3300;
+  u32 Interfaces = 1u << 5 | 1u << 14;
+  i32 ProductId = 1;
+  std::deque<int> WaitResults;  // of fast mode; 0 when used up
+  std::deque<u8> Status;        // bytes read by single transfer; the last one stays
+  bool IsDead = false;          // transfers deliver nothing
+  u32 ErrorAtTransfer = 0;      // counted from 1: the error channel speaks up
+  std::vector<u8> Id = {0xEF, 0x40, 0x18};
+  std::vector<u8> Memory;  // read by lists; 0xFF behind its end
+  // Changes the results of a list that has run.
+  std::function<void(VORTIC_SPI_CMD*, u32)> OnList;
+
+  std::string Log;  // all calls
+  u32 NumLists = 0;
+  std::vector<u8> FastPara;
+  VORTIC_TEXT_HANDLER* pfError = nullptr;
+
+  bool Has(const std::string& line) const { return Log.find(line) != std::string::npos; }
+};
