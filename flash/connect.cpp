@@ -10,6 +10,7 @@
 
 namespace {
 
+// In force unless the project overrides the two of erasing.
 constexpr u32 kTimeoutBlockProtMs = 5000;
 constexpr u32 kTimeoutEraseSectorMs = 5000;
 constexpr u32 kTimeoutEraseChipMs = 400000;
@@ -40,6 +41,7 @@ void RefreshTimeouts() {
   state.TimeoutEraseChipMs = isOverridden ? production.TimeoutEraseChip : kTimeoutEraseChipMs;
 }
 
+// A library without the function has nothing to leave.
 void LeaveFastMode() {
   FLASH_CONNECTION& state = FLASH_State();
   if (state.FastMode == 0) {
@@ -64,6 +66,8 @@ int RunCustomSteps(const CUSTOM_STEP* aSteps, u32 NumSteps, const char* sName) {
   return -1;
 }
 
+// The probe level in a section of its own. Reset is held within it, so that an error there is told
+// with it.
 bool ConnectProbe() {
   APP_LOG_SECTION section("Connecting to probe/ programmer...");
   if (!PROBE_Open(true, true)) {
@@ -75,6 +79,7 @@ bool ConnectProbe() {
   return true;
 }
 
+// Before the chip is addressed at all: the board may have to make way first.
 bool RunInitSequence() {
   static PROJ_CPU cpu;  // too large for the stack
   PROJECT_GetCpu(&cpu);
@@ -136,6 +141,7 @@ void CONNECT_SetStatusText(const char* sText, u32 Index) {
   }
 }
 
+// A failure at any step closes the probe, so that the next attempt starts clean.
 int FLASH_Connect() {
   FLASH_CONNECTION& state = FLASH_State();
   RefreshTimeouts();
@@ -165,6 +171,8 @@ bool FLASH_IsConnected() {
   return FLASH_State().IsConnected != 0;
 }
 
+// Reached from everywhere, and also as the end of each failed operation. The flags go down only
+// behind the library's calls, which need them.
 void FLASH_Disconnect() {
   FLASH_CONNECTION& state = FLASH_State();
   if (state.IsConnected == 0) {

@@ -57,6 +57,7 @@ class ConnectList {
   u8 m_Cmd = 0;
 };
 
+// The cause is in the log by then.
 int FailConnect() {
   CONNECT_SetStatusText("Failed to connect", 0);
   return 1;
@@ -72,6 +73,7 @@ std::string FormatId(const char* sHead, const u8* pId, u32 NumBytes) {
   return text;
 }
 
+// Information only: the probe level has judged the voltage.
 void LogVoltage() {
   u32 millivolts = 0;
   if (VORTIC_GetTargetVoltage(&millivolts) == 0) {
@@ -83,6 +85,8 @@ bool HasQuadCommands(const SPI_FLASH_INFO& info) {
   return info.CmdReadDataQuad != 0 && info.CmdWritePageQuad != 0 && info.NumDummyCyclesQuad != 0;
 }
 
+// Identification selects the device and stores its description in the project; a known chip is only
+// compared.
 int CheckId(const SPI_FLASH_INFO& info, const ConnectList& list) {
   if (info.AutoDetect != 0) {
     return FLASH_DetectDevice(list.GetId(), list.GetNumIdBytes());
@@ -162,6 +166,7 @@ int FLASH_ConnectChip() {
   return 0;
 }
 
+// What was read is shown in full, also when its second byte isn't compared.
 int FLASH_VerifyId(const u8* pExpected, u32 NumBytes, const u8* pRaw, u32 NumRaw,
                    bool IgnoreSecond) {
   std::array<u8, SPI_ID_BYTES_VERIFY> aExpected{};
@@ -184,6 +189,7 @@ int FLASH_VerifyId(const u8* pExpected, u32 NumBytes, const u8* pRaw, u32 NumRaw
   return -1;
 }
 
+// Closes the probe on every path: detection is a question, not a connection.
 int FLASH_Detect() {
   APP_LogBegin("Detecting SPI flash ...");
   FLASH_Disconnect();

@@ -9,6 +9,10 @@
 #include "sys/util_format.h"
 #include "sys/util_string.h"
 
+// The interpreter: a step's values are clamped and put into words, then its action runs in a
+// section of its own. An action may name the next step; there is no limit on the number of steps
+// run, since a sequence may wait for a chip by branching back.
+
 namespace {
 
 constexpr u32 kParaInUse = 0x10;
@@ -16,6 +20,7 @@ constexpr u32 kParaWidthMask = 0x0F;
 constexpr u32 kParaKindMask = 0xF0;
 constexpr u32 kParaHex = 0x30;
 
+// A parameter that doesn't exist counts as 0.
 u32 Clamp(u32 Value, const CUSTOM_PARA& para) {
   return para.sName != nullptr ? std::clamp(Value, para.Min, para.Max) : 0;
 }
@@ -38,6 +43,7 @@ std::string FormatByte(const char* sFormat, u8 Value) {
   return acByte;
 }
 
+// The first byte is listed even when none is sent; a full list may have been cut.
 std::string FormatStream(const CUSTOM_STEP& step, u32 NumBytes) {
   std::string text = FormatByte(" - 0x%02X", step.abData[0]);
   const u32 numShown = std::min(NumBytes, CUSTOM_MAX_DATA);
@@ -53,6 +59,7 @@ std::string FormatPara(u32 Value, const CUSTOM_PARA& para) {
   return acValue;
 }
 
+// The line that announces a step.
 std::string FormatStep(const CUSTOM_STEP& step, const CUSTOM_ACTION& action, u32 Value0,
                        u32 Value1) {
   if (step.ActionIndex == CUSTOM_COMMENT) {

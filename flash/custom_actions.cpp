@@ -10,6 +10,10 @@
 // What the actions of step sequences do. All traffic goes out with flags 0: chip select stays as
 // the steps before have left it.
 
+// Values come clamped to their parameters' limits, so an offset is at most 15 and a count at most
+// 16; only their sum has to be checked. Transfers have no result: a sequence stops behind a step
+// during which the library's error channel spoke.
+
 namespace {
 
 constexpr char kInvalid[] = "Invalid parameters";

@@ -13,6 +13,13 @@
 #include "sys/path.h"
 #include "sys/registry.h"
 
+// Finding the library and binding its names.
+//
+// Nothing is loaded before the first call, so that a program that never touches a probe (a
+// conversion of data files) runs without the library. What was looked at is remembered in words: a
+// user who reads "not found" has to know where it was looked for, and a file that is there but
+// doesn't load has a reason of its own.
+
 namespace {
 
 constexpr char kLibraryName[] = "libVortic_x64.so";
@@ -49,6 +56,7 @@ constexpr std::array<const char*, static_cast<u32>(DriverCall::Count)> kNames = 
 };
 static_assert(kNames.back() != nullptr);
 
+// Application thread only. A bound address is valid as long as hLib is.
 struct DriverState {
   SYS_HANDLE hLib = 0;
   u32 Generation = 0;  // of the loaded libraries, when hLib was given out
@@ -62,6 +70,7 @@ DriverState& State() {
   return state;
 }
 
+// The default of pfOnFatal. Without a front end the calls just fail.
 void EndProgram(int ExitCode) {
   if (APP_FRONTEND* pFrontEnd = APP_GetFrontEnd()) {
     pFrontEnd->Terminate(ExitCode);
@@ -77,6 +86,7 @@ void ShowBox(const std::string& Text) {
   APP_MsgBoxEx(args);
 }
 
+// Module and program mostly lie in one directory, which is named once.
 void AddPlace(std::vector<std::string>* pPlaces, const std::string& Place) {
   for (const std::string& known : *pPlaces) {
     if (known == Place) {
@@ -114,6 +124,8 @@ void AddInstallPath(std::vector<std::string>* pPlaces, u32 Hive) {
   AddPlace(pPlaces, dir + "bin_x64/" + kLibraryName);
 }
 
+// In the order of the search: beside the code first, so that an installation next to another one
+// uses what it came with.
 std::vector<std::string> ListPlaces() {
   if (!State().TestPath.empty()) {
     return {State().TestPath};
@@ -147,6 +159,8 @@ SYS_HANDLE GetLoaded() {
   return state.hLib;
 }
 
+// Tries one place after the other. A file that exists and doesn't load doesn't end the search: an
+// installation elsewhere may be the right one.
 bool LoadLibrary() {
   std::string looked;
   for (const std::string& place : ListPlaces()) {
@@ -180,6 +194,7 @@ bool DRIVER_Load() {
   return State().pfLookup != nullptr || GetLoaded() != 0 || LoadLibrary();
 }
 
+// The bound addresses belong to whatever answered before.
 void DRIVER_SetLookup(DRIVER_LOOKUP* pfLookup) {
   State().pfLookup = pfLookup;
   Unbind();

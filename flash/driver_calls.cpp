@@ -7,11 +7,16 @@
 
 // One wrapper a function of the library: binds it and distrusts what it answers.
 
+// What an answer of the library is worth: texts may be null or unterminated, numbers anything, and
+// a name that isn't there gives 0. Each wrapper turns that into a value that its callers can use
+// without a further look; a result that means failure stays one.
+
 namespace {
 
 constexpr char kCannotOpen[] = "The driver library cannot be used.";
 constexpr char kNoReason[] = "The driver library gives no reason.";
 
+// Never set back: callers compare two readings.
 u32 NumErrors;
 
 // The library's own error channel: an operation during which it was used has failed.
@@ -110,6 +115,7 @@ int VORTIC_ReadConfigMem(u8* pBuffer, u32 Offset, u32 NumBytes) {
   return pf != nullptr ? pf(pBuffer, Offset, NumBytes) : 0;
 }
 
+// A mask that came with a failure is no mask.
 u32 VORTIC_GetInterfaces() {
   auto* pf = DRIVER_BindAs<decltype(VORTICARM_TIF_GetAvailable)>(DriverCall::GetAvailable);
   u32 mask = 0;
@@ -128,11 +134,13 @@ void VORTIC_SetSpeed(u32 SpeedkHz) {
   }
 }
 
+// The high half isn't defined.
 u32 VORTIC_GetSpeed() {
   auto* pf = DRIVER_BindAs<decltype(VORTICARM_GetSpeed)>(DriverCall::GetSpeed);
   return pf != nullptr ? pf() & 0xFFFF : 0;
 }
 
+// A failure reads as no power, which stops whatever wants to go on.
 int VORTIC_GetTargetVoltage(u32* pMillivolts) {
   *pMillivolts = 0;
   auto* pf = DRIVER_BindAs<decltype(VORTICARM_GetHWStatus)>(DriverCall::GetHWStatus);
@@ -144,6 +152,7 @@ int VORTIC_GetTargetVoltage(u32* pMillivolts) {
   return result;
 }
 
+// The caller's buffer is cleared before and terminated behind the call, whatever the library wrote.
 int VORTIC_ExecCommand(const char* sCommand, char* pError, u32 ErrorSize) {
   std::array<char, 128> acOwn{};
   char* const pText = pError != nullptr && ErrorSize != 0 ? pError : acOwn.data();
@@ -186,6 +195,7 @@ void VORTIC_DeactivateCS() {
   }
 }
 
+// The result tells nothing: what failed comes through the error handler.
 void VORTIC_Transfer(const u8* pWrite, u8* pRead, u32 NumBits, u32 Flags) {
   if (auto* pf = DRIVER_BindAs<decltype(VORTIC_SPI_Transfer)>(DriverCall::Transfer)) {
     pf(pWrite, pRead, NumBits, Flags);

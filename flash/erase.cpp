@@ -45,6 +45,7 @@ bool HasInstruction(u8 Cmd) {
   return false;
 }
 
+// An error hides a cancel: what went wrong matters more.
 void ReportEnd(const Operation& op, const char* sFailed, const char* sCanceled,
                const char* sCompleted) {
   if (HasErrors()) {
@@ -81,6 +82,7 @@ u32 SelectAffected(const Geometry& geometry, MEMAREA* pArea, u8* pMap) {
   return numSelected;
 }
 
+// Parts with page erase guard the chip erase by a longer sequence.
 void SendChipErase() {
   const SPI_FLASH_INFO& info = SPI_Info();
   SPI_SendCmd(info.CmdWriteEnable);
@@ -95,6 +97,7 @@ void SendChipErase() {
   }
 }
 
+// The wait takes minutes on a large chip and can't be cancelled: the chip would go on erasing.
 void EraseChipAndWait() {
   FLASH_RemoveBlockProtection();
   if (HasErrors()) {

@@ -67,6 +67,7 @@ void SendUnprotect(int Format) {
   SPI_SendFrame(aFrame.data(), aFrame.size());
 }
 
+// Write enable, instruction and address, then the wait. The error is the result.
 void EraseSector(const SPI_FLASH_INFO& info, u32 Addr) {
   SPI_SendCmd(info.CmdWriteEnable);
   if (info.SendInitCommands != 0) {
@@ -109,6 +110,7 @@ class SectorWalk {
   }
 
  private:
+  // Cancel is looked at once per selected sector.
   // Index of the next selected sector, or the number of sectors.
   u32 SkipUnselected(u32 Index) const {
     while (Index < m_NumSectors && m_pMap[Index] == 0) {
@@ -137,6 +139,7 @@ class SectorWalk {
     PROGRESS_SetValue(m_pProgress, m_NumErased);
   }
 
+  // The library erases later; what it answers now is only whether it took the order.
   int QueueOne(u32 Addr, u32 Size) {
     auto* pf = VORTIC_GetFunctionAs<VORTIC_FAST_ERASE>(VORTIC_FUNC_FAST_ERASE);
     const int result = pf != nullptr ? pf(Addr, Size) : -1;
@@ -144,6 +147,7 @@ class SectorWalk {
     return result;
   }
 
+  // The queue's outcome is known only here, so no erase counts as done before.
   void Finish() {
     if (m_IsQueued) {
       u32 failAddr = 0;
@@ -172,6 +176,8 @@ class SectorWalk {
 
 }  // namespace
 
+// Each poll is a round trip to the probe, which paces the loop by itself; a sleep would only be
+// added to the time of each sector.
 int FLASH_WaitReady(u32 TimeoutMs) {
   const u32 deadline = SYS_GetTickMs() + std::min(TimeoutMs, kMaxTimeoutMs);
   for (;;) {
@@ -189,6 +195,8 @@ int FLASH_WaitReady(u32 TimeoutMs) {
   }
 }
 
+// Once per connection, since the bits stay clear. A global unlock is lost with each power cycle of
+// the chip, and repeated before every operation.
 void FLASH_RemoveBlockProtection() {
   FLASH_CONNECTION& state = FLASH_State();
   if (state.BlockProtectionRemoved != 0) {

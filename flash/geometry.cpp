@@ -11,6 +11,8 @@ constexpr std::size_t kMaxRangesText = 2048;
 
 }  // namespace
 
+// Page and sector sizes come from a project file, so any shift may stand there. A sector that the
+// chip doesn't hold as a whole doesn't count.
 Geometry GEOMETRY_Get() {
   static SPI_FLASH_INFO info;  // too large for the stack
   PROJECT_GetFlash(&info);
@@ -42,6 +44,8 @@ u64 FLASH_GetTotalSize() {
   return GEOMETRY_Get().GetTotalSize();
 }
 
+// Runs of sectors are added as one range each, never sector by sector: an EEPROM has sectors of one
+// byte.
 MEMAREA* FLASH_CreateSectorArea(MEMAREA* pFilter, u32* pNumSectors) {
   const Geometry geometry = GEOMETRY_Get();
   MEMAREA_PTR pArea(MEMAREA_Create());
@@ -82,6 +86,7 @@ void FLASH_GetRangeInfo(u32 Index, u64* pAddr, u64* pNumBytes) {
   }
 }
 
+// For a single question; a whole chip is asked by GEOMETRY_ForEachRun.
 bool FLASH_IsSectorAffected(u32 Index, MEMAREA* pArea) {
   const Geometry geometry = GEOMETRY_Get();
   if (Index >= geometry.NumSectors) {

@@ -35,6 +35,7 @@ class WindowCheckPause {
   }
 };
 
+// Products that hold several programmer modules and have no target interface of their own.
 bool IsGangProduct(i32 ProductId) {
   switch (ProductId) {
     case 27:
@@ -49,6 +50,7 @@ bool IsGangProduct(i32 ProductId) {
   }
 }
 
+// Before each selection, so that the library's log holds the opening too.
 void SetLogFile() {
   if (SETUP_GetEnableVorticLog(true) == 0) {
     VORTIC_SetLogFile(nullptr);
@@ -59,6 +61,7 @@ void SetLogFile() {
   VORTIC_SetLogFile(acName.data());
 }
 
+// The command line's choice wins over the project's; without a project there is device 0.
 void GetConnection(PROBE_CONNECTION* pConnection) {
   PROJ_GENERAL general{};
   if (PROJECT_IsOpen() != 0) {
@@ -88,6 +91,7 @@ void LogConnection(const PROBE_CONNECTION& connection) {
   }
 }
 
+// A target whose supply the probe can't sense: the level is given to it instead.
 int SetFixedVTref() {
   const FLASH_CONNECTION& state = FLASH_State();
   if (state.FixedVTrefOn == 0) {
@@ -109,6 +113,7 @@ void RunCommand(const char* sCommand) {
   VORTIC_ExecCommand(sCommand, acError.data(), acError.size());
 }
 
+// Both after switching on and after switching off, for the capacitors of the board.
 void WaitTargetPower() {
   if (FLASH_State().TargetPowerOn != 0) {
     SYS_Sleep(FLASH_State().TargetPowerDelayMs);
@@ -116,6 +121,7 @@ void WaitTargetPower() {
 }
 
 // 0, or -259 with the library closed.
+// An unpowered chip answers with whatever the lines float to, which may look like data.
 int CheckPower() {
   if (FLASH_State().TargetPowerOn != 0) {
     RunCommand("SupplyPower = 1");
@@ -146,6 +152,8 @@ bool SetUpTarget(bool PowerCheck) {
   return !PowerCheck || CheckPower() == 0;
 }
 
+// From here on every way out that fails has to close the library again, or the next attempt would
+// find it open on a probe that nobody knows of. NumErrors: of the library, before the selection.
 bool OpenLibrary(bool PowerCheck, u32 NumErrors) {
   // What the probe says of itself is shown whatever the log level.
   if (const char* sError = VORTIC_OpenEx(AddLogLine)) {
@@ -242,6 +250,8 @@ bool PROBE_Open(bool CheckPower, bool Announce) {
   return state.ProbeIsOpen != 0;
 }
 
+// The chip goes back to 3-byte addresses, since the target's own loader expects that after a reset
+// that keeps the power.
 void PROBE_Close() {
   FLASH_CONNECTION& state = FLASH_State();
   if (state.ProbeIsOpen == 0) {
@@ -270,6 +280,7 @@ void PROBE_Close() {
   state.ProbeIsGang = 0;
 }
 
+// Nothing on the board may talk to the chip while this program does.
 void FLASH_HoldReset() {
   VORTIC_HoldResetLine();
   SYS_Sleep(kResetHoldMs);

@@ -9,6 +9,12 @@
 #include "project/settings.h"
 #include "sys/util_format.h"
 
+// Programming an image: checks before the chip is touched, then the walk in blocks of whole pages.
+//
+// The walk runs twice, first without data for the length of the progress. Both see the same blocks;
+// that the second reached as far as the first is checked at the end, since an image that another
+// thread holds locked reads as one that ends.
+
 namespace {
 
 constexpr u32 kBufferSize = 0x80000;
@@ -62,6 +68,7 @@ u64 GetPaddedSize(MEMAREA* pArea, u32 PageShift) {
   return total;
 }
 
+// Addresses show eight digits until one needs more.
 void ShowRange(PROGRESS_INFO* pProgress, u64 First, u64 Last) {
   std::array<char, 128> acText{};
   UTIL_snprintf64(acText.data(), acText.size(),
@@ -77,6 +84,7 @@ void LogCanceled(u64 Addr) {
                 Addr);
 }
 
+// False: failed. The error of a refused fast mode call is told once the queue is empty.
 bool ProgramBlock(u64 Addr, u64 NumBytes, const u8* pData) {
   const u32 numBytes = static_cast<u32>(NumBytes);
   if (!IsSendable(Addr, NumBytes)) {
@@ -167,7 +175,7 @@ bool PrepareProgram(MEMAREA* pArea, bool SkipPrepare) {
     APP_LogError("Could not program target, not connected.");
     return false;
   }
-  if (FLASH_CheckFit(pArea) != 0) {
+  if (FLASH_CheckFit(pArea) != 0 || HasErrors()) {
     return false;
   }
   SPI_RefreshInfo();
@@ -187,6 +195,7 @@ bool PrepareProgram(MEMAREA* pArea, bool SkipPrepare) {
   return !HasErrors();
 }
 
+// An error hides a cancel, which was logged as one while blocks were left.
 void ReportProgramEnd(const Operation& op) {
   if (HasErrors()) {
     APP_LogError("Failed to program target.");
@@ -212,6 +221,7 @@ bool PrepareProgramVerify(MEMAREA* pArea) {
 
 }  // namespace
 
+// Programming beyond the end would start over at the chip's beginning.
 int FLASH_CheckFit(MEMAREA* pArea) {
   if (pArea == nullptr) {
     APP_LogError("Could not program target, no data file opened");
@@ -229,6 +239,7 @@ int FLASH_CheckFit(MEMAREA* pArea) {
   return -1;
 }
 
+// The box offers to overwrite, but only erasing goes on: "No" is a refusal.
 int FLASH_AskErase(MEMAREA* pArea) {
   if (SETUP_GetAutoBlankCheck() == 0) {
     return 0;
@@ -266,7 +277,8 @@ void FLASH_ProgramVerify(MEMAREA* pArea) {
     return;
   }
   SPI_RefreshInfo();
-  if (SPI_Info().FlashType == FLASH_TYPE_NOR && FLASH_AskErase(pArea) == 1 && !HasErrors()) {
+  if (!HasErrors() && SPI_Info().FlashType == FLASH_TYPE_NOR && FLASH_AskErase(pArea) == 1 &&
+      !HasErrors()) {
     FLASH_EraseForProgram(pArea);
   }
   if (!HasErrors()) {

@@ -8,6 +8,9 @@
 
 // Blocks handed to the library, by list or through fast mode, and the wait for its queue.
 
+// Fast mode calls return as soon as the library has taken the data; their outcome comes with the
+// wait. Nothing may be reported as done before that.
+
 namespace {
 
 constexpr u32 kMaxFastBytes = 0x10000;

@@ -11,6 +11,9 @@
 #include "project/settings.h"
 #include "sys/util_format.h"
 
+// Read back: blocks of up to 128 KiB go from the chip into a new image. A result is handed out only
+// when all of it was read: half a chip in a window would pass for a chip.
+
 namespace {
 
 constexpr u64 kMaxBlock = SPI_MAX_READ;
@@ -20,10 +23,12 @@ constexpr u8 kBlank = 0xFF;
 
 std::array<u8, SPI_MAX_READ> ReadBuffer;
 
+// As many bytes as given, at least one.
 bool IsBlankBlock(const u8* pData, u64 NumBytes) {
   return pData[0] == kBlank && std::memcmp(pData, pData + 1, NumBytes - 1) == 0;
 }
 
+// Adding without blank runs answers alike to "all blank" and "failed", hence the second look.
 int StoreBlock(MEMAREA* pDest, u64 Addr, u64 NumBytes, bool SkipBlank) {
   const u8* pData = ReadBuffer.data();
   if (!SkipBlank) {
@@ -56,6 +61,7 @@ void SetReadRange(PROGRESS_INFO* pProgress, u64 NumBytes) {
   PROGRESS_CountBytes(pProgress);
 }
 
+// Figures of the closing line.
 struct CompletedText {
   u64 NumBytes;
   u32 NumRanges;
@@ -102,6 +108,7 @@ MEMAREA_PTR CreateAffected(const Geometry& geometry, MEMAREA* pArea, u32* pNumSe
 
 }  // namespace
 
+// Whole words, whatever the span asks for.
 void FLASH_ReadInto(MEMAREA* pDest, u64 FirstAddr, u64 LastAddr, PROGRESS_INFO* pProgress) {
   const bool isSkipping = SETUP_GetSkipBlankAreas() != 0;
   u64 addr = FirstAddr & ~kAlignMask;

@@ -10,6 +10,7 @@ namespace {
 
 constexpr u32 kMaxAddrBytes = 4;
 
+// A position above 7 can't come from a status byte; the project may hold it all the same.
 u32 GetStatusMask(const SPI_FLASH_INFO& info) {
   return 1u << (info.StatusBitPos & 7);
 }
@@ -19,6 +20,7 @@ u32 GetStatusMask(const SPI_FLASH_INFO& info) {
 // The records go over the interface as they lie in memory.
 static_assert(std::endian::native == std::endian::little);
 
+// 73 KiB with its step sequence: one static copy instead of one on each stack.
 SPI_FLASH_INFO& SPI_Info() {
   static SPI_FLASH_INFO info;
   return info;
@@ -41,6 +43,7 @@ void SPI_BuildDesc(SPI_CMD_DESC* pDesc, u32 Type, const void* pPara, u32 ParaSiz
             .Result = -1};
 }
 
+// The first record opens the frame with the instruction, the second closes it with the last byte.
 int SPI_BuildReadCmd(SPI_CMD_DESC** ppDesc, u32 NumFree, const u8* pCmd, u8* pRead, u32 NumBytes) {
   if (NumFree < 2) {
     return -1;
@@ -53,12 +56,14 @@ int SPI_BuildReadCmd(SPI_CMD_DESC** ppDesc, u32 NumFree, const u8* pCmd, u8* pRe
   return 0;
 }
 
+// The bus wants the most significant byte first; bytes beyond the fourth stay 0.
 void SPI_StoreAddr(u8* pDest, u32 Addr, u32 NumBytes) {
   for (u32 i = NumBytes; i-- > 0; Addr >>= 8) {
     pDest[i] = static_cast<u8>(Addr);
   }
 }
 
+// Asked for at each run: another probe may offer other functions.
 int SPI_RunList(SPI_CMD_DESC* pList, u32 NumRecords) {
   auto* pf = VORTIC_GetFunctionAs<VORTIC_RUN_LIST>(VORTIC_FUNC_RUN_LIST);
   return pf != nullptr ? pf(pList, NumRecords) : SPI_NO_LIST;
@@ -68,6 +73,8 @@ u32 SPI_GetNumAddrBytes(const SPI_FLASH_INFO& info) {
   return std::min<u32>(info.NumAddrBytes, kMaxAddrBytes);
 }
 
+// With three bytes a chip of 32 MiB would answer the upper half's addresses with its lower half,
+// and a verify of both would pass.
 int SPI_CheckSpan(const SPI_FLASH_INFO& info, u64 Addr, u64 NumBytes) {
   const u32 numAddrBytes = SPI_GetNumAddrBytes(info);
   const u64 end = u64{1} << (8 * numAddrBytes);
@@ -87,6 +94,7 @@ void SPI_SendCmd(u8 Cmd) {
   SPI_SendFrame(&Cmd, 1);
 }
 
+// The byte starts as all ones but for a ready bit that means ready, which starts as busy.
 u8 SPI_ReadStatus(const SPI_FLASH_INFO& info) {
   u8 status = 0xFF;
   if (info.StatusIsReadyBit != 0) {

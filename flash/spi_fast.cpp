@@ -7,10 +7,15 @@
 #include "flash/spi.h"
 #include "project/project.h"
 
+// Fast mode: the library runs erase, program and verify by itself, on the probe, from a description
+// of the chip. The block is written byte by byte, so that neither padding nor byte order of this
+// compiler reaches the wire.
+
 namespace {
 
 constexpr u32 kMaxPageShift = 16;
 
+// Bits of the block's Flags.
 constexpr u32 kFlagReadyBit = 1 << 0;
 constexpr u32 kFlag4ByteMode = 1 << 1;
 constexpr u32 kFlagQuad = 1 << 2;
@@ -94,6 +99,7 @@ u32 SPI_BuildFastModePara(u8* pDest, u32 DestSize, bool Extended) {
   return size;
 }
 
+// A library that refuses isn't complained of: the lists do the same work.
 void SPI_EnterFastMode() {
   const SPI_FLASH_INFO& info = SPI_Info();
   if (FLASH_GetSelectedDevice() < 0 || info.PageSizeShift > kMaxPageShift) {

@@ -20,15 +20,19 @@ constexpr u32 kPollTimeout = 100000;  // in the library's unit
 constexpr u32 kSinglePollParaSize = 16;
 constexpr u32 kQuadPollParaSize = 64;
 
+// The page that the chip refused; what stands before it is programmed.
 int ReportError(u32 Addr, const char* sCause) {
   APP_LogErrorf("Programming failed @ address 0x%.8X (%s)", Addr, sCause);
   return -1;
 }
 
+// Each byte equals the one behind it, and the first is blank: one comparison at the speed of
+// memory.
 bool IsBlankPage(const u8* pPage, u32 PageSize) {
   return pPage[0] == 0xFF && std::memcmp(pPage, pPage + 1, PageSize - 1) == 0;
 }
 
+// The probe waits for each page by itself, without a round trip per status byte.
 SPI_POLL_PARA MakePollPara(const SPI_FLASH_INFO& info) {
   const u32 pos = info.StatusBitPos & 7;
   return {0, 1u << pos, (info.StatusIsReadyBit != 0 ? 1u : 0u) << pos, kPollTimeout};
@@ -41,6 +45,7 @@ struct Batch {
 };
 
 // The fault of one record, or null.
+// A record that sends has to have sent all of it.
 const char* FindRecordFault(const SPI_CMD_DESC& desc) {
   if (desc.Type == SPI_TYPE_POLL) {
     return desc.Result < 0 ? "timeout occurred" : nullptr;
@@ -52,6 +57,8 @@ const char* FindRecordFault(const SPI_CMD_DESC& desc) {
   return desc.Result == static_cast<i32>(expected) ? nullptr : "program error";
 }
 
+// The pages of a batch succeed or fail as one call; the records then tell which page was the first
+// to fail.
 int RunBatch(SPI_CMD_DESC* pList, u32 RecordsPerPage, const Batch& batch) {
   const u32 first = batch.aAddr[0];
   const int result = SPI_RunList(pList, batch.NumPages * RecordsPerPage);
@@ -153,6 +160,9 @@ class SingleRecords : public PageRecords {
   std::unique_ptr<u8[]> m_pFrames;
 };
 
+// Built anew for each page: the page goes out straight from the caller's block, on four lanes, and
+// only the address needs a place of its own. Instruction, address and data have lanes of their own,
+// so a page is a frame of three records.
 class QuadRecords : public PageRecords {
  public:
   using PageRecords::PageRecords;
@@ -211,10 +221,13 @@ i64 ProgramPages(PageRecords& Records, u32 PageSize, u32 PagesPerBatch, bool Ski
   return numProgrammed;
 }
 
+// Bounded by the probe's buffers. A page above the bound goes alone.
 u32 GetPagesPerBatch(u32 PageSize) {
   return std::clamp<u32>(kMaxBytesPerBatch / PageSize, 1, kMaxPagesPerBatch);
 }
 
+// An erased NOR page reads 0xFF, so programming that changes nothing. FRAM and EEPROM have no
+// erase: there 0xFF is data like any other.
 bool IsSkippingBlank(const SPI_FLASH_INFO& info) {
   PROJ_PERFORMANCE performance{};
   PROJECT_GetPerformance(&performance);

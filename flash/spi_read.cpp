@@ -4,6 +4,16 @@
 #include "app/engine/log.h"
 #include "flash/spi.h"
 
+// Reading memory: one frame of up to 128 KiB, as a list of 3 or 4 records.
+//
+//   instruction   8 bits, opens the frame
+//   address       as many bytes as the chip takes
+//   dummy         only when there are dummy cycles; zeros are shifted out
+//   data          closes the frame
+//
+// On the plain path address and dummy phases carry no lane flags at all; on the quad path each
+// phase names its lanes.
+
 namespace {
 
 constexpr u32 kMaxDummyBits = 512;
@@ -18,6 +28,7 @@ struct ReadPhases {
   u32 CmdFlags, AddrFlags, NumDummyBits, DummyFlags, DataFlags;
 };
 
+// A dummy cycle on four lanes takes four bits.
 ReadPhases GetQuadPhases(const SPI_FLASH_INFO& info) {
   const bool isQuadAddr = info.RdAddrTransferMode == SPI_LANES_QUAD;
   const u32 numCycles = info.NumDummyCyclesQuad;
@@ -42,6 +53,8 @@ int ReportError(u32 Addr, const char* sCause) {
 }
 
 // The cause, or null when all is well.
+// The instruction's record tells whether the frame went out at all; the others only by a negative
+// result, since libraries differ in what they leave there.
 const char* FindFault(int ListResult, const SPI_CMD_DESC* pList, u32 NumRecords) {
   switch (ListResult) {
     case SPI_NO_LIST:

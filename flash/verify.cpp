@@ -10,6 +10,10 @@
 #include "flash/spi.h"
 #include "sys/util_format.h"
 
+// Verify: the chip is read in blocks and compared where the image has bytes. Small holes are read
+// across, which is cheaper than a frame of its own for each side; the image's marks keep them out
+// of the comparison. In fast mode the library compares whole blocks, holes as 0xFF.
+
 namespace {
 
 constexpr u64 kMaxBlock = SPI_MAX_READ;
@@ -18,6 +22,7 @@ constexpr u32 kAlignShift = 2;
 constexpr u64 kAlignMask = 3;
 constexpr u8 kFill = 0xFF;
 
+// Application thread; an allocation per block would cost more than the comparison.
 std::array<u8, SPI_MAX_READ> ReadBuffer;
 
 // The walk over an image in blocks that one read covers.
@@ -60,6 +65,7 @@ void ShowAddr(PROGRESS_INFO* pProgress, u64 Addr) {
   PROGRESS_SetSubText(pProgress, acText.data());
 }
 
+// False: differs or failed.
 bool VerifyBlock(u64 Addr, u64 NumBytes, const u8* pData, const u8* pValid) {
   if (!IsSendable(Addr, NumBytes)) {
     return SPI_CheckSpan(SPI_Info(), Addr, NumBytes) == 0;
@@ -135,6 +141,7 @@ bool IsInChip(MEMAREA* pArea) {
 
 }  // namespace
 
+// The first difference is named; further ones would only repeat it.
 int FLASH_CompareBlock(u32 Addr, u32 NumBytes, const u8* pExpected, const u8* pValid) {
   // A read that delivers nothing must not look like the block before.
   const u32 numFill = std::min(NumBytes, SPI_MAX_READ);
