@@ -28,7 +28,18 @@ constexpr FLASH_CONNECTION kClosed = {.ProbeIsOpen = 0,
                                       .FixedVTrefOn = 0,
                                       .FixedVTrefMv = 0};
 
+// Errors of the library when the connection came up.
+u32 NumErrorsAtConnect;
+
 void DoNothing() {}
+
+// An error that the library told while no operation ran: a link that broke then may say so only
+// once, and an operation on it would wait for a chip that doesn't answer. (One that an operation
+// saw has ended that operation, and the connection with it.)
+bool HasComplainedIdle() {
+  const bool isOperationFailing = APP_GetLogDepth() != 0 && APP_GetErrorCount() != 0;
+  return !isOperationFailing && DRIVER_GetNumErrors() != NumErrorsAtConnect;
+}
 
 // On every call, so that a changed setting counts from the next operation.
 void RefreshTimeouts() {
@@ -146,7 +157,10 @@ int FLASH_Connect() {
   FLASH_CONNECTION& state = FLASH_State();
   RefreshTimeouts();
   if (state.IsConnected != 0) {
-    return 0;
+    if (!HasComplainedIdle()) {
+      return 0;
+    }
+    FLASH_Disconnect();
   }
   state.FastMode = 0;
   const u32 numErrors = DRIVER_GetNumErrors();
@@ -159,6 +173,7 @@ int FLASH_Connect() {
   }
   state.BlockProtectionRemoved = 0;
   state.IsConnected = 1;
+  NumErrorsAtConnect = numErrors;
   FLASH_Hooks.pfOnConnectionChanged();
   return 0;
 }

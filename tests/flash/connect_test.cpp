@@ -42,6 +42,11 @@ TEST(Connect, Refusals) {
          f.Id = {0xEF, 0x41, 0x18};
        }},
       {"Failed to verify Flash Id", [](FakeDriver& f) { f.Id = {}; }},
+      {"",
+       [](FakeDriver& f) {
+         f.Id = {0xEF, 0x70, 0x18};
+         FlashScope::SetFlash([](SPI_FLASH_INFO& i) { i.Ignore2ndIdByte = 1; });
+       }},
       {"", [](FakeDriver& f) { f.Id = {0x7F, 0x7F, 0xEF, 0x7F, 0x40, 0x18}; }},
       {"Link lost", [](FakeDriver& f) { f.OnList = [&f](auto*, u32) { f.pfError("Link lost"); }; }},
       {"Failed to auto-detect SPI Flash.",
@@ -65,24 +70,6 @@ TEST(Connect, Refusals) {
     EXPECT_TRUE(scope.FrontEnd().HasLog("Probe announces itself"));
     EXPECT_EQ(scope.FrontEnd().GetCounts().aWindowChecks.size() % 2, 0u);
     EXPECT_TRUE(isGood || row.sText == std::string("No probe") || fake.Has("Close"));
-  }
-}
-
-TEST(Connect, IdsAreCompared) {
-  struct Row {
-    std::vector<u8> Raw;
-    bool IgnoreSecond;
-    int Result;
-  };
-  const u8 aExpected[] = {0xEF, 0x40, 0x18};
-  for (const Row& row : {Row{{0xEF, 0x40, 0x18}, false, 0}, Row{{0xEF, 0x70, 0x18}, false, -1},
-                         Row{{0xEF, 0x70, 0x18}, true, 0}, Row{{0xEE, 0x40, 0x18}, true, -1},
-                         Row{{0xEF, 0x7F, 0x40, 0x18}, false, 0}, Row{{}, false, -1}}) {
-    FlashScope scope;
-    EXPECT_EQ(FLASH_VerifyId(aExpected, 3, row.Raw.data(), static_cast<u32>(row.Raw.size()),
-                             row.IgnoreSecond),
-              row.Result);
-    EXPECT_TRUE(scope.FrontEnd().HasLog("Verifying Flash Id = 0xEF, 0x40, 0x18..."));
   }
 }
 
@@ -207,6 +194,19 @@ TEST(Connect, SelectionByConnectionMode) {
     APP_LogEnd();
     EXPECT_TRUE(scope.FrontEnd().HasLog(row.sLine)) << scope.FrontEnd().GetLog();
   }
+}
+
+TEST(Connect, ALinkThatBrokeWhileIdleIsBroughtUpAnew) {
+  FlashScope scope;
+  FakeDriver fake;
+  ASSERT_EQ(FLASH_Connect(), 0);
+  fake.pfError("Link lost");
+  fake.Log.clear();
+  EXPECT_EQ(FLASH_Connect(), 0);
+  EXPECT_TRUE(fake.Has("Close\nOpen\n"));
+  fake.Log.clear();
+  EXPECT_EQ(FLASH_Connect(), 0);
+  EXPECT_EQ(fake.Log, "");
 }
 
 TEST(Connect, Timeouts) {
