@@ -4,6 +4,10 @@
 
 // The interpreter of step sequences. Application thread only. One buffer of 16 bytes, process-wide,
 // keeps what the steps read; it is never cleared.
+//
+// Sequences run on connect (init, then quad enable) and at the end of an automatic run (exit).
+// Their traffic leaves chip select alone: a frame stands between a step that activates it and one
+// that deactivates it.
 
 // The text of a value with its unit. 0, or -1 with an empty text when pPara doesn't exist.
 int CUSTOM_FormatValue(u32 Value, char* pBuf, u32 BufSize, const CUSTOM_PARA* pPara);

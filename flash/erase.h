@@ -7,6 +7,13 @@
 
 // Sector geometry and erase. Application thread only. Operations return nothing: their outcome is
 // in the log and the error count.
+//
+// All sectors have one size. A chip that can't be erased (EEPROM, FRAM) is skipped with a line in
+// the log and without an error; a chip that could be, but whose instruction or geometry isn't
+// known, is an error, since nothing would have been erased.
+//
+// Sector erases are queued in the library's fast mode when that is on; chip erase never is. A
+// failed or cancelled erase leaves the chip partly erased.
 
 // ---- Geometry, from the project each time ----
 u32 FLASH_GetNumSectors();
@@ -25,12 +32,15 @@ i64 FLASH_IsSpanInChip(MEMAREA* pArea, u64 Offset);
 std::string FLASH_FormatRanges(MEMAREA* pArea);
 
 // ---- Operations ----
+// One instruction for the whole chip; can't be cancelled once it is sent.
 void FLASH_EraseChip();
 void FLASH_EraseAllSectors();
 void FLASH_EraseAffected(MEMAREA* pArea);
+// All sectors or the affected ones, as the setting AutoMode says.
 void FLASH_EraseForProgram(MEMAREA* pArea);
 
 // ---- Inner steps ----
+// Clears the chip's block protection bits, once per connection. Its failure is in the log.
 void FLASH_RemoveBlockProtection();
 struct PROGRESS_INFO;
 // One byte a sector in pMap, non-zero to erase.

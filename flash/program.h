@@ -3,7 +3,14 @@
 #include "image/memarea.h"
 #include "sys/types.h"
 
-// Programming an image. Application thread only.
+// Programming an image. Application thread only. The image is only read; patches count as its
+// bytes.
+//
+// A block on its way to the chip is a whole number of pages, at most 64 KiB: holes of up to 3 bytes
+// and the rest of a page are filled with 0xFF. Progress and cancel are looked at once per block.
+// There is no retry: a failed block ends the operation and leaves the chip partly programmed.
+//
+// SkipPrepare: the caller has erased already; neither blank check nor question.
 void FLASH_Program(MEMAREA* pArea, bool SkipPrepare);
 void FLASH_ProgramVerify(MEMAREA* pArea);
 

@@ -4,7 +4,10 @@
 #include "sys/types.h"
 
 // Verify and read back. Application thread only. A read result is a new area that the caller owns;
-// null after a failure or a cancel, reported.
+// null after a failure or a cancel, reported. Only a whole result is handed out.
+//
+// Verify compares the bytes that the image has and stops at the first that differs. An image that
+// lies beyond the chip is refused, since chips repeat their contents there.
 void FLASH_Verify(MEMAREA* pArea);
 MEMAREA* FLASH_ReadChip();
 MEMAREA* FLASH_ReadSpan(u64 FirstAddr, u64 LastAddr);
