@@ -37,3 +37,4 @@ std::string BENCH_GetSelf();
 void BenchImage();
 // Serves the --child options of the section; -1 when Args are none of them, else the exit status.
 int BenchImageChild(const std::vector<std::string>& Args);
+void BenchFlash();

@@ -39,6 +39,7 @@ int main(int argc, char** argv) {
     }
     return status == 0 ? 0 : 1;
   }
+  BenchFlash();
   BenchImage();
   std::printf("\n%s\n", BENCH_GetNumMissed() == 0 ? "All bounds met." : "Some bounds not met.");
   return BENCH_GetNumMissed() == 0 ? 0 : 1;

@@ -173,6 +173,7 @@ i64 SYS_FILE_Write(SYS_HANDLE h, const void* pBuf, u64 NumBytes) {
         SysFileOps().pfWrite(pFile->Fd(), static_cast<const u8*>(pBuf) + numDone, numWanted);
     if (n > 0) {
       numDone += static_cast<u64>(n);
+      pFile->NoteWritten(static_cast<u64>(n));
       continue;
     }
     const int error = n == 0 ? ENOSPC : errno;

@@ -26,10 +26,15 @@ class FileObject : public SysObject {
   int PutInPlace();
   // 0 or the errno value.
   int Close();
+  // Lets the disk begin with what was written so far, so that the flush at the end of a large
+  // replacement doesn't start from nothing.
+  void NoteWritten(u64 NumBytes);
 
  private:
   int m_Fd;
   int m_WriteError = 0;
+  u64 m_NumWritten = 0;    // of a replacement
+  u64 m_NumStarted = 0;    // handed to the disk already
   std::string m_TempName;  // empty for a file that is written in place
   std::string m_TargetName;
 };

@@ -30,6 +30,7 @@ constexpr SYS_FILE_OPS kPlatformOps = {
 
 std::atomic<const SYS_FILE_OPS*> g_pOps = &kPlatformOps;
 
+constexpr u64 kWriteBackStep = u64{8} << 20;
 constexpr u32 kMaxLinks = 40;
 constexpr u32 kMaxNameTries = 100;
 constexpr u32 kSuffixSize = 6;
@@ -186,6 +187,18 @@ int FileObject::Close() {
   const int result = close(m_Fd);
   m_Fd = -1;
   return result == 0 || errno == EINTR ? 0 : errno;
+}
+
+void FileObject::NoteWritten(u64 NumBytes) {
+  m_NumWritten += NumBytes;
+  if (m_TempName.empty() || m_NumWritten - m_NumStarted < kWriteBackStep) {
+    return;
+  }
+  // Only a hint: whether everything reached the disk is what the flush tells.
+  static_cast<void>(sync_file_range(m_Fd, static_cast<off64_t>(m_NumStarted),
+                                    static_cast<off64_t>(m_NumWritten - m_NumStarted),
+                                    SYNC_FILE_RANGE_WRITE));
+  m_NumStarted = m_NumWritten;
 }
 
 int FileObject::PutInPlace() {
