@@ -37,11 +37,10 @@ void FastMode::Enter(const FastPara& para) {
 }
 
 bool FastMode::Leave() {
-  while (!m_Queue.empty() && !m_HasFailed) {
-    Step();
-  }
+  const bool isDone = m_Queue.empty() && !m_HasFailed;
+  Abandon();
   m_IsOn = false;
-  return !m_HasFailed;
+  return isDone;
 }
 
 bool FastMode::Program(u64 addr, std::span<const u8> data) {

@@ -49,7 +49,8 @@ class FastMode {
   explicit FastMode(Bus& bus) : m_Bus(bus) {}
 
   void Enter(const FastPara& para);
-  // Works off what waits. False: it failed, or a failure was never fetched.
+  // Drops what waits: a client that wants it done waits for it first, one that leaves early was
+  // cancelled, and its user is waiting. False: something was dropped, or a failure never fetched.
   bool Leave();
   bool IsOn() const { return m_IsOn; }
 
