@@ -66,6 +66,8 @@ void SetBlock(BLOCK& current, const BLOCK* pSrc) {
   if (pSrc == nullptr || PROJECT_CheckOpen() != 0) {
     return;
   }
+  // Blocks are compared with their padding, which copies carry along since every block starts
+  // zeroed. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
   if (std::memcmp(&current, pSrc, sizeof(current)) != 0) {
     std::memmove(&current, pSrc, sizeof(current));
     PROJECT_CountModification();

@@ -62,7 +62,7 @@ u32 WritePrefix(char* pLine, u32 Depth) {
   }
   const u32 numBlanks = std::min(Depth - 1, MAX_INDENT);
   std::memset(pLine, ' ', numBlanks);
-  std::memcpy(pLine + numBlanks, " - ", 3);
+  UTIL_strcpy(pLine + numBlanks, " - ", sizeof(" - "));
   return numBlanks + 3;
 }
 
