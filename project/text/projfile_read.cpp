@@ -62,8 +62,14 @@ bool FindLine(ProjAccess& Access, const char* pSection, const char* pKey, std::s
   return true;
 }
 
-int Finish(ProjAccess& Access, const KeyLine& Line) {
-  return Line.HasError() ? Access.Fail(Line.acError.data()) : 0;
+// The words of the parser say what is wrong, the second line where.
+int Finish(ProjAccess& Access, const KeyLine& Line, const char* pSection, const char* pKey) {
+  if (!Line.HasError()) {
+    return 0;
+  }
+  return Access.Fail(std::string(Line.acError.data()) + "\nFile [" + Access.Get()->acFileName +
+                     "], section '" + (pSection != nullptr ? pSection : "") + "', key '" + pKey +
+                     "'");
 }
 
 void Clear(u8* pDest, u32 NumBytes) {
@@ -87,7 +93,7 @@ int PROJFILE_ReadString(const char* pSection, const char* pKey, char* pDest, u32
     return -1;
   }
   if (line.HasError()) {
-    return access.Fail(line.acError.data());
+    return Finish(access, line, pSection, pKey);
   }
   PARSE_QuotedString(line.Error(), line.ErrorSize(), &line.Cursor, pDest, DestSize);
   if (line.HasError()) {
@@ -109,7 +115,7 @@ int PROJFILE_ReadU32(const char* pSection, const char* pKey, u32* pValue) {
   i64 value = 0;
   PARSE_Number64(line.Error(), line.ErrorSize(), &line.Cursor, &value, kMin, kMax);
   *pValue = static_cast<u32>(value);
-  return Finish(access, line);
+  return Finish(access, line, pSection, pKey);
 }
 
 int PROJFILE_ReadDecBytes(const char* pSection, const char* pKey, u8* pDest, u32 MaxBytes) {
@@ -129,7 +135,7 @@ int PROJFILE_ReadDecBytes(const char* pSection, const char* pKey, u8* pDest, u32
     PARSE_DecNumber(line.Error(), line.ErrorSize(), &line.Cursor, &value, 0, 255);
     pDest[i] = static_cast<u8>(value);
   }
-  return Finish(access, line);
+  return Finish(access, line, pSection, pKey);
 }
 
 int PROJFILE_ReadHexBytes(const char* pSection, const char* pKey, u8* pDest, u32 MaxBytes,
@@ -154,5 +160,5 @@ int PROJFILE_ReadHexBytes(const char* pSection, const char* pKey, u8* pDest, u32
     PARSE_Number64(line.Error(), line.ErrorSize(), &line.Cursor, &value, 0, 255);
     pDest[i] = static_cast<u8>(value);
   }
-  return Finish(access, line);
+  return Finish(access, line, pSection, pKey);
 }

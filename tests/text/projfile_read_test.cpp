@@ -102,6 +102,7 @@ TEST_F(ProjFile, ByteArrays) {
   u32 numInFile = 0;
   EXPECT_EQ(PROJFILE_ReadHexBytes(nullptr, "K", aData, 2), -1);
   EXPECT_EQ(Shown(), "Expected a value <= 255");
+  EXPECT_EQ(ShownWhere(), "File [" + Name() + "], section '', key 'K'");
   EXPECT_EQ(PROJFILE_ReadHexBytes(nullptr, "L", aData, 2, &numInFile), 0);
   EXPECT_EQ(numInFile, 32767u);
   EXPECT_EQ(PROJFILE_ReadDecBytes(nullptr, "None", aData, 2), -1);

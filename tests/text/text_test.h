@@ -12,7 +12,13 @@ class ProjFile : public testing::Test {
     PROJFILE_Reset();
     s_Shown.clear();
     m_OldHooks = PROJFILE_Hooks;
-    PROJFILE_Hooks.pfShowError = [](const char* sText) { s_Shown.emplace_back(sText); };
+    PROJFILE_Hooks.pfShowError = [](const char* sText) {
+      // What is wrong, and apart from it where in the file.
+      const std::string text = sText;
+      const std::size_t where = text.find("\nFile [");
+      s_Where = where != std::string::npos ? text.substr(where + 1) : std::string();
+      s_Shown.push_back(text.substr(0, where));
+    };
   }
   ~ProjFile() override {
     PROJFILE_Reset();
@@ -29,6 +35,7 @@ class ProjFile : public testing::Test {
   }
   std::string Name() const { return m_Dir / "p.korvane"; }
   // The messages since the last call, joined.
+  static std::string ShownWhere() { return s_Where; }
   static std::string Shown() {
     std::string all;
     for (const std::string& text : s_Shown) {
@@ -42,5 +49,6 @@ class ProjFile : public testing::Test {
 
  private:
   static inline std::vector<std::string> s_Shown;
+  static inline std::string s_Where;
   PROJFILE_HOOKS m_OldHooks{};
 };
