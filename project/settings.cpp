@@ -38,6 +38,18 @@ int Report(SETTINGS_REPORT* pfReport, const char* sText) {
   return -1;
 }
 
+// What is wrong, and in a second line where.
+int ReportKey(SETTINGS_REPORT* pfReport, const char* sText, const char* pSection,
+              const char* pKey) {
+  std::string text = std::string(sText) + "\nFile [";
+  {
+    const std::lock_guard lock(Store.Lock);
+    text += Store.acFileName;
+  }
+  text = text + "], section '" + pSection + "', key '" + pKey + "'";
+  return Report(pfReport, text.c_str());
+}
+
 // Both directions share the words but for the verb, the missing retry and the read-only case.
 void FormatFileError(u32 Error, const char* sVerb, char* pBuf, u32 BufSize) {
   const bool isSaving = std::strcmp(sVerb, "save") == 0;
@@ -179,7 +191,7 @@ int SETTINGS_ReadNumber(const char* pSection, const char* pKey, u32* pValue) {
     PARSE_DecNumber(acError, kErrorSize, &cursor, &value, 0, kMaxNumber);
   }
   if (acError[0] != '\0') {
-    return Report(pfReport, acError);
+    return ReportKey(pfReport, acError, pSection, pKey);
   }
   // The parser limits the magnitude and keeps the sign; a setting has none.
   *pValue = static_cast<u32>(value < 0 ? -value : value);
@@ -209,7 +221,7 @@ int SETTINGS_ReadString(const char* pSection, const char* pKey, char* pDest, u32
   pDest[0] = '\0';  // a cut path would name another file
   UTIL_snprintf(acError, kErrorSize,
                 "Error while parsing subkey \"%s\" in settings file. Syntax error.", pKey);
-  return Report(pfReport, acError);
+  return ReportKey(pfReport, acError, pSection, pKey);
 }
 
 int SETTINGS_WriteNumber(const char* pSection, const char* pKey, u32 Value) {

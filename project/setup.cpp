@@ -88,8 +88,9 @@ void ForgetNumbers() {
   }
 }
 
+// A run that asked for nothing but defaults must not end well on settings that cannot be read.
 void ReportSettings(const char* sText) {
-  APP_MsgBox(sText, "OK", nullptr, 0, APP_ICON_WARNING, 0);
+  APP_ShowError(sText);
 }
 
 // False when the key is missing or empty. Files written elsewhere may hold the other slash.

@@ -172,7 +172,7 @@ const CMDLINE_OPTION* CMDLINE_FindOption(const char* sArg) {
 int CMDLINE_Parse(u32 argc, char** argv, u32 pass) {
   APP_State().SuppressGUI = 1;
   SuppressDriver(true);
-  if (APP_State().ExitCode != 0) {  // no driver library
+  if (APP_State().ExitCode != 0) {  // no driver library, or settings that cannot be read
     APP_State().SuppressGUI = 0;
     return -1;
   }

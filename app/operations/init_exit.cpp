@@ -156,9 +156,12 @@ void APP_OnInitJob(APP_JOB_CONTEXT* pContext) {
   const auto* pParams = static_cast<const APP_INIT_PARAMS*>(pContext->pParams);
   APP_START_INFO* pStart = pParams->pStartInfo;
   pStart->CloseAfterInit = 0;
+  // A run that was asked for isn't stopped by a box about its settings; it fails.
+  APP_State().SuppressGUI = pStart->argc > 1 ? 1 : 0;
   const bool settingsLoaded = SETUP_Init() == 0;
   APP_UpdateWindowTitle();
   LoadRecentLists();
+  APP_State().SuppressGUI = 0;
   if (CMDLINE_Parse(pStart->argc, pStart->argv, CMDLINE_PASS_PREPARSE) < 0) {
     pStart->CloseAfterInit = 1;
   } else {

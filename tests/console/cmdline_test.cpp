@@ -153,6 +153,31 @@ TEST(CommandLineFiles, MissingDriverLibraryNamesThePlaces) {
   EXPECT_NE(result.Out.find(" not found !"), std::string::npos) << result.Out;
 }
 
+// What cannot be read fails the run, with its place; nothing on disk changes.
+TEST(CommandLineFiles, MalformedSettingsAndProjectsFailTheRun) {
+  BENCH bench;
+  bench.RunTool({"mkdir", "-p", "config/TARVEX"});
+  const std::string settings = "[LOG]\nLogLevel = loud\n";
+  bench.Write("config/TARVEX/KorvaneSPI.ini", settings);
+  const PROGRAM_RESULT badSettings = bench.Run({"-connect", "-exit"});
+  EXPECT_EQ(badSettings.Status, 1) << badSettings.Out;
+  EXPECT_NE(badSettings.Out.find("KorvaneSPI.ini], section 'LOG', key 'LogLevel'"),
+            std::string::npos)
+      << badSettings.Out;
+  EXPECT_EQ(bench.Read("config/TARVEX/KorvaneSPI.ini").rfind(settings, 0), 0u);  // nothing lost
+
+  bench.RunTool({"rm", "-r", "config"});
+  const std::string project = "[JTAG]\n  Speed0 = 99999999999\n";
+  bench.Write("p.korvane", project);
+  const PROGRAM_RESULT badProject = bench.Run({"-openprjp.korvane", "-connect", "-exit"});
+  EXPECT_EQ(badProject.Status, 1) << badProject.Out;
+  EXPECT_NE(badProject.Out.find("File [p.korvane], section 'JTAG', key 'Speed0'"),
+            std::string::npos)
+      << badProject.Out;
+  EXPECT_EQ(badProject.Out.find("SIMULATED"), std::string::npos);
+  EXPECT_EQ(bench.Read("p.korvane"), project);
+}
+
 struct BAD_CONFIG {
   const char* sText;
   const char* sSays;

@@ -35,8 +35,8 @@ TEST(Settings, ReadForms) {
       {"[LOG]\r\nLogLevel\t= 5\r\n", 3, 1, ""},
       {"[LOG]\r\nLogLevels = 5\r\n", 3, 1, ""},
       {"[OTHER]\r\nLogLevel = 5\r\n[LOG]\r\n[X]\r\nLogLevel = 6\r\n", 3, 1, ""},
-      {"[LOG]\r\nLogLevel = x\r\n", 3, 1, "Expecting a number\n"},
-      {"[LOG]\r\nLogLevel  5\r\n", 3, 1, "Expected '=', got '5'\n"},
+      {"[LOG]\r\nLogLevel = x\r\n", 3, 1, "Expecting a number"},
+      {"[LOG]\r\nLogLevel  5\r\n", 3, 1, "Expected '=', got '5'"},
       {"[LOG", 3, 1, ""},
       {"[LOG]", 3, 1, ""},
   };
@@ -48,7 +48,8 @@ TEST(Settings, ReadForms) {
     EXPECT_EQ(SETUP_GetLogLevel(), c.LogLevel);
     EXPECT_EQ(SETUP_GetLogLevel(), c.LogLevel);  // told once, not at each line of the log
     EXPECT_EQ(SETUP_GetAutoBlankCheck(), c.BlankCheck);
-    EXPECT_EQ(scope.FrontEnd.GetBoxTexts(), c.sReport);
+    const std::string where = "\nFile [" + scope.IniFile() + "], section 'LOG', key 'LogLevel'\n";
+    EXPECT_EQ(scope.FrontEnd.GetBoxTexts(), *c.sReport != '\0' ? c.sReport + where : "");
     EXPECT_EQ(ReadFile(scope.IniFile()), c.sIni);  // reading changes no file
   }
 }
@@ -91,7 +92,8 @@ TEST(Settings, TextsThatCannotBeKept) {
   EXPECT_EQ(SETTINGS_ReadString("PROJECT", "Current", acShort, sizeof(acShort)), -1);
   EXPECT_STREQ(acShort, "");
   EXPECT_EQ(scope.FrontEnd.GetBoxes().back().Text,
-            "Error while parsing subkey \"Current\" in settings file. Syntax error.");
+            "Error while parsing subkey \"Current\" in settings file. Syntax error.\nFile [" +
+                scope.IniFile() + "], section 'PROJECT', key 'Current'");
 }
 
 TEST(Settings, FileThatCannotBeWritten) {
