@@ -159,6 +159,7 @@ void APP_OnInitJob(APP_JOB_CONTEXT* pContext) {
   // A run that was asked for isn't stopped by a box about its settings; it fails.
   APP_State().SuppressGUI = pStart->argc > 1 ? 1 : 0;
   const bool settingsLoaded = SETUP_Init() == 0;
+  static_cast<void>(SETUP_GetLogLevel());  // the first line of the log would ask for it
   APP_UpdateWindowTitle();
   LoadRecentLists();
   APP_State().SuppressGUI = 0;
