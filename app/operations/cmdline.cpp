@@ -31,15 +31,15 @@ constexpr CMDLINE_OPTION kOptions[CMDLINE_NUM_OPTIONS] = {
     {"-saveas", kExecute, CMDLINE_OnSaveAs,
      "\t\t Saves current data file in a different file\n\t\t   Syntax:\t "
      "-saveas<FILENAME>[,<SADDR>,<EADDR>]"},
-    {"-merge", kExecute, CMDLINE_OnNotAvailable,
+    {"-merge", kExecute, CMDLINE_OnMerge,
      "\t\t Merges a given data file with the one currently opened in Korvane\n\t\t   Syntax:\t "
      "-merge<FILENAME> or -merge<FILENAME>.bin,<ADDR>"},
-    {"-relocate", kExecute, CMDLINE_OnNotAvailable,
+    {"-relocate", kExecute, CMDLINE_OnRelocate,
      "\t\t Relocates data by given offset\n\t\t   Syntax:\t -relocate<OFFSET>"},
-    {"-delrange", kExecute, CMDLINE_OnNotAvailable,
+    {"-delrange", kExecute, CMDLINE_OnDelRange,
      "  \t Deletes data range\n\t\t   Syntax:\t -delrange<SADDR>,<EADDR>"},
-    {"-eliminate", kExecute, CMDLINE_OnNotAvailable, "  \t Eliminates blank areas in data file"},
-    {"-generatetestdata", kExecute, CMDLINE_OnNotAvailable,
+    {"-eliminate", kExecute, CMDLINE_OnEliminate, "  \t Eliminates blank areas in data file"},
+    {"-generatetestdata", kExecute, CMDLINE_OnGenerateTestData,
      "  \t Generated test data\n\t\t   Syntax:\t -generatetestdata<SIZE>"},
     {"-connect", kExecute, CMDLINE_OnConnect, "\t\t Connects to target"},
     {"-disconnect", kExecute, CMDLINE_OnDisconnect, "  \t Disconnects from target"},
@@ -67,9 +67,9 @@ constexpr CMDLINE_OPTION kOptions[CMDLINE_NUM_OPTIONS] = {
      "\t\t Overrides connection settings to IP\n\t\t   Syntax:\t -IP "
      "<xxx.xxx.xxx.xxx>[:<MODULES>] or -IP <HostName>[:<MODULES>] or -IP <SN>[:<MODULES>] or -IP "
      "<Nickname>[:<MODULES>]"},
-    {"-savecfg", kExecute, CMDLINE_OnNotAvailable,
+    {"-savecfg", kExecute, CMDLINE_OnSaveCfg,
      "\t\t Saves emulator configuration file\n\t\t   Syntax:\t -savecfg<FILENAME>"},
-    {"-savedat", kExecute, CMDLINE_OnNotAvailable,
+    {"-savedat", kExecute, CMDLINE_OnSaveDat,
      "\t\t Saves emulator data file\n\t\t   Syntax:\t -savedat<FILENAME>"},
     {"-download", kExecute, CMDLINE_OnNotAvailable, "  \t Downloads configuration to emulator"},
     {"-min", kPreparse, CMDLINE_OnMin, "\t\t Starts application minimized"},

@@ -6,6 +6,8 @@
 #include "app/engine/frontend.h"
 #include "app/engine/log.h"
 #include "app/operations/cmdline.h"
+#include "app/operations/data_edit.h"
+#include "app/operations/data_internal.h"
 #include "app/operations/data_ops.h"
 #include "app/operations/data_windows.h"
 #include "app/operations/init_exit.h"
@@ -13,6 +15,7 @@
 #include "flash/erase.h"
 #include "flash/program.h"
 #include "flash/verify.h"
+#include "programmer/save_files.h"
 #include "project/project.h"
 #include "sys/file.h"
 #include "sys/path.h"
@@ -48,22 +51,6 @@ int ParseRange(const char** ppText, u64* pFirst, u64* pLast) {
   if (UTIL_ParseHex64(ppText, pLast) != 0) {
     return Fail("End address is missing or not a hexadecimal number");
   }
-  return 0;
-}
-
-bool HasExt(const char* sFile, const char* sExt) {
-  char acExt[32];
-  SYS_PATH_GetExt(sFile, acExt, sizeof acExt);
-  return UTIL_stricmp(acExt, sExt) == 0;
-}
-
-// The new window owns the image; without one it is gone, and the reason has been reported.
-int ShowImage(MEMAREA* pArea, const char* sTitle) {
-  MEMAREA_PTR pOwned(pArea);
-  if (pOwned == nullptr || APP_AddDataWindow(nullptr, pOwned.get(), sTitle) == nullptr) {
-    return -1;
-  }
-  static_cast<void>(pOwned.release());
   return 0;
 }
 
@@ -105,7 +92,7 @@ int CMDLINE_OnOpen(const char* sText, u32 /*WordLen*/, u32 pass) {
   }
   u64 startAddr = 0;
   if (SkipComma(&sText)) {
-    if (!HasExt(acFile, ".bin")) {
+    if (!DATA_HasExt(acFile, ".bin")) {
       APP_LogWarning("SAddr is ignored for filetypes other than .bin");
     } else if (UTIL_ParseHex64(&sText, &startAddr) != 0) {
       return Fail("Start address is missing or not a hexadecimal number");
@@ -123,7 +110,7 @@ int CMDLINE_OnSaveAs(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
   if (pRow == nullptr) {
     return 0;
   }
-  const bool takesRange = HasExt(acFile, ".bin") || HasExt(acFile, ".c");
+  const bool takesRange = DATA_HasExt(acFile, ".bin") || DATA_HasExt(acFile, ".c");
   u64 firstAddr = MEMAREA_GetMinAddr(pRow->pArea);
   u64 lastAddr = MEMAREA_GetMaxAddr(pRow->pArea);
   if (takesRange && SkipComma(&sText) && ParseRange(&sText, &firstAddr, &lastAddr) != 0) {
@@ -177,7 +164,7 @@ int CMDLINE_OnVerify(const char* /*sText*/, u32 /*WordLen*/, u32 /*Pass*/) {
 }
 
 int CMDLINE_OnReadChip(const char* /*sText*/, u32 /*WordLen*/, u32 /*Pass*/) {
-  return ShowImage(FLASH_ReadChip(), "Target memory (Entire flash chip)");
+  return APP_ShowReadImage(FLASH_ReadChip(), "Target memory (Entire flash chip)");
 }
 
 int CMDLINE_OnReadRange(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
@@ -188,7 +175,7 @@ int CMDLINE_OnReadRange(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
   }
   char acTitle[96];
   UTIL_snprintf64(acTitle, sizeof acTitle, "Target memory (0x%llX - 0x%llX)", firstAddr, lastAddr);
-  return ShowImage(FLASH_ReadSpan(firstAddr, lastAddr), acTitle);
+  return APP_ShowReadImage(FLASH_ReadSpan(firstAddr, lastAddr), acTitle);
 }
 
 int CMDLINE_OnExit(const char* /*sText*/, u32 /*WordLen*/, u32 pass) {
@@ -220,6 +207,75 @@ int CMDLINE_OnHide(const char* /*sText*/, u32 /*WordLen*/, u32 /*Pass*/) {
   APP_State().VisibilityForced = 1;
   APP_GetFrontEnd()->SetVisibility(0);
   return 0;
+}
+
+int CMDLINE_OnMerge(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
+  char acFile[SYS_MAX_PATH];
+  if (CMDLINE_GetString(&sText, acFile, sizeof acFile) != 0) {
+    return -1;
+  }
+  u64 addr = 0;
+  if (DATA_HasExt(acFile, ".bin")) {
+    if (!SkipComma(&sText)) {
+      return Fail("Separator has to be ','");
+    }
+    if (UTIL_ParseHex64(&sText, &addr) != 0) {
+      return Fail("Start address is missing or not a hexadecimal number");
+    }
+  }
+  const DATA_WINDOW_INFO* pRow = APP_GetFocusedDataWindow();
+  if (pRow == nullptr) {
+    return 0;
+  }
+  return APP_MergeDataFile(pRow->hWindow, acFile, static_cast<i64>(addr));
+}
+
+// Text without digits takes the last offset of this run again.
+int CMDLINE_OnRelocate(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
+  static u32 lastOffset = 0;  // application thread only
+  u32 offset = 0;
+  if (UTIL_ParseHex32(&sText, &offset) == 0) {
+    lastOffset = offset;
+  }
+  const i32 signedOffset = static_cast<i32>(lastOffset);
+  return APP_RelocateData(&signedOffset);
+}
+
+int CMDLINE_OnDelRange(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
+  return APP_DeleteRange(sText);
+}
+
+int CMDLINE_OnEliminate(const char* /*sText*/, u32 /*WordLen*/, u32 /*Pass*/) {
+  return APP_EliminateBlank();
+}
+
+int CMDLINE_OnGenerateTestData(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
+  u32 numBytes = 0;
+  if (UTIL_ParseHex32(&sText, &numBytes) != 0) {
+    return Fail("The size of the test data is missing or not a hexadecimal number");
+  }
+  if (SkipComma(&sText)) {
+    return Fail("Only option <size> allowed for test data generation.");
+  }
+  return APP_ShowTestData(numBytes);
+}
+
+int CMDLINE_OnSaveCfg(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
+  char acFile[SYS_MAX_PATH];
+  if (CMDLINE_GetString(&sText, acFile, sizeof acFile) != 0) {
+    return -1;
+  }
+  SYS_PATH_ToNative(acFile);
+  return ZELMONT_SaveConfigFile(acFile);
+}
+
+int CMDLINE_OnSaveDat(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
+  char acFile[SYS_MAX_PATH];
+  if (CMDLINE_GetString(&sText, acFile, sizeof acFile) != 0) {
+    return -1;
+  }
+  SYS_PATH_ToNative(acFile);
+  return ZELMONT_SaveDataFile(acFile, APP_GetFocusedImage());
 }
 
 int CMDLINE_OnNotAvailable(const char* sText, u32 wordLen, u32 /*Pass*/) {

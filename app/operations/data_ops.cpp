@@ -3,6 +3,7 @@
 #include "app/engine/app_state.h"
 #include "app/engine/locks.h"
 #include "app/engine/log.h"
+#include "app/operations/data_internal.h"
 #include "app/operations/data_windows.h"
 #include "app/operations/init_exit.h"
 #include "app/operations/status.h"
@@ -31,28 +32,10 @@ REMEMBERED& Remembered() {
   return remembered;
 }
 
-const char* Plural(u64 n) {
-  return n == 1 ? "" : "s";
-}
-
-bool HasExt(const char* sFile, const char* sExt) {
-  char acExt[kExtSize];
-  SYS_PATH_GetExt(sFile, acExt, sizeof acExt);
-  return UTIL_stricmp(acExt, sExt) == 0;
-}
-
-bool HasOwnAddresses(const char* sFile) {
-  return !HasExt(sFile, ".bin") && !HasExt(sFile, ".raw");
-}
-
-int AskStartAddr(void* /*pContext*/, const char* sTitle, u64* pAddr) {
-  return APP_AskAddressRange(nullptr, sTitle, pAddr, nullptr);
-}
-
 // The address at which a file is opened, into OpenAddr. False when the user gave none.
 bool ChooseStartAddr(const char* sFile, u64 startAddr, bool hasStartAddr) {
   u64& openAddr = Remembered().OpenAddr;
-  if (HasOwnAddresses(sFile)) {
+  if (DATA_HasOwnAddresses(sFile)) {
     if (PROJECT_IsOpen() > 0) {
       PROJ_GENERAL general;
       PROJECT_GetGeneral(&general);
@@ -64,7 +47,7 @@ bool ChooseStartAddr(const char* sFile, u64 startAddr, bool hasStartAddr) {
     openAddr = startAddr;
     return true;
   }
-  return AskStartAddr(nullptr, "Enter start address", &openAddr) == 0;
+  return DATA_AskStartAddr(nullptr, "Enter start address", &openAddr) == 0;
 }
 
 // Size and checksums of a freshly opened image. False when the file could not be read again.
@@ -79,7 +62,7 @@ bool LogImage(MEMAREA* pArea, const char* sFile) {
   const u64 numBytes = MEMAREA_GetNumBytes(pArea);
   const u64 numRanges = MEMAREA_GetNumRanges(pArea);
   APP_LogInfof("0x%llX (%llu) bytes, %llu range%s", numBytes, numBytes, numRanges,
-               Plural(numRanges));
+               DATA_Plural(numRanges));
   APP_LogInfof("Data CRC-32  = 0x%.8X", dataCrc32);
   APP_LogInfof("Data CRC-32C = 0x%.8X", dataCrc32c);
   APP_LogInfof("File CRC-32  = 0x%.8X", fileCrc32);
@@ -109,18 +92,36 @@ void EndSaved(MEMAREA* pArea) {
   const u64 numRanges = MEMAREA_GetNumRanges(pArea);
   char acText[128];
   UTIL_snprintf64(acText, sizeof acText, "Data file saved successfully (%llu bytes, %llu range%s)",
-                  MEMAREA_GetNumBytes(pArea), numRanges, Plural(numRanges));
+                  MEMAREA_GetNumBytes(pArea), numRanges, DATA_Plural(numRanges));
   APP_LogEndEx(acText);
   APP_SetStatusText("Ready", 0);
 }
 
-int EndFailed(const char* sText, int result) {
+}  // namespace
+
+bool DATA_HasExt(const char* sFile, const char* sExt) {
+  char acExt[kExtSize];
+  SYS_PATH_GetExt(sFile, acExt, sizeof acExt);
+  return UTIL_stricmp(acExt, sExt) == 0;
+}
+
+bool DATA_HasOwnAddresses(const char* sFile) {
+  return !DATA_HasExt(sFile, ".bin") && !DATA_HasExt(sFile, ".raw");
+}
+
+const char* DATA_Plural(u64 n) {
+  return n == 1 ? "" : "s";
+}
+
+int DATA_EndFailed(const char* sText, int result) {
   APP_LogEndEx(sText);
   APP_SetStatusText(sText, 0);
   return result;
 }
 
-}  // namespace
+int DATA_AskStartAddr(void* /*pContext*/, const char* sTitle, u64* pAddr) {
+  return APP_AskAddressRange(nullptr, sTitle, pAddr, nullptr);
+}
 
 int APP_AskAddressRange(MEMAREA* pImage, const char* sTitle, u64* pStart, u64* pEnd) {
   APP_FRONTEND* pFrontEnd = APP_GetFrontEnd();
@@ -199,8 +200,8 @@ MEMAREA* APP_OpenDataFile(const char* pFileName, u64 startAddr, bool hasStartAdd
     return nullptr;
   }
   if (DATAFILE_Load(pArea.get(), APP_OnFileReport, nullptr, acFile, Remembered().OpenAddr,
-                    AskStartAddr, nullptr) < 0) {
-    EndFailed("Failed to open data file", -1);
+                    DATA_AskStartAddr, nullptr) < 0) {
+    DATA_EndFailed("Failed to open data file", -1);
     return nullptr;
   }
   if (PROJECT_IsOpen() > 0) {
@@ -216,7 +217,7 @@ int APP_OpenFile(const char* pFileName, u64 startAddr, bool hasStartAddr) {
   char acFile[SYS_MAX_PATH];
   UTIL_strcpy(acFile, pFileName, sizeof acFile);
   SYS_PATH_ToNative(acFile);
-  if (HasExt(acFile, ".korvane")) {
+  if (DATA_HasExt(acFile, ".korvane")) {
     return APP_OpenProject(acFile);
   }
   SYS_LOCK_GUARD lock(APP_GetLock());
@@ -268,13 +269,13 @@ int APP_SaveDataFile(APP_DATA_WINDOW* hWindow, const char* pFileName, u64 firstA
   SYS_PATH_ToNative(acFile);
   APP_LogBeginf("Saving data file [%s] ...", acFile);
   if (!ChooseSaveRange(*pRow, acFile, &firstAddr, &lastAddr, hasRange)) {
-    return EndFailed("Failed to save data file", 0);
+    return DATA_EndFailed("Failed to save data file", 0);
   }
   MEMAREA* pArea = pRow->pArea;
   const int result = DATAFILE_Save(pArea, APP_OnFileReport, nullptr, acFile, firstAddr, lastAddr);
   APP_GetFrontEnd()->UpdateDataWindow(hWindow, pArea);
   if (result < 0) {
-    return EndFailed("Failed to save data file", -1);
+    return DATA_EndFailed("Failed to save data file", -1);
   }
   APP_NoteFileTime(hWindow, acFile);
   hWindow->RequestWindowName(acFile);

@@ -93,6 +93,21 @@ MEMAREA* APP_GetFocusedImage() {
   return pRow == nullptr ? nullptr : pRow->pArea;
 }
 
+int APP_ShowReadImage(MEMAREA* pArea, const char* sTitle) {
+  MEMAREA_PTR pOwned(pArea);
+  if (pOwned == nullptr || APP_AddDataWindow(nullptr, pOwned.get(), sTitle) == nullptr) {
+    return -1;
+  }
+  static_cast<void>(pOwned.release());  // the row owns it now
+  return 0;
+}
+
+bool APP_IsListedImage(const MEMAREA* pArea) {
+  const auto& rows = Rows();
+  return std::any_of(rows.begin(), rows.end(),
+                     [pArea](const DATA_WINDOW_INFO& row) { return row.pArea == pArea; });
+}
+
 void APP_RemoveDataWindow(const APP_DATA_WINDOW* hWindow) {
   SYS_LOCK_GUARD lock(APP_GetLock());
   const DATA_WINDOW_INFO* pRow = APP_FindDataWindow(hWindow);
@@ -125,6 +140,14 @@ void APP_ApplyGUIMode() {
 
 u32 APP_GetNumDataWindows() {
   return static_cast<u32>(Rows().size());
+}
+
+std::vector<APP_DATA_WINDOW*> APP_ListDataWindows() {
+  std::vector<APP_DATA_WINDOW*> windows;
+  for (const DATA_WINDOW_INFO& row : Rows()) {
+    windows.push_back(row.hWindow);
+  }
+  return windows;
 }
 
 void APP_FreeDataWindows() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include "app/engine/frontend.h"
 #include "image/memarea.h"
 #include "sys/time.h"
@@ -24,6 +26,11 @@ APP_DATA_WINDOW* APP_AddDataWindow(const char* sFile, MEMAREA* pArea, const char
 DATA_WINDOW_INFO* APP_FindDataWindow(const APP_DATA_WINDOW* hWindow);
 DATA_WINDOW_INFO* APP_GetFocusedDataWindow();
 MEMAREA* APP_GetFocusedImage();
+// Shows an image that has no file, such as one read from a chip. Takes it over in any case; null is
+// what a failed read gives. 0 or -1.
+int APP_ShowReadImage(MEMAREA* pArea, const char* sTitle);
+// True while a row holds the image.
+bool APP_IsListedImage(const MEMAREA* pArea);
 // Deletes the row and its image. An unknown window does nothing.
 void APP_RemoveDataWindow(const APP_DATA_WINDOW* hWindow);
 // Binds the row to the file and takes the file's last write time.
@@ -31,5 +38,7 @@ void APP_NoteFileTime(const APP_DATA_WINDOW* hWindow, const char* sFile);
 // Read-only or not, as the project says.
 void APP_ApplyGUIMode();
 u32 APP_GetNumDataWindows();
+// A copy, oldest first.
+std::vector<APP_DATA_WINDOW*> APP_ListDataWindows();
 // Frees every row; only when no front end draws them any more.
 void APP_FreeDataWindows();

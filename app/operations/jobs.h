@@ -3,7 +3,12 @@
 #include "app/engine/worker.h"
 #include "sys/types.h"
 
+class APP_DATA_WINDOW;
 class APP_FRONTEND;
+struct GLOBAL_SETTINGS;
+struct MEMAREA;
+struct PROJ_DIALOG_INFO;
+struct SPI_FLASH_INFO;
 
 // The jobs of the program, and how a front end starts and ends the core.
 //
@@ -17,18 +22,34 @@ class APP_FRONTEND;
 enum APP_JOB_ID : u32 {
   APP_JOB_INIT = 0,
   APP_JOB_EXIT = 1,
+  APP_JOB_GET_PROJ_DIALOG_INFO = 2,
   APP_JOB_OPEN_DATA_FILE = 3,
+  APP_JOB_MERGE_DATA_FILE = 4,
   APP_JOB_OPEN_PROJ_FILE = 5,
+  APP_JOB_SAVE_PROJ_SETTINGS = 6,
+  APP_JOB_GET_GLOBAL_SETTINGS = 7,
+  APP_JOB_SET_GLOBAL_SETTINGS = 8,
   APP_JOB_UPDATE_MENU_BAR = 9,
+  APP_JOB_CHECK_FILES = 10,
+  APP_JOB_SAVE_DATA_FILE = 11,
   APP_JOB_SAVE_PROJ_FILE = 12,
   APP_JOB_CLOSE_PROJECT = 13,
+  APP_JOB_SAVE_CONFIG_FILE = 14,
+  APP_JOB_SAVE_DATA_IMAGE = 15,
   APP_JOB_CONNECT = 18,
   APP_JOB_DISCONNECT = 19,
+  APP_JOB_GENERATE_TEST_DATA = 20,
+  APP_JOB_RELOCATE_DATA = 22,
+  APP_JOB_DELETE_RANGE = 23,
+  APP_JOB_ELIMINATE_BLANK = 24,
   APP_JOB_ERASE = 25,
   APP_JOB_PROGRAM = 26,
   APP_JOB_VERIFY = 27,
   APP_JOB_READ = 28,
+  APP_JOB_DETECT = 29,
   APP_JOB_DATA_WINDOW_CLOSE = 31,
+  APP_JOB_FILE_DROP = 32,
+  APP_JOB_SET_APP_START_ACTION = 33,
   APP_JOB_STOP = 34,
   APP_NUM_JOBS = 35
 };
@@ -65,7 +86,36 @@ bool APP_ShutDown(void (*pfnPump)(void* pArg), void* pArg);
 // Posting functions, one a job; each returns without waiting. Any thread but the application
 // thread.
 void APP_PostOpenDataFile(const char* sFile, u64 Addr, bool AddrGiven, void* pOwner);
-void APP_PostOpenProjFile(const char* sFile);
+void APP_PostMergeDataFile(const char* sFile, void* pOwner);
+// An empty name asks. pfnDone, may be null, gets pOwner on the application thread; pResult, may be
+// null, then holds the result.
+void APP_PostOpenProjFile(const char* sFile, void (*pfnDone)(void* pOwner) = nullptr,
+                          int* pResult = nullptr, void* pOwner = nullptr);
+// Jobs on a record of the owner, which must live until pfnDone was called.
+void APP_PostGetProjDialogInfo(PROJ_DIALOG_INFO* pInfo, void (*pfnDone)(void* pOwner),
+                               void* pOwner);
+void APP_PostSaveProjSettings(PROJ_DIALOG_INFO* pInfo, void (*pfnDone)(void* pOwner), void* pOwner);
+void APP_PostGetGlobalSettings(GLOBAL_SETTINGS* pSettings, void (*pfnDone)(void* pOwner),
+                               void* pOwner);
+void APP_PostDetectFlash(SPI_FLASH_INFO* pInfo, void (*pfnDone)(void* pOwner), void* pOwner);
+// The settings are copied.
+void APP_PostSetGlobalSettings(const GLOBAL_SETTINGS& settings);
+// Null checks every window.
+void APP_PostCheckForFileModifications(APP_DATA_WINDOW* pDataWindow, void* pOwner);
+void APP_PostSaveDataFile(APP_DATA_WINDOW* pDataWindow, const char* sFile, bool SaveAs,
+                          void* pOwner);
+void APP_PostSaveEmuConfigFile();
+void APP_PostSaveEmuDataFile();
+void APP_PostGenerateTestData(void* pOwner);
+void APP_PostRelocateData();
+void APP_PostDeleteDataRange();
+void APP_PostEliminateBlankData();
+void APP_PostVerify(MEMAREA* pImage);
+void APP_PostRead(bool EntireChip);
+void APP_PostOnDataWindowClose(APP_DATA_WINDOW* pDataWindow, void* pOwner);
+void APP_PostBeginFileDrop(void* pOwner);
+void APP_PostEndFileDrop(void* pOwner);
+void APP_PostSetAppStartAction(u32 Action);
 void APP_PostUpdateMenuBar();
 void APP_PostSaveProjFile(bool SaveAs, void* pOwner);
 void APP_PostCloseProject();

@@ -3,9 +3,11 @@
 #include "app/engine/app_state.h"
 #include "app/engine/frontend.h"
 #include "app/engine/log.h"
+#include "app/operations/data_edit.h"
 #include "app/operations/status.h"
 #include "flash/connect.h"
 #include "flash/driver.h"
+#include "programmer/hooks.h"
 #include "project/project.h"
 #include "project/settings.h"
 #include "project/text/projfile.h"
@@ -57,6 +59,9 @@ void APP_ConnectLayers() {
   PROJECT_Hooks.pfSetTargetPower = FLASH_SetTargetPower;
   PROJECT_Hooks.pfSetFixedVTref = FLASH_SetFixedVTref;
   PROJECT_Hooks.pfDisconnect = FLASH_Disconnect;
+
+  // The files of a stand-alone programmer hold what fits the chip, moved there if the user likes.
+  ZELMONT_Hooks.pfCheckDataFits = APP_CheckDataFits;
 
   // A changed connection is shown; without a driver library the program ends.
   FLASH_Hooks.pfOnConnectionChanged = OnConnectionChanged;

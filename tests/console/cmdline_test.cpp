@@ -15,6 +15,10 @@ struct LINE {
   std::vector<std::string> SaysNot;  // none of these does
 };
 
+void PrintTo(const LINE& line, std::ostream* pStream) {
+  *pStream << line.sName;
+}
+
 class CommandLine : public testing::TestWithParam<LINE> {};
 
 TEST_P(CommandLine, EndsAsItShould) {
@@ -22,6 +26,7 @@ TEST_P(CommandLine, EndsAsItShould) {
   bench.Write("a.hex", kHex);
   bench.Write("a.bin", std::string(100, 'x'));
   bench.Write("p.korvane", "[GENERAL]\r\n  USBPort = 0\r\n");
+  bench.Write("fixed.korvane", "[FLASH]\r\n  AutoDetect = 0\r\n  abID[3] = 0xEF,0x40,0x18\r\n");
   bench.Write("with data.korvane", "[GENERAL]\r\n  CurrentFile = \"a.hex\"\r\n");
   const PROGRAM_RESULT result = bench.Run(GetParam().Args);
   EXPECT_EQ(result.Status, GetParam().Status) << result.Out << result.Err;
@@ -122,7 +127,36 @@ const LINE kLines[] = {
     {"ModuleListPasses", {"-usb0:1,24", "-exit"}, 0, {}, {"ERROR"}},
     {"ModuleListRefused", {"-usb0:25", "-exit"}, 1, {"Module list is wrong: 25"}, {}},
     {"ModuleListEmpty", {"-usb0:", "-exit"}, 1, {"Module list is wrong"}, {}},
-    {"NotYet", {"-auto", "-exit"}, 1, {"The option -auto is not available in this version."}, {}},
+    {"EditsInTheirOrder",
+     {"-opena.hex", "-merge", "a.bin,100", "-relocate", "-10", "-delrange", "F0,F1", "-eliminate",
+      "-saveasout.hex", "-exit"},
+     0,
+     {"Data files merged successfully", "Blank areas eliminated successfully",
+      "Data file saved successfully (102 bytes, 2 ranges)"},
+     {"ERROR"}},
+    {"MergeNeedsAnAddress", {"-opena.hex", "-mergea.bin", "-exit"}, 1, {"Separator has to be"}, {}},
+    {"DeleteNeedsARange",
+     {"-opena.hex", "-delrange5,5", "-exit"},
+     1,
+     {"End address (0x00000005) has to be greater than start address (0x00000005)"},
+     {}},
+    {"TestDataTakesASizeOnly",
+     {"-generatetestdata10,2", "-exit"},
+     1,
+     {"Only option <size> allowed for test data generation."},
+     {}},
+    {"TestDataIsProgrammed",
+     {"-generatetestdata8000", "-programverify", "-exit"},
+     0,
+     {"Target programmed and verified successfully."},
+     {}},
+    {"ProgrammerFiles",
+     {"-openprjfixed.korvane", "-opena.hex", "-savecfgx.cfg", "-savedatx.dat", "-exit"},
+     0,
+     {},
+     {"ERROR"}},
+    {"ProgrammerDataNeedsData", {"-savedatx.dat", "-exit"}, 1, {"No data file open."}, {}},
+    {"NotYet", {"-download", "-exit"}, 1, {"The option -download is not available"}, {}},
 };
 
 INSTANTIATE_TEST_SUITE_P(Shell, CommandLine, testing::ValuesIn(kLines),

@@ -4,6 +4,7 @@
 
 #include "app/engine/app_state.h"
 #include "app/engine/locks.h"
+#include "app/operations/data_edit.h"
 #include "app/operations/data_ops.h"
 #include "app/operations/data_windows.h"
 #include "app/operations/jobs.h"
@@ -30,6 +31,7 @@ CORE_SCOPE::~CORE_SCOPE() {
   FLASH_ResetConnection();
   PROJECT_Reset();
   APP_FreeDataWindows();
+  APP_ResetDataEdit();
   APP_ResetDataOps();
   APP_DestroyLock();
   SETTINGS_Exit();

@@ -1,0 +1,70 @@
+// Whether data fits the chip, and the offer to move it there.
+#include "app/engine/log.h"
+#include "app/operations/data_edit.h"
+#include "flash/erase.h"
+#include "project/project.h"
+#include "sys/util_format.h"
+
+namespace {
+
+constexpr u32 kTextSize = 512;
+
+bool MayRelocate(const char* sProblem, bool isNegative, u64 magnitude) {
+  char acText[kTextSize];
+  UTIL_snprintf64(acText, sizeof acText,
+                  "%s\nRelocating it by %s0x%llX bytes would fix this problem.\n"
+                  "Do you want to relocate?",
+                  sProblem, isNegative ? "-" : "", magnitude);
+  return APP_MsgBox(acText, "Yes", "No", 1, APP_ICON_QUESTION, 1) == 0;
+}
+
+// Puts the lowest address of the data at the start of the chip.
+int OfferRelocation(MEMAREA* pSectors, MEMAREA* pArea, const char* sProblem) {
+  u64 chipAddr = 0;
+  u64 sectorBytes = 0;
+  FLASH_GetSectorInfo(0, &chipAddr, &sectorBytes);
+  const u64 offset = chipAddr - (MEMAREA_GetMinAddr(pArea) & ~u64{3});
+  if (MEMAREA_FindNotContained(pSectors, pArea, offset) >= 0) {
+    APP_LogError(sProblem);
+    return -1;
+  }
+  const bool isNegative = static_cast<i64>(offset) < 0;
+  const u64 magnitude = isNegative ? u64{0} - offset : offset;
+  if (!MayRelocate(sProblem, isNegative, magnitude)) {
+    APP_LogError("Programming cannot be done without relocation of selected data.");
+    return -1;
+  }
+  MEMAREA_Relocate(pArea, static_cast<i64>(offset));
+  APP_LogInfof("Program relocated for programming by %s0x%llX bytes", isNegative ? "-" : "",
+               magnitude);
+  return 0;
+}
+
+}  // namespace
+
+int APP_CheckDataFits(MEMAREA* pArea) {
+  static SPI_FLASH_INFO info;  // application thread only
+  PROJECT_GetFlash(&info);
+  if (info.AutoDetect != 0) {
+    return 0;  // the device isn't known yet
+  }
+  APP_LOG_SECTION section("Checking if selected data fits into the selected SPI flash.");
+  u32 numSectors = 0;
+  const MEMAREA_PTR pSectors(FLASH_CreateSectorArea(pArea, &numSectors));
+  const i64 outside = pSectors == nullptr ? 0 : MEMAREA_FindNotContained(pSectors.get(), pArea, 0);
+  if (outside < 0) {
+    return 0;
+  }
+  u64 addr = 0;
+  u64 numBytes = 0;
+  MEMAREA_GetRange(pArea, static_cast<u32>(outside), &addr, &numBytes);
+  char acProblem[kTextSize / 2];
+  UTIL_snprintf64(acProblem, sizeof acProblem,
+                  "Selected Data (0x%llX - 0x%llX) does not fit into the selected SPI flash.", addr,
+                  addr + numBytes - 1);
+  if (pSectors == nullptr) {
+    APP_LogError(acProblem);
+    return -1;
+  }
+  return OfferRelocation(pSectors.get(), pArea, acProblem);
+}
