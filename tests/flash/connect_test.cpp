@@ -10,11 +10,10 @@ namespace {
 
 // What can stand in the way, and that each leaves everything closed.
 TEST(Connect, Refusals) {
-  struct Row {
+  const struct {
     const char* sText;  // empty: succeeds
     std::function<void(FakeDriver&)> Arrange;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"", [](FakeDriver&) {}},
       {"", [](FakeDriver& f) { f.MilliVolts = 1000; }},
       {"Target system has no power", [](FakeDriver& f) { f.MilliVolts = 999; }},
@@ -55,7 +54,7 @@ TEST(Connect, Refusals) {
          FlashScope::SetFlash([](SPI_FLASH_INFO& i) { i.AutoDetect = 1; });
        }},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.sText);
     FlashScope scope;
     FakeDriver fake;
@@ -68,7 +67,7 @@ TEST(Connect, Refusals) {
     EXPECT_EQ(scope.FrontEnd().GetStatusText(0), isGood ? "Ready" : "Failed to connect");
     EXPECT_EQ(scope.FrontEnd().GetStatusText(2), isGood ? "Speed: 4000 kHz" : "");
     EXPECT_TRUE(scope.FrontEnd().HasLog("Probe announces itself"));
-    EXPECT_EQ(scope.FrontEnd().GetCounts().aWindowChecks.size() % 2, 0u);
+    EXPECT_EQ(scope.FrontEnd().GetCounts().NumWindowChecks % 2, 0u);
     EXPECT_TRUE(isGood || row.sText == std::string("No probe") || fake.Has("Close"));
   }
 }
@@ -166,13 +165,12 @@ TEST(Connect, GangProgrammersTakeNoTargetSetUp) {
 }
 
 TEST(Connect, SelectionByConnectionMode) {
-  struct Row {
+  const struct {
     u8 Mode;
     const char* sLine;
     int Select;
     int Result;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {0, "Connecting via USB to probe/ programmer device 7", -1, 0},
       {9, "Connecting via USB to probe/ programmer device 7", 0, 0},
       {1, "Connecting via USB to probe/ programmer with SN 7", 0, 0},
@@ -181,7 +179,7 @@ TEST(Connect, SelectionByConnectionMode) {
       {2, "Connecting via TCP/IP to bench", -1, 0},
       {4, "Connecting via USB to probe/ programmer with nickname \"Bob\"", -1, 0},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     FlashScope scope;
     FakeDriver fake;
     fake.SelectResult = row.Select;
@@ -226,12 +224,11 @@ TEST(Connect, Timeouts) {
 }
 
 TEST(Connect, Detect) {
-  struct Row {
+  const struct {
     std::function<void(FakeDriver&)> Arrange;
     int Result;
     const char* sText;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {[](FakeDriver&) {}, 0, "SPI flash detected successfully."},
       {[](FakeDriver& f) { f.sOpen = "No probe"; }, -256, "No probe"},
       {[](FakeDriver& f) { f.ListResult = -1; }, -1, "Failed to connect to target flash."},
@@ -242,7 +239,7 @@ TEST(Connect, Detect) {
       {[](FakeDriver& f) { f.OnList = [&f](auto*, u32) { f.pfError("Link lost"); }; }, -1,
        "Link lost"},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     FlashScope scope;
     FakeDriver fake;
     row.Arrange(fake);

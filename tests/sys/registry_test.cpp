@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "sys/memory.h"
-#include "tests/sys/temp_dir.h"
+#include "tests/support/temp_dir.h"
 
 namespace {
 
@@ -17,8 +17,7 @@ std::string g_LastMessage;
 class SysRegistry : public testing::Test {
  protected:
   SysRegistry() {
-    setenv("XDG_CONFIG_HOME", m_Dir.Path().c_str(), 1);
-    std::filesystem::create_directory(m_Dir / "TARVEX");
+    setenv("XDG_CONFIG_HOME", m_Dir.path().c_str(), 1);
     g_NumMessages = 0;
     SYS_SetMessageHandler([](const char*, const char* sText) {
       ++g_NumMessages;
@@ -30,33 +29,29 @@ class SysRegistry : public testing::Test {
     unsetenv("XDG_CONFIG_HOME");
   }
 
-  static u32 Set(const char* sKey, const char* sName, const std::string& Text) {
+  static u32 Set(const char* sKey, const char* sName, u32 Type, const void* p, std::size_t Size) {
     const SYS_HANDLE h = SYS_REG_Open(SYS_REG_CURRENT_USER, sKey);
-    const u32 result =
-        SYS_REG_Set(h, sName, SYS_REG_TYPE_STRING, Text.c_str(), static_cast<u32>(Text.size()) + 1);
+    const u32 result = SYS_REG_Set(h, sName, Type, p, static_cast<u32>(Size));
     SYS_REG_Close(h);
     return result;
   }
+  static u32 Set(const char* sKey, const char* sName, const std::string& Text) {
+    return Set(sKey, sName, SYS_REG_TYPE_STRING, Text.c_str(), Text.size() + 1);
+  }
   static u32 SetU32(const char* sKey, const char* sName, u32 Value) {
-    const SYS_HANDLE h = SYS_REG_Open(SYS_REG_CURRENT_USER, sKey);
-    const u32 result = SYS_REG_Set(h, sName, SYS_REG_TYPE_U32, &Value, sizeof(Value));
-    SYS_REG_Close(h);
-    return result;
+    return Set(sKey, sName, SYS_REG_TYPE_U32, &Value, sizeof(Value));
   }
   // "-" when there is none.
   static std::string Get(const char* sKey, const char* sName) {
     const SYS_HANDLE h = SYS_REG_Open(SYS_REG_CURRENT_USER, sKey);
-    std::vector<char> data(4096);
-    u32 size = static_cast<u32>(data.size());
-    u32 type = 0;
-    const u32 result = SYS_REG_Query(h, sName, &type, data.data(), &size);
+    char acData[64];
+    u32 size = sizeof(acData), type = 0, value = 0;
+    const u32 result = SYS_REG_Query(h, sName, &type, acData, &size);
     SYS_REG_Close(h);
-    if (result != 0) {
-      return "-";
-    }
-    u32 value = 0;
-    std::memcpy(&value, data.data(), sizeof(value));
-    return type == SYS_REG_TYPE_U32 ? std::to_string(value) : std::string(data.data(), size - 1);
+    std::memcpy(&value, acData, sizeof(value));
+    return result != 0                ? "-"
+           : type == SYS_REG_TYPE_U32 ? std::to_string(value)
+                                      : std::string(acData, size - 1);
   }
   std::string File() const { return m_Dir / "TARVEX/registry.txt"; }
 
@@ -105,23 +100,19 @@ TEST_F(SysRegistry, QueryTellsSizes) {
 TEST_F(SysRegistry, MalformedLinesAreReportedOnceAndKept) {
   const std::string text =
       "stray\n[K]\r\na=s:1\nb=x:2\nc=d:4294967296\nd=s:\\q\n=s:x\n\n; note\n[open\nf=d:7";
-  WriteText(File(), text);
-  EXPECT_EQ(Get("K", "a"), "1");
-  EXPECT_EQ(Get("K", "b"), "-");
-  EXPECT_EQ(Get("K", "c"), "-");
-  EXPECT_EQ(Get("K", "d"), "-");
-  EXPECT_EQ(Get("K", "f"), "7");
+  WriteFile(File(), text);
+  EXPECT_EQ(Get("K", "a") + Get("K", "b") + Get("K", "c") + Get("K", "d") + Get("K", "f"), "1---7");
   EXPECT_EQ(g_NumMessages, 6);
   EXPECT_EQ(g_LastMessage, "Line 10 of " + File() + " is ignored: [open");
   EXPECT_EQ(Set("K", "a", "2"), 0u);
   EXPECT_EQ(Set("K", "new", "3"), 0u);
-  EXPECT_EQ(ReadText(File()),
+  EXPECT_EQ(ReadFile(File()),
             "stray\n[K]\na=s:2\nb=x:2\nc=d:4294967296\nd=s:\\q\n=s:x\n\n; note\n[open\nf=d:7\n"
             "new=s:3\n");
 }
 
 TEST_F(SysRegistry, UnreadableStoreIsNotReplaced) {
-  std::filesystem::create_directory(File());
+  std::filesystem::create_directories(File());
   EXPECT_EQ(Set("K", "a", "2"), 5u);
   EXPECT_TRUE(std::filesystem::is_directory(File()));
 }

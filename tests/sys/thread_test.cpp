@@ -2,72 +2,30 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
+#include <thread>
 
 #include "sys/library.h"
 #include "sys/path.h"
 #include "sys/time.h"
-#include "tests/sys/temp_dir.h"
+#include "tests/support/fake_time.h"
+#include "tests/support/temp_dir.h"
 
 namespace {
 
-std::atomic<u64> g_NowNs{0};
-std::atomic<u32> g_NumSleeps{0};
-
-// A clock that moves only by sleeping.
-class FakeClock {
- public:
-  FakeClock() {
-    g_NowNs = 0;
-    g_NumSleeps = 0;
-    SYS_SetTimeSource(&kSource);
-  }
-  ~FakeClock() { SYS_SetTimeSource(nullptr); }
-  FakeClock(const FakeClock&) = delete;
-  FakeClock& operator=(const FakeClock&) = delete;
-
- private:
-  static constexpr SYS_TIME_SOURCE kSource = {[] { return g_NowNs.load(); },
-                                              [](u32 Ms) {
-                                                g_NowNs += u64{Ms} * 1000000;
-                                                ++g_NumSleeps;
-                                              }};
-};
-
-struct Shared {
-  SYS_HANDLE hGo = 0, hDone = 0;
-  SYS_MUTEX Mutex = nullptr;
-  u64 OwnId = 0;
-  int Result = -1;
-};
-
-void RunShared(void (*pfn)(Shared*), Shared* pShared, const auto& WhileRunning) {
-  struct Start {
-    void (*pfn)(Shared*);
-    Shared* pShared;
-  } start{pfn, pShared};
-  const SYS_HANDLE h = SYS_CreateThread(
-      [](void* p) { static_cast<Start*>(p)->pfn(static_cast<Start*>(p)->pShared); }, &start,
-      nullptr, "TEST", 0);
-  ASSERT_NE(h, 0u);
-  WhileRunning(h);
-  EXPECT_EQ(SYS_WaitForObject(h, SYS_INFINITE), 0);
-  SYS_CloseHandle(h);
-}
-
 TEST(SysThread, SignalsItsEndAndKnowsItsId) {
-  Shared shared;
-  shared.hGo = SYS_CreateEvent(false, false);
+  struct {
+    SYS_HANDLE hGo = SYS_CreateEvent(false, false);
+    u64 OwnId = 0;
+  } shared;
   u64 id = 0;
   const SYS_HANDLE h = SYS_CreateThread(
       [](void* p) {
-        Shared* const pShared = static_cast<Shared*>(p);
+        auto* const pShared = static_cast<decltype(shared)*>(p);
         SYS_WaitForObject(pShared->hGo, SYS_INFINITE);
         pShared->OwnId = SYS_GetCurrentThreadId();
       },
       &shared, &id, "A name longer than shown", 0);
   EXPECT_EQ(SYS_WaitForObject(h, 0), SYS_WAIT_TIMEOUT);
-  EXPECT_EQ(SYS_SetThreadName(h, "WORKER"), 0);
   SYS_SetEvent(shared.hGo);
   EXPECT_EQ(SYS_WaitForObject(h, SYS_INFINITE), 0);
   EXPECT_EQ(SYS_WaitForObject(h, 0), 0);
@@ -76,18 +34,16 @@ TEST(SysThread, SignalsItsEndAndKnowsItsId) {
   SYS_CloseHandle(h);
   SYS_CloseHandle(shared.hGo);
   EXPECT_EQ(SYS_CreateThread([](void*) {}, nullptr, nullptr, nullptr, 1), 0u);
-  EXPECT_EQ(SYS_SetThreadName(0, "x"), -1);
 }
 
 TEST(SysEvent, AutomaticAndManualReset) {
-  struct Row {
+  const struct {
     bool IsManual, IsSet;
     int First, Second;
-  };
-  const Row rows[] = {{false, true, 0, SYS_WAIT_TIMEOUT},
-                      {true, true, 0, 0},
-                      {false, false, SYS_WAIT_TIMEOUT, SYS_WAIT_TIMEOUT}};
-  for (const Row& row : rows) {
+  } rows[] = {{false, true, 0, SYS_WAIT_TIMEOUT},
+              {true, true, 0, 0},
+              {false, false, SYS_WAIT_TIMEOUT, SYS_WAIT_TIMEOUT}};
+  for (const auto& row : rows) {
     const SYS_HANDLE h = SYS_CreateEvent(row.IsManual, row.IsSet);
     EXPECT_EQ(SYS_WaitForObject(h, 0), row.First);
     EXPECT_EQ(SYS_WaitForObject(h, 1), row.Second);
@@ -101,62 +57,55 @@ TEST(SysEvent, AutomaticAndManualReset) {
 }
 
 TEST(SysEvent, HandsOverBetweenThreads) {
-  Shared shared;
-  shared.hGo = SYS_CreateEvent(false, false);
-  shared.hDone = SYS_CreateEvent(false, false);
-  const auto answer = [](Shared* p) {
+  const SYS_HANDLE hGo = SYS_CreateEvent(false, false);
+  const SYS_HANDLE hDone = SYS_CreateEvent(false, false);
+  int num = 0;
+  std::thread other([&] {
     for (int i = 0; i < 100; ++i) {
-      SYS_WaitForObject(p->hGo, SYS_INFINITE);
-      ++p->Result;
-      SYS_SetEvent(p->hDone);
-    }
-  };
-  RunShared(answer, &shared, [&](SYS_HANDLE) {
-    for (int i = 0; i < 100; ++i) {
-      SYS_SetEvent(shared.hGo);
-      ASSERT_EQ(SYS_WaitForObject(shared.hDone, SYS_INFINITE), 0);
-      ASSERT_EQ(shared.Result, i);
+      SYS_WaitForObject(hGo, SYS_INFINITE);
+      ++num;
+      SYS_SetEvent(hDone);
     }
   });
-  SYS_CloseHandle(shared.hGo);
-  SYS_CloseHandle(shared.hDone);
+  for (int i = 0; i < 100; ++i) {
+    SYS_SetEvent(hGo);
+    EXPECT_EQ(SYS_WaitForObject(hDone, SYS_INFINITE), 0);
+    EXPECT_EQ(num, i + 1);
+  }
+  other.join();
+  SYS_CloseHandle(hGo);
+  SYS_CloseHandle(hDone);
 }
 
 TEST(SysMutex, RecursiveForItsThreadTimedForOthers) {
   const TempDir dir;
-  setenv("XDG_RUNTIME_DIR", dir.Path().c_str(), 1);
+  setenv("XDG_RUNTIME_DIR", dir.path().c_str(), 1);
   for (const char* const sName : {static_cast<const char*>(nullptr), "a/name"}) {
-    const FakeClock clock;
-    Shared shared;
-    shared.Mutex = SYS_MUTEX_Create(sName);
-    ASSERT_NE(shared.Mutex, nullptr);
-    EXPECT_EQ(SYS_MUTEX_Lock(shared.Mutex, SYS_INFINITE), 0);
-    EXPECT_EQ(SYS_MUTEX_Lock(shared.Mutex, 0), 0);
-    SYS_MUTEX_Unlock(shared.Mutex);
-    const auto tryLock = [](Shared* p) {
-      p->Result = SYS_MUTEX_Lock(p->Mutex, 50);
-      if (p->Result == 0) {
-        SYS_MUTEX_Unlock(p->Mutex);
-      }
-    };
-    RunShared(tryLock, &shared, [](SYS_HANDLE) {});
-    EXPECT_EQ(shared.Result, SYS_WAIT_TIMEOUT);
-    EXPECT_EQ(g_NumSleeps, 51u);
-    SYS_MUTEX_Unlock(shared.Mutex);
-    RunShared(tryLock, &shared, [](SYS_HANDLE) {});
-    EXPECT_EQ(shared.Result, 0);
-    SYS_MUTEX_Destroy(&shared.Mutex);
-    EXPECT_EQ(shared.Mutex, nullptr);
+    const FakeTime clock;
+    SYS_MUTEX mutex = SYS_MUTEX_Create(sName);
+    ASSERT_NE(mutex, nullptr);
+    EXPECT_EQ(SYS_MUTEX_Lock(mutex, SYS_INFINITE), 0);
+    EXPECT_EQ(SYS_MUTEX_Lock(mutex, 0), 0);
+    SYS_MUTEX_Unlock(mutex);
+    for (const int expected : {SYS_WAIT_TIMEOUT, 0}) {
+      std::thread([&] {
+        EXPECT_EQ(SYS_MUTEX_Lock(mutex, 50), expected);
+        expected == 0 ? SYS_MUTEX_Unlock(mutex) : void();
+      }).join();
+      EXPECT_EQ(FakeTime::GetSleptMs(), 51u);
+      expected != 0 ? SYS_MUTEX_Unlock(mutex) : void();
+    }
+    SYS_MUTEX_Destroy(&mutex);
+    EXPECT_EQ(mutex, nullptr);
   }
   unsetenv("XDG_RUNTIME_DIR");
   EXPECT_EQ(SYS_MUTEX_Lock(nullptr, 0), 0);
-  SYS_MUTEX_Unlock(nullptr);
 }
 
 TEST(SysMutex, ANameIsOneLockForAll) {
   const TempDir dir;
-  setenv("XDG_RUNTIME_DIR", dir.Path().c_str(), 1);
-  const FakeClock clock;
+  setenv("XDG_RUNTIME_DIR", dir.path().c_str(), 1);
+  const FakeTime clock;
   SYS_MUTEX first = SYS_MUTEX_Create("same");
   SYS_MUTEX second = SYS_MUTEX_Create("same");
   EXPECT_EQ(SYS_MUTEX_Lock(first, SYS_INFINITE), 0);
@@ -169,14 +118,13 @@ TEST(SysMutex, ANameIsOneLockForAll) {
 }
 
 TEST(SysTime, FollowsItsSource) {
-  const FakeClock clock;
-  g_NowNs = 7000000;
+  const FakeTime clock;
   const u64 start = SYS_GetPerfTicks();
+  const u32 startMs = SYS_GetTickMs();
   SYS_Sleep(1500);
   EXPECT_EQ(SYS_GetElapsedUs(start), 1500000u);
-  EXPECT_EQ(SYS_GetTickMs(), 1507u);
-  g_NowNs = u64{0x100000002} * 1000000;
-  EXPECT_EQ(SYS_GetTickMs(), 2u);
+  FakeTime::AdvanceMs(0x100000002);
+  EXPECT_EQ(SYS_GetTickMs(), startMs + 1502);
 }
 
 TEST(SysLibrary, LoadFindUnload) {

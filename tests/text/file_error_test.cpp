@@ -4,20 +4,19 @@
 #include <sys/stat.h>
 
 #include "sys/file.h"
-#include "tests/sys/temp_dir.h"
+#include "tests/support/temp_dir.h"
 
 namespace {
 
 TEST(FileError, WordsByNumber) {
   const TempDir dir;
-  WriteText(dir / "locked", "");
+  WriteFile(dir / "locked", "");
   chmod((dir / "locked").c_str(), 0444);
-  struct Row {
+  const struct {
     u32 Error;
     const char *sName, *sSave, *sOpen;
     int Result;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {2, "x", "]\nFile not found!", "]\nFile not found!", 0},
       {3, "x", "]\nPath not found!", "]\nPath not found!", 0},
       {5, "x", "]\nAccess is denied!", "]\nAccess is denied!", 0},
@@ -26,7 +25,7 @@ TEST(FileError, WordsByNumber) {
       {32, "x", "]!", "]\nInvalid file handle!", 0},
       {123, "x", "]\nThe filename syntax is incorrect!", "]\nThe filename syntax is incorrect!", 0},
       {SYS_ERROR_OTHER + 2, "x", "]!", "]\nInvalid file handle!", 0}};
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     const std::string name = dir / row.sName;
     char acText[600];
     SYS_SetLastError(row.Error);

@@ -6,8 +6,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "tests/support/temp_dir.h"
 #include "tests/sys/failing_ops.h"
-#include "tests/sys/temp_dir.h"
 
 namespace {
 
@@ -35,22 +35,21 @@ TEST(FileWriter, EveryBytePassesWhateverTheSizes) {
   }
   FILEWR_Close(pWriter);
   EXPECT_STREQ(acError, "");
-  EXPECT_TRUE(ReadText(dir / "out") == expected);
+  EXPECT_TRUE(ReadFile(dir / "out") == expected);
 }
 
 TEST(FileWriter, OpenFailures) {
   const TempDir dir;
-  WriteText(dir / "locked", "");
+  WriteFile(dir / "locked", "");
   chmod((dir / "locked").c_str(), 0444);
-  struct Row {
+  const struct {
     std::string Name, Text;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"", "Could not write file. Invalid filename."},
       {dir / "locked", "Could not write file. File has read only attribute.\n" + dir / "locked"},
-      {dir.Path(), "Could not write file. Access denied.\n" + dir.Path()},
+      {dir.path(), "Could not write file. Access denied.\n" + dir.path()},
       {dir / "no/out", "Could not write file.\n" + dir / "no/out"}};
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     char acError[600];
     EXPECT_EQ(FILEWR_Open(row.Name.c_str(), acError, sizeof(acError)), nullptr);
     EXPECT_EQ(acError, row.Text);
@@ -66,7 +65,7 @@ TEST(FileWriter, FailureKeepsTheOldFile) {
   using Step = FailingOps::Step;
   for (const Step step : {Step::Write, Step::Sync, Step::Rename}) {
     const TempDir dir;
-    WriteText(dir / "out", "old");
+    WriteFile(dir / "out", "old");
     char acError[64];
     FILEWR* const pWriter = FILEWR_Open((dir / "out").c_str(), acError, sizeof(acError));
     {
@@ -75,8 +74,8 @@ TEST(FileWriter, FailureKeepsTheOldFile) {
       FILEWR_Close(pWriter);
     }
     EXPECT_STREQ(acError, "Error writing file.");
-    EXPECT_EQ(ReadText(dir / "out"), "old");
-    EXPECT_EQ(dir.NumEntries(), 1);
+    EXPECT_EQ(ReadFile(dir / "out"), "old");
+    EXPECT_EQ(dir.NumEntries(), 1u);
   }
 }
 

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "project/text/projfile.h"
-#include "tests/sys/temp_dir.h"
+#include "tests/support/temp_dir.h"
 
 // A text store of its own, in a temporary directory, with its messages gathered.
 class ProjFile : public testing::Test {
@@ -26,12 +26,12 @@ class ProjFile : public testing::Test {
   }
 
   void Open(const std::string& Text) {
-    WriteText(Name(), Text);
+    WriteFile(Name(), Text);
     ASSERT_EQ(PROJFILE_Open(Name().c_str()), 0);
   }
   std::string Saved() const {
     EXPECT_EQ(PROJFILE_Save(nullptr), 0);
-    return ReadText(Name());
+    return ReadFile(Name());
   }
   std::string Name() const { return m_Dir / "p.korvane"; }
   // The messages since the last call, joined.
