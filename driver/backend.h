@@ -62,6 +62,9 @@ class Backend {
   virtual i32 FileRead(const char* sFile, u8* pData, u32 offset, u32 numBytes) = 0;
   virtual i32 FileGetSize(const char* sFile) = 0;
   virtual i32 FileDelete(const char* sFile) = 0;
+  // Number of entries, however many fit, or one of VORTIC_ERR_; 0 or one of VORTIC_ERR_.
+  virtual int ListDir(const char* sPath, std::span<VORTIC_DIR_ENTRY> entries) = 0;
+  virtual int Rename(const char* sNewPath, const char* sOldPath) = 0;
 
   // What the job cost so far; empty on probes that don't count.
   virtual std::string Statistics() { return {}; }

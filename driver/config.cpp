@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -20,6 +21,7 @@ namespace {
 // A configuration is some lines; a name that leads to a disk image must not fill the memory.
 constexpr std::size_t kMaxFileBytes = std::size_t{1} << 20;
 constexpr u64 kMaxProbeIndex = 99;
+constexpr u32 kMaxModules = 24;
 constexpr const char* kFileName = "Vortic.ini";
 
 std::string DirOf(const std::string& fileName) {
@@ -46,6 +48,7 @@ class ConfigReader {
   bool ReadHead(std::string_view head);
   bool ReadKey(std::string_view line);
   bool FinishSection();
+  bool FinishModules(ProbeConfig* pProbe);
   bool CheckNames();
 
   const std::string& m_FileName;
@@ -146,7 +149,7 @@ bool ConfigReader::FinishSection() {
   if (m_Config.Probes.empty()) {
     return true;
   }
-  const ProbeConfig& probe = m_Config.Probes.back();
+  ProbeConfig& probe = m_Config.Probes.back();
   if (probe.Backend.empty()) {
     return Fail(probe.Line, Format("section [Probe%u] names no Backend", probe.Index));
   }
@@ -160,6 +163,27 @@ bool ConfigReader::FinishSection() {
         return Fail(probe.FaultLine, Format("fault address 0x%llX lies beyond the chip",
                                             static_cast<unsigned long long>(cell.Addr)));
       }
+    }
+  }
+  // Whoever gives a probe a file system wants it used.
+  if (!probe.FileSystem.empty() && !m_KeysSeen.contains("capabilities")) {
+    probe.Capabilities = {VORTIC_CAP_FILE_IO, VORTIC_CAP_RENAME, VORTIC_CAP_STANDALONE_SPI};
+  }
+  return FinishModules(&probe);
+}
+
+bool ConfigReader::FinishModules(ProbeConfig* pProbe) {
+  if (IsGangProduct(pProbe->ProductId)) {
+    pProbe->Modules = pProbe->Modules != 0 ? pProbe->Modules : kMaxModules;
+  } else if (pProbe->Modules != 0) {
+    return Fail(pProbe->Line, Format("section [Probe%u] has Modules, but ProductId %d is not that "
+                                     "of a gang programmer",
+                                     pProbe->Index, pProbe->ProductId));
+  }
+  for (i32 module : pProbe->DeadModules) {
+    if (module < 1 || module > static_cast<i32>(pProbe->Modules)) {
+      return Fail(pProbe->Line, Format("section [Probe%u] has no module %d that could be dead",
+                                       pProbe->Index, module));
     }
   }
   return true;
@@ -243,6 +267,29 @@ std::string InApplicationData() {
 }
 
 }  // namespace
+
+bool IsGangProduct(i32 productId) {
+  constexpr i32 products[] = {27, 30, 41, 42, 48, 49};
+  return std::find(std::begin(products), std::end(products), productId) != std::end(products);
+}
+
+ProbeConfig ForModule(const ProbeConfig& probe, u32 module) {
+  ProbeConfig part = probe;
+  if (part.Modules == 0) {
+    return part;
+  }
+  part.Module = module;
+  if (!part.FileSystem.empty()) {
+    part.FileSystem += Format("/module%u", module);
+  }
+  if (module == 0) {
+    part.ImageFile.clear();
+    part.InterfaceMask = 0;
+  } else if (!part.ImageFile.empty()) {
+    part.ImageFile += Format(".%u", module);
+  }
+  return part;
+}
 
 bool ParseConfig(std::string_view text, const std::string& fileName, Config* pConfig,
                  std::string* pError) {

@@ -34,7 +34,24 @@ struct ProbeConfig {
   u8 StatusRegister = 0;  // non-volatile bits at power-up
   std::vector<i32> DisabledFunctions;
   u32 InterfaceMask = 0;
+  u32 FileSystemKiB = 2048;
+  // Made-up entries of every listing, their names as raw bytes.
+  std::vector<std::string> ListingExtra;
+  std::vector<std::string> ListingExtraFolders;
+  u32 Modules = 0;  // 0: no gang programmer
+  std::vector<i32> DeadModules;
+  u32 Module = 0;  // the one that is opened; not in the file
+
+  // The part of a gang programmer that holds its modules. It has no target.
+  bool IsHub() const { return Modules != 0 && Module == 0; }
 };
+
+// Products that hold several programmer modules.
+bool IsGangProduct(i32 productId);
+
+// What is opened when that module of the probe is selected, 0 being the hub: each has files and a
+// chip of its own. A probe without modules is left as it is.
+ProbeConfig ForModule(const ProbeConfig& probe, u32 module);
 
 // The sections in the order of the file.
 struct Config {

@@ -9,7 +9,9 @@ namespace vortic {
 namespace {
 
 constexpr u64 kMaxLatencyUs = 1000000;
-constexpr std::size_t kMaxNickname = 31;  // 32 bytes of the probe's memory with the NUL
+constexpr u64 kMaxModules = 24;
+constexpr u64 kMaxFileSystemKiB = u64{1} << 20;  // every size fits the calls' results
+constexpr std::size_t kMaxNickname = 31;         // 32 bytes of the probe's memory with the NUL
 
 // What a key's function gets. It returns false with Reason set.
 struct KeyArgs {
@@ -147,6 +149,53 @@ bool SetInterfaces(const KeyArgs& args) {
   return true;
 }
 
+bool SetModules(const KeyArgs& args) {
+  const std::optional<u64> value = ParseNumber(args.Value, kMaxModules);
+  args.Probe.Modules = static_cast<u32>(value.value_or(0));
+  if (args.Probe.Modules == 0) {
+    args.Reason = Format("\"%s\" is not a number from 1 to 24", Printable(args.Value).c_str());
+    return false;
+  }
+  return true;
+}
+
+// The bytes that a name of a listing shall have: \xNN is a byte, \\ a backslash. Commas, semicolons
+// and blanks at the ends would be cut off as they stand.
+bool Unescape(std::string_view text, std::string* pName) {
+  while (!text.empty()) {
+    std::size_t used = 1;
+    char c = text[0];
+    if (c == '\\') {
+      if (text.size() >= 2 && text[1] == '\\') {
+        used = 2;
+      } else if (text.size() >= 4 && text[1] == 'x') {
+        const std::optional<std::vector<u8>> byte = ParseHexBytes(text.substr(2, 2));
+        if (!byte || byte->size() != 1 || Trim(text.substr(2, 2)).size() != 2) {
+          return false;
+        }
+        c = static_cast<char>(byte->front());
+        used = 4;
+      } else {
+        return false;
+      }
+    }
+    pName->push_back(c);
+    text.remove_prefix(used);
+  }
+  return !pName->empty() && pName->size() <= sizeof(VORTIC_DIR_ENTRY::acName);
+}
+
+bool SetListing(const KeyArgs& args, std::vector<std::string>* pNames) {
+  for (std::string_view part : Split(args.Value, ',')) {
+    if (!Unescape(part, &pNames->emplace_back())) {
+      args.Reason = Format("\"%s\" is not a name of 1 to 256 bytes with \\xNN and \\\\ in it",
+                           Printable(part).c_str());
+      return false;
+    }
+  }
+  return true;
+}
+
 struct KeyRow {
   std::string_view Name;
   bool (*pfSet)(const KeyArgs&);
@@ -176,6 +225,14 @@ constexpr KeyRow kKeys[] = {
     {"DisableFunctions",
      [](const KeyArgs& a) { return SetNumbers(a, 255, &a.Probe.DisabledFunctions); }},
     {"Interfaces", SetInterfaces},
+    {"FileSystemKiB",
+     [](const KeyArgs& a) { return SetNumber(a, kMaxFileSystemKiB, &a.Probe.FileSystemKiB); }},
+    {"ListingExtra", [](const KeyArgs& a) { return SetListing(a, &a.Probe.ListingExtra); }},
+    {"ListingExtraFolders",
+     [](const KeyArgs& a) { return SetListing(a, &a.Probe.ListingExtraFolders); }},
+    {"Modules", SetModules},
+    {"DeadModules",
+     [](const KeyArgs& a) { return SetNumbers(a, kMaxModules, &a.Probe.DeadModules); }},
 };
 
 }  // namespace

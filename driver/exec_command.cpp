@@ -38,7 +38,10 @@ bool ShowStatistics(const CommandArgs& args) {
 constexpr CommandRow kCommands[] = {
     // This library shows no windows of its own.
     {"SuppressGUI", true, false, 1, [](const CommandArgs&) { return true; }},
-    {"SelectModule", true, false, kMaxModule, [](const CommandArgs&) { return true; }},
+    {"SelectModule", true, false, kMaxModule,
+     [](const CommandArgs& a) {
+       return a.TheSession.SelectModule(static_cast<u32>(a.Value), &a.Text);
+     }},
     {"SupplyPower", true, true, 1,
      [](const CommandArgs& a) { return a.pProbe->SetSupply(a.Value != 0); }},
     {"SetVTrefTmp", true, true, kMaxMilliVolts,

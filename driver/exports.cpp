@@ -3,13 +3,10 @@
 #include "driver/call_guard.h"
 #include "driver/vortic.h"
 
-// Calls that concern the library itself, commands, and files of a stand-alone programmer.
+// Calls that concern the library itself, and commands.
 
-using vortic::Backend;
 using vortic::FailArgument;
 using vortic::Guard;
-using vortic::GuardOpen;
-using vortic::Reporter;
 using vortic::Session;
 
 namespace {
@@ -69,37 +66,5 @@ VORTIC_EXPORT int VORTICARM_ExecCommand(const char* sCommand, char* pError, int3
       result = FailArgument(session.TheReporter(), "VORTICARM_ExecCommand", "the buffer is small");
     }
     return result;
-  });
-}
-
-VORTIC_EXPORT int32_t VORTICARM_EMU_FILE_Write(const char* sFile, const uint8_t* pData,
-                                               uint32_t Offset, uint32_t NumBytes) {
-  return GuardOpen(__func__, -1, [=](Backend& probe, Reporter& reporter) {
-    return sFile == nullptr || (pData == nullptr && NumBytes != 0)
-               ? FailArgument(reporter, "VORTICARM_EMU_FILE_Write", "no name or no data")
-               : probe.FileWrite(sFile, pData, Offset, NumBytes);
-  });
-}
-
-VORTIC_EXPORT int32_t VORTICARM_EMU_FILE_Read(const char* sFile, uint8_t* pData, uint32_t Offset,
-                                              uint32_t NumBytes) {
-  return GuardOpen(__func__, -1, [=](Backend& probe, Reporter& reporter) {
-    return sFile == nullptr || pData == nullptr
-               ? FailArgument(reporter, "VORTICARM_EMU_FILE_Read", "no name or no buffer")
-               : probe.FileRead(sFile, pData, Offset, NumBytes);
-  });
-}
-
-VORTIC_EXPORT int32_t VORTICARM_EMU_FILE_GetSize(const char* sFile) {
-  return GuardOpen(__func__, -1, [=](Backend& probe, Reporter& reporter) {
-    return sFile == nullptr ? FailArgument(reporter, "VORTICARM_EMU_FILE_GetSize", "no name")
-                            : probe.FileGetSize(sFile);
-  });
-}
-
-VORTIC_EXPORT int32_t VORTICARM_EMU_FILE_Delete(const char* sFile) {
-  return GuardOpen(__func__, -1, [=](Backend& probe, Reporter& reporter) {
-    return sFile == nullptr ? FailArgument(reporter, "VORTICARM_EMU_FILE_Delete", "no name")
-                            : probe.FileDelete(sFile);
   });
 }

@@ -1,4 +1,5 @@
 #include "driver/call_guard.h"
+#include "driver/exports_files.h"
 #include "driver/vortic.h"
 
 // Calls that move data on the SPI bus, and the functions that are handed out by index.
@@ -120,7 +121,7 @@ VORTIC_FUNC FunctionAt(int32_t index) {
     case VORTIC_FUNC_ENTER_FAST_EX:
       return reinterpret_cast<VORTIC_FUNC>(kEnterFastEx);
     default:
-      return nullptr;
+      return vortic::FileFunctionAt(index);
   }
 }
 

@@ -77,7 +77,7 @@ bool ParsePower(std::string_view text, FaultPlan* pPlan) {
   return milliVolts.has_value() && ParseOneCall(call, &pPlan->PowerAt);
 }
 
-bool ParseListResult(std::string_view text, FaultPlan* pPlan) {
+bool AddListResult(std::string_view text, std::vector<FaultPlan::ListResult>* pResults) {
   std::string_view value;
   std::string_view run;
   if (!CutAtSign(text, &value, &run)) {
@@ -89,7 +89,7 @@ bool ParseListResult(std::string_view text, FaultPlan* pPlan) {
   if (error != std::errc() || pStop != pEnd || !ParseOneCall(run, &result.Run)) {
     return false;
   }
-  pPlan->ListResults.push_back(result);
+  pResults->push_back(result);
   return true;
 }
 
@@ -136,7 +136,10 @@ constexpr FaultRow kFaults[] = {
      [](std::string_view t, FaultPlan* p) { return AddCell(t, &p->Stuck); }},
     {"busy", '=', "busy=forever@N", ParseBusy},
     {"power", '=', "power=MILLIVOLTS@N", ParsePower},
-    {"listresult", '=', "listresult=VALUE@N", ParseListResult},
+    {"listresult", '=', "listresult=VALUE@N",
+     [](std::string_view t, FaultPlan* p) { return AddListResult(t, &p->ListResults); }},
+    {"listing", '=', "listing=VALUE@N",
+     [](std::string_view t, FaultPlan* p) { return AddListResult(t, &p->ListingResults); }},
     {"id", '=', "id=XX XX XX", ParseId},
     {"slow", '=', "slow=FACTOR", ParseSlow},
 };

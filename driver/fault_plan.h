@@ -17,7 +17,7 @@ struct FaultPlan {
     u8 Bit;
   };
   struct ListResult {
-    u64 Run;  // counts the runs of lists, from 1
+    u64 Run;  // counts the runs of lists, or the listings of folders, from 1
     i32 Value;
   };
 
@@ -30,6 +30,7 @@ struct FaultPlan {
   // The operation of that call, or the first one behind it.
   u64 CutPowerAt = 0;
   std::vector<ListResult> ListResults;
+  std::vector<ListResult> ListingResults;
   std::vector<Cell> Flipped;
   std::vector<Cell> Stuck;
   std::vector<u8> Id;

@@ -91,6 +91,32 @@ const ProbeConfig* Session::FindChosen(std::string* pError) {
   return nullptr;
 }
 
+// Refused while a probe is open: what is sent next would reach another module than the client
+// thinks.
+bool Session::SelectModule(u32 module, std::string* pError) {
+  if (m_pBackend) {
+    *pError = "A probe is open. Close it before selecting a module.";
+    return false;
+  }
+  if (module == 0) {
+    m_Module = 0;
+    return true;
+  }
+  const ProbeConfig* pProbe = FindChosen(pError);
+  if (pProbe == nullptr) {
+    return false;
+  }
+  if (module > pProbe->Modules) {
+    *pError = pProbe->Modules == 0 ? "The probe is no gang programmer and has no modules."
+                                   : Format("The gang programmer has modules 1 to %u, not %u.",
+                                            pProbe->Modules, module);
+    return false;
+  }
+  m_Module = module;
+  m_ModuleOf = pProbe->Index;
+  return true;
+}
+
 // A probe that is open stays so; the configuration is read anew otherwise.
 const char* Session::Open(VORTIC_TEXT_HANDLER* pfLog) {
   if (m_pBackend) {
@@ -101,8 +127,11 @@ const char* Session::Open(VORTIC_TEXT_HANDLER* pfLog) {
   m_SupplyOffOnClose = false;
   std::string error;
   const ProbeConfig* pProbe = FindChosen(&error);
-  if (pProbe != nullptr) {
-    std::unique_ptr<Backend> pBackend = MakeBackend(*pProbe, m_Reporter);
+  const u32 module = pProbe != nullptr && pProbe->Index == m_ModuleOf ? m_Module : 0;
+  if (pProbe != nullptr && module > pProbe->Modules) {
+    error = Format("The probe has no module %u any more.", module);
+  } else if (pProbe != nullptr) {
+    std::unique_ptr<Backend> pBackend = MakeBackend(ForModule(*pProbe, module), m_Reporter);
     error = pBackend ? pBackend->Open() : "The probe's backend is not available.";
     if (error.empty()) {
       m_pBackend = std::move(pBackend);

@@ -28,6 +28,9 @@ class Session {
   bool SelectNickname(const char* sNickname);
   bool SelectHost(const char* sHost);
 
+  // Which module of the chosen gang programmer is opened from now on; 0 is its hub. False: pError.
+  bool SelectModule(u32 module, std::string* pError);
+
   // Null: open; else a text that stays valid until the next call.
   const char* Open(VORTIC_TEXT_HANDLER* pfLog);
   void Close();
@@ -46,6 +49,10 @@ class Session {
   By m_By = By::Index;
   u32 m_Number = 0;
   std::string m_Name;
+  // Kept when a probe is chosen again, which a client does before each opening. Counts for the
+  // probe only that was chosen when the module was.
+  u32 m_Module = 0;
+  u32 m_ModuleOf = 0;  // its index
   Config m_Config;
   std::unique_ptr<Backend> m_pBackend;
   bool m_SupplyOffOnClose = false;

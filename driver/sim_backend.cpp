@@ -19,7 +19,8 @@ constexpr u32 kNicknameBytes = 32;
 constexpr i32 kFunctions[] = {
     VORTIC_FUNC_RUN_LIST,   VORTIC_FUNC_WAIT,          VORTIC_FUNC_LEAVE_FAST,
     VORTIC_FUNC_ENTER_FAST, VORTIC_FUNC_FAST_PROGRAM,  VORTIC_FUNC_FAST_VERIFY,
-    VORTIC_FUNC_FAST_ERASE, VORTIC_FUNC_ENTER_FAST_EX,
+    VORTIC_FUNC_FAST_ERASE, VORTIC_FUNC_ENTER_FAST_EX, VORTIC_FUNC_LIST_DIR,
+    VORTIC_FUNC_RENAME,
 };
 
 ChipTraits MakeSimTraits(const ProbeConfig& config) {
@@ -45,14 +46,25 @@ SimBackend::SimBackend(const ProbeConfig& config, Reporter& reporter)
       m_Chip(MakeSimTraits(config), m_Store, m_Clock),
       m_Bus(m_Chip, m_Clock, m_Stats),
       m_Fast(m_Bus),
-      m_Files(config.FileSystem) {
+      m_Files(config.FileSystem, u64{config.FileSystemKiB} * 1024) {
   m_Store.SetDefects(config.Faults.Flipped, config.Faults.Stuck);
   m_Chip.SetSlowFactor(config.Faults.Slow);
   m_Chip.SetStatusRegister(config.StatusRegister);
 }
 
-// Nobody may take a simulated run for a programmed board: the first line of the log says it.
+// A module that is dead is found out when it is opened, as with one that has lost its cable.
 std::string SimBackend::Open() {
+  const auto& dead = m_Config.DeadModules;
+  if (m_Config.Module != 0 &&
+      std::find(dead.begin(), dead.end(), static_cast<i32>(m_Config.Module)) != dead.end()) {
+    return Format("Module %u of the gang programmer does not answer.", m_Config.Module);
+  }
+  if (!m_Config.FileSystem.empty()) {
+    std::string reason = m_Files.Open();
+    if (!reason.empty()) {
+      return reason;
+    }
+  }
   if (!m_Config.ImageFile.empty()) {
     std::string reason = m_Store.OpenImage(m_Config.ImageFile);
     if (!reason.empty()) {
@@ -60,16 +72,27 @@ std::string SimBackend::Open() {
     }
   }
   UpdatePower();
+  m_Reporter.Log(Introduction());
+  return {};
+}
+
+// Nobody may take a simulated run for a programmed board: the first line of the log says it.
+std::string SimBackend::Introduction() const {
   const std::string name =
       m_Config.Nickname.empty() ? "" : Format(" (%s)", m_Config.Nickname.c_str());
   const std::string image =
       m_Config.ImageFile.empty()
           ? "contents in memory only"
           : "image " + m_Config.ImageFile.substr(m_Config.ImageFile.rfind('/') + 1);
-  m_Reporter.Log(Format("*** SIMULATED PROBE S/N %u%s: no hardware is programmed. Chip %s, %s ***",
-                        m_Config.SerialNumber, name.c_str(), m_Chip.Traits().Name.c_str(),
-                        image.c_str()));
-  return {};
+  const std::string chip = "hip " + m_Chip.Traits().Name + ", " + image;
+  std::string target = "C" + chip;
+  if (m_Config.IsHub()) {
+    target = Format("Hub of a gang programmer with %u modules", m_Config.Modules);
+  } else if (m_Config.Module != 0) {
+    target = Format("Module %u, c", m_Config.Module) + chip;
+  }
+  return Format("*** SIMULATED PROBE S/N %u%s: no hardware is programmed. %s ***",
+                m_Config.SerialNumber, name.c_str(), target.c_str());
 }
 
 // Goes through on a dead link as well: it is the simulation that is closed.
@@ -97,6 +120,11 @@ bool SimBackend::HasFunction(i32 index) const {
   const auto& off = m_Config.DisabledFunctions;
   return std::find(std::begin(kFunctions), std::end(kFunctions), index) != std::end(kFunctions) &&
          std::find(off.begin(), off.end(), index) == off.end();
+}
+
+bool SimBackend::HasCapability(i32 capability) const {
+  const auto& all = m_Config.Capabilities;
+  return std::find(all.begin(), all.end(), capability) != all.end();
 }
 
 bool SimBackend::BeginCall() {
@@ -128,9 +156,9 @@ bool SimBackend::EndCall() {
   return reason.empty();
 }
 
-// Faults win over the supply, the supply over the board.
+// Faults win over the supply, the supply over the board. A hub has no board.
 u32 SimBackend::MilliVolts() const {
-  if (m_Chip.IsCut()) {
+  if (m_Chip.IsCut() || m_Config.IsHub()) {
     return 0;
   }
   if (m_HasPowerFault) {
@@ -316,37 +344,6 @@ int SimBackend::FastWait(u32* pFailAddr) {
   }
   const int result = m_Fast.Wait(pFailAddr);
   return EndCall() ? result : VORTIC_ERR_GENERAL;
-}
-
-template <class F>
-i32 SimBackend::CallFile(F&& f) {
-  if (!BeginCall()) {
-    return VORTIC_ERR_GENERAL;
-  }
-  std::string error;
-  const i32 result = f(&error);
-  if (!error.empty()) {
-    m_Reporter.Error(error);
-  }
-  return result;
-}
-
-i32 SimBackend::FileWrite(const char* sFile, const u8* pData, u32 offset, u32 numBytes) {
-  return CallFile(
-      [&](std::string* pError) { return m_Files.Write(sFile, pData, offset, numBytes, pError); });
-}
-
-i32 SimBackend::FileRead(const char* sFile, u8* pData, u32 offset, u32 numBytes) {
-  return CallFile(
-      [&](std::string* pError) { return m_Files.Read(sFile, pData, offset, numBytes, pError); });
-}
-
-i32 SimBackend::FileGetSize(const char* sFile) {
-  return CallFile([&](std::string* pError) { return m_Files.GetSize(sFile, pError); });
-}
-
-i32 SimBackend::FileDelete(const char* sFile) {
-  return CallFile([&](std::string* pError) { return m_Files.Delete(sFile, pError); });
 }
 
 std::string SimBackend::Statistics() {

@@ -51,6 +51,8 @@ class SimBackend : public Backend {
   i32 FileRead(const char* sFile, u8* pData, u32 offset, u32 numBytes) override;
   i32 FileGetSize(const char* sFile) override;
   i32 FileDelete(const char* sFile) override;
+  int ListDir(const char* sPath, std::span<VORTIC_DIR_ENTRY> entries) override;
+  int Rename(const char* sNewPath, const char* sOldPath) override;
 
   std::string Statistics() override;
 
@@ -61,6 +63,8 @@ class SimBackend : public Backend {
   // Every call over the cable stands between these two. False: it failed, and was reported.
   bool BeginCall();
   bool EndCall();
+  bool HasCapability(i32 capability) const;
+  std::string Introduction() const;
   u32 MilliVolts() const;
   void UpdatePower();
   void FillUnread(const Phase& phase) const;
@@ -68,6 +72,7 @@ class SimBackend : public Backend {
   bool QueueFast(u64 addr, F&& f);
   template <class F>
   i32 CallFile(F&& f);
+  int FillListing(const std::vector<HostEntry>& files, std::span<VORTIC_DIR_ENTRY> entries) const;
 
   const ProbeConfig m_Config;
   Reporter& m_Reporter;
@@ -86,6 +91,7 @@ class SimBackend : public Backend {
   bool m_IsResetLow = false;
   u32 m_FixedVTref = 0;  // 0: the voltage is measured
   u64 m_NumListRuns = 0;
+  u64 m_NumListings = 0;
 };
 
 }  // namespace vortic

@@ -29,7 +29,7 @@ typedef void VORTIC_TEXT_HANDLER(const char* sText);
 
 /* Capabilities of VORTICARM_EMU_HasCapEx. */
 #define VORTIC_CAP_FILE_IO 26
-#define VORTIC_CAP_RENAME 54
+#define VORTIC_CAP_RENAME 54 /* folder listings and renaming */
 #define VORTIC_CAP_STANDALONE_SPI 72
 
 /* ---- Selecting a probe; before it is opened. ---- */
@@ -68,7 +68,9 @@ int VORTICARM_GetHWStatus(VORTIC_HW_STATUS* pStatus); /* 0: success */
 
 /* "SuppressGUI = 0|1", "SupplyPower = 0|1", "DisablePowerSupplyOnClose", "SetVTrefTmp <mV>",
  * "SelectModule = <n>". Negative fails, with a text in pError. A simulated probe also knows
- * "SimGetStats", which writes its figures into pError. */
+ * "SimGetStats", which writes its figures into pError.
+ * SelectModule is run while no probe is open; it counts from the next opening of the probe that is
+ * chosen then, until it is run again. 0 is the hub of a gang programmer, 1 to 24 its modules. */
 int VORTICARM_ExecCommand(const char* sCommand, char* pError, int32_t ErrorSize);
 void VORTICARM_ClrRESET(void); /* reset low, the target is held */
 void VORTICARM_SetRESET(void);
@@ -105,7 +107,14 @@ typedef struct {
 #define VORTIC_SPI_DATA_QUAD 0x400u
 #define VORTIC_SPI_DUMMY 0x800u
 
-/* ---- Files of a stand-alone programmer. Paths inside it have backslashes. ---- */
+/* ---- Files of a stand-alone programmer. Paths inside it have backslashes, may start with one, and
+ * several of them in a row count as one. A name has up to 63 bytes.
+ *
+ * Write: bytes written, negative failed; folders on the way are made. With null data and no count
+ * it makes a file of Offset bytes, all 0, in place of one that is there; the result is 0 then.
+ * Read: bytes read, fewer behind the end of the file. GetSize: negative for a folder, and where
+ * there is nothing. Delete: a folder goes with all of its contents; negative failed, also where
+ * there is nothing, which is not reported as an error. ---- */
 int32_t VORTICARM_EMU_FILE_Write(const char* sFile, const uint8_t* pData, uint32_t Offset,
                                  uint32_t NumBytes);
 int32_t VORTICARM_EMU_FILE_Read(const char* sFile, uint8_t* pData, uint32_t Offset,
@@ -135,6 +144,25 @@ typedef int VORTIC_FAST_PROGRAM(uint32_t Addr, uint32_t NumBytes, const uint8_t*
 typedef int VORTIC_FAST_VERIFY(uint32_t Addr, uint32_t NumBytes, const uint8_t* pData);
 typedef int VORTIC_FAST_ERASE(uint32_t Addr, uint32_t NumBytes);
 typedef int VORTIC_WAIT(uint32_t* pFailAddr); /* 0 done, positive busy, negative failed */
+
+/* One entry of a folder listing. 276 bytes, little-endian. The name comes from the programmer: it
+ * need not be terminated, nor be one that is safe on the host. Times are those of its clock. */
+typedef struct {
+  char acName[256];
+  uint32_t Size;       /* bytes */
+  uint32_t Attributes; /* VORTIC_DIR_ENTRY_FOLDER */
+  uint16_t Year, Month, Day, Hour, Minute, Second;
+} VORTIC_DIR_ENTRY;
+
+#define VORTIC_DIR_ENTRY_FOLDER 0x1u
+
+/* Number of entries in the folder, which may be more than fit; the first MaxEntries are filled in.
+ * An empty path is the uppermost folder. Negative failed, VORTIC_ERR_UNSUPPORTED: the probe can't
+ * list folders. */
+typedef int VORTIC_LIST_DIR(const char* sPath, VORTIC_DIR_ENTRY* paEntries, uint32_t MaxEntries);
+/* The new path comes first. Moves as well; never replaces what is there. 0, or negative as above.
+ * With empty paths it only answers whether there is such a function. */
+typedef int VORTIC_RENAME(const char* sNewPath, const char* sOldPath);
 
 #ifdef __cplusplus
 }

@@ -66,8 +66,8 @@ TEST_F(SessionTest, OpensOneAtATimeAndSaysThatItIsSimulated) {
 
 TEST_F(SessionTest, TellsWhatIsConnected) {
   Open("W25Q128FV",
-       "Nickname = Bench\nProductId = 30\nHardwareVersion = 51200\nCapabilities = 26,72");
-  EXPECT_EQ(VORTICARM_EMU_GetProductId(), 30);
+       "Nickname = Bench\nProductId = 29\nHardwareVersion = 51200\nCapabilities = 26,72");
+  EXPECT_EQ(VORTICARM_EMU_GetProductId(), 29);
   EXPECT_EQ(VORTIC_GetHardwareVersion(), 51200u);
   EXPECT_NE(VORTICARM_EMU_HasCapEx(72), 0);
   EXPECT_EQ(VORTICARM_EMU_HasCapEx(54), 0);
@@ -95,7 +95,7 @@ TEST_F(SessionTest, RunsCommands) {
       {"SuppressGUI = 1", 0, 0, ""},
       {"  suppressgui=0", 0, 0, ""},
       {"SuppressGUI = 2", -1, 0, "Command SuppressGUI: \"2\" is not a value that it takes."},
-      {"SelectModule = 3", 0, 0, ""},
+      {"SelectModule = 0", -1, 0, "A probe is open. Close it before selecting a module."},
       {"SupplyPower = 1", 0, 3300, ""},
       {"SetVTrefTmp 1800", 0, 1800, ""},
       {"SetVTrefTmp 0", 0, 3300, ""},

@@ -104,42 +104,4 @@ TEST_F(StorageTest, ArrayKeepsWhatItWasTold) {
   EXPECT_EQ(read[0x100D], data[0x100D]);
 }
 
-TEST_F(StorageTest, FilesOfTheProgrammer) {
-  Open("AT25080", "FileSystem = fs");
-  std::filesystem::create_directories(Path("fs/DIR"));
-  const std::string text = "Hello";
-  const auto* pText = reinterpret_cast<const u8*>(text.data());
-  EXPECT_EQ(VORTICARM_EMU_FILE_GetSize("A.DAT"), -1);
-  EXPECT_EQ(VORTICARM_EMU_FILE_Delete("A.DAT"), -1);
-  EXPECT_TRUE(s_Errors.empty());  // both are answers
-  EXPECT_EQ(VORTICARM_EMU_FILE_Write("DIR\\A.DAT", nullptr, 10, 0), 0);
-  EXPECT_EQ(VORTICARM_EMU_FILE_GetSize("DIR\\A.DAT"), 10);
-  EXPECT_EQ(VORTICARM_EMU_FILE_Write("DIR\\A.DAT", pText, 5, 5), 5);
-  u8 data[8] = {};
-  EXPECT_EQ(VORTICARM_EMU_FILE_Read("DIR\\A.DAT", data, 6, 8), 4);
-  EXPECT_EQ(data[0], 'e');
-  EXPECT_EQ(VORTICARM_EMU_FILE_GetSize("DIR"), -1);
-  EXPECT_EQ(VORTICARM_EMU_FILE_Delete("DIR\\A.DAT"), 0);
-  EXPECT_EQ(VORTICARM_EMU_FILE_GetSize("DIR\\A.DAT"), -1);
-}
-
-TEST_F(StorageTest, FileNamesStayInTheFolder) {
-  Open("AT25080", "FileSystem = fs");
-  std::filesystem::create_directories(Path("fs"));
-  const u8 byte = 0;
-  for (const char* sName : {"", "..", "..\\x", "a\\..\\..\\x", "/etc/x", "a/b", "\\x", "C:\\x",
-                            "a\\", "a\\\\b", ".", "a\nb"}) {
-    s_Errors.clear();
-    EXPECT_LT(VORTICARM_EMU_FILE_Write(sName, &byte, 0, 1), 0) << sName;
-    EXPECT_EQ(s_Errors.size(), 1u) << sName;
-  }
-  EXPECT_FALSE(std::filesystem::exists(Path("x")));
-  VORTICARM_Close();
-  Open("AT25080");
-  s_Errors.clear();
-  EXPECT_LT(VORTICARM_EMU_FILE_GetSize("A"), 0);
-  EXPECT_EQ(s_Errors.at(0),
-            "The simulated probe has no file system (key FileSystem of its section).");
-}
-
 }  // namespace
