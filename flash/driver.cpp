@@ -52,6 +52,10 @@ constexpr std::array<const char*, static_cast<u32>(DriverCall::Count)> kNames = 
     "VORTICARM_ClrTMS",
     "VORTICARM_SetTMS",
     "VORTIC_SPI_Transfer",
+    "VORTICARM_EMU_FILE_Write",
+    "VORTICARM_EMU_FILE_Read",
+    "VORTICARM_EMU_FILE_GetSize",
+    "VORTICARM_EMU_FILE_Delete",
     "VORTIC_GetpFunc",
 };
 static_assert(kNames.back() != nullptr);

@@ -61,6 +61,15 @@ void VORTIC_ReleaseResetLine();  // reset high
 void VORTIC_ActivateCS();
 void VORTIC_DeactivateCS();
 void VORTIC_Transfer(const u8* pWrite, u8* pRead, u32 NumBits, u32 Flags);
+// Files inside a programmer. Paths have backslashes. Negative fails, also when there is no such
+// function.
+// Bytes written; an answer of more than NumBytes counts as failure. Null data with no count makes a
+// file of Offset bytes, and only the sign of the result tells then.
+i32 VORTIC_FileWrite(const char* sFile, const u8* pData, u32 Offset, u32 NumBytes);
+// Bytes read, perhaps fewer than asked for; more counts as failure.
+i32 VORTIC_FileRead(const char* sFile, u8* pData, u32 Offset, u32 NumBytes);
+i32 VORTIC_FileGetSize(const char* sFile);  // negative for a folder, too
+i32 VORTIC_FileDelete(const char* sFile);   // a folder with all of its contents
 // Function by index, or null.
 VORTIC_FUNC VORTIC_GetFunction(i32 Index);
 template <class F>

@@ -16,6 +16,11 @@ namespace {
 constexpr char kCannotOpen[] = "The driver library cannot be used.";
 constexpr char kNoReason[] = "The driver library gives no reason.";
 
+// Of data moved. More than was asked for is no count: nobody knows what it stands for.
+i32 TameCount(i32 result, u32 numBytes) {
+  return result >= 0 && static_cast<u32>(result) > numBytes ? -1 : result;
+}
+
 // Never set back: callers compare two readings.
 u32 NumErrors;
 
@@ -200,6 +205,29 @@ void VORTIC_Transfer(const u8* pWrite, u8* pRead, u32 NumBits, u32 Flags) {
   if (auto* pf = DRIVER_BindAs<decltype(VORTIC_SPI_Transfer)>(DriverCall::Transfer)) {
     pf(pWrite, pRead, NumBits, Flags);
   }
+}
+
+// A missing function fails here instead of giving 0, which would pass for a file that was made,
+// an empty one or a deleted one.
+i32 VORTIC_FileWrite(const char* sFile, const u8* pData, u32 Offset, u32 NumBytes) {
+  auto* pf = DRIVER_BindAs<decltype(VORTICARM_EMU_FILE_Write)>(DriverCall::FileWrite);
+  const i32 result = pf != nullptr ? pf(sFile, pData, Offset, NumBytes) : -1;
+  return pData != nullptr ? TameCount(result, NumBytes) : result;
+}
+
+i32 VORTIC_FileRead(const char* sFile, u8* pData, u32 Offset, u32 NumBytes) {
+  auto* pf = DRIVER_BindAs<decltype(VORTICARM_EMU_FILE_Read)>(DriverCall::FileRead);
+  return pf != nullptr ? TameCount(pf(sFile, pData, Offset, NumBytes), NumBytes) : -1;
+}
+
+i32 VORTIC_FileGetSize(const char* sFile) {
+  auto* pf = DRIVER_BindAs<decltype(VORTICARM_EMU_FILE_GetSize)>(DriverCall::FileGetSize);
+  return pf != nullptr ? pf(sFile) : -1;
+}
+
+i32 VORTIC_FileDelete(const char* sFile) {
+  auto* pf = DRIVER_BindAs<decltype(VORTICARM_EMU_FILE_Delete)>(DriverCall::FileDelete);
+  return pf != nullptr ? pf(sFile) : -1;
 }
 
 VORTIC_FUNC VORTIC_GetFunction(i32 Index) {

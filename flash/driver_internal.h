@@ -31,6 +31,10 @@ enum class DriverCall : u32 {
   ClrTMS,
   SetTMS,
   Transfer,
+  FileWrite,
+  FileRead,
+  FileGetSize,
+  FileDelete,
   GetpFunc,
   Count
 };
