@@ -114,4 +114,43 @@ TEST(Driver, HostileAnswersAreTamed) {
   APP_LogEnd();
 }
 
+// A programmer's answer to whatever file call.
+i32 FileAnswer;
+
+void* LookUpFileCall(const char* sName) {
+  if (FileAnswer == 0) {
+    return nullptr;
+  }
+  const std::string name = sName;
+  if (name == "VORTICARM_EMU_FILE_Write") {
+    return reinterpret_cast<void*>(
+        +[](const char*, const u8*, u32, u32) -> i32 { return FileAnswer; });
+  }
+  if (name == "VORTICARM_EMU_FILE_Read") {
+    return reinterpret_cast<void*>(+[](const char*, u8*, u32, u32) -> i32 { return FileAnswer; });
+  }
+  return reinterpret_cast<void*>(+[](const char*) -> i32 { return FileAnswer; });
+}
+
+TEST(Driver, FileCallsTakeNoCountThatCannotBe) {
+  struct Row {
+    i32 Answer;  // 0: there is no such function
+    i32 Count;   // of 4 bytes to write or read
+    i32 Other;   // of a file made, its size, a deletion
+  };
+  FlashScope scope;
+  for (const Row& row : {Row{0, -1, -1}, Row{4, 4, 4}, Row{1, 1, 1}, Row{5, -1, 5},
+                         Row{0x7FFFFFFF, -1, 0x7FFFFFFF}, Row{-262, -262, -262}}) {
+    FileAnswer = row.Answer;
+    DRIVER_SetLookup(LookUpFileCall);
+    u8 data[4] = {};
+    EXPECT_EQ(VORTIC_FileWrite("A", data, 0, 4), row.Count) << row.Answer;
+    EXPECT_EQ(VORTIC_FileRead("A", data, 0, 4), row.Count) << row.Answer;
+    EXPECT_EQ(VORTIC_FileWrite("A", nullptr, 4, 0), row.Other) << row.Answer;
+    EXPECT_EQ(VORTIC_FileGetSize("A"), row.Other) << row.Answer;
+    EXPECT_EQ(VORTIC_FileDelete("A"), row.Other) << row.Answer;
+  }
+  DRIVER_SetLookup(nullptr);
+}
+
 }  // namespace
