@@ -1,9 +1,9 @@
 #include "image/datafile.h"
 
+#include "image/file_input.h"
 #include "image/file_report.h"
 #include "image/file_types.h"
 #include "image/memarea_impl.h"
-#include "image/text_source.h"
 #include "sys/path.h"
 #include "sys/util_format.h"
 
@@ -13,20 +13,18 @@ namespace {
 
 using LOAD_FUNC = int(MEMAREA* pArea, const char* pFileName, FILE_REPORT* pfReport, void* pContext);
 
-// One format that is read by name or recognised by content, in the order of the tries. A format
-// whose functions are null isn't available yet.
+// One format that is read by name or recognised by content, in the order of the tries.
 struct FORMAT_ROW {
   FILE_FORMAT Format;
-  const char* sName;
   const char* sDetected;
   LOAD_FUNC* pfLoad;
 };
 
 constexpr FORMAT_ROW FORMATS[] = {
-    {FILE_FORMAT::MotorolaS, "Motorola S", "Mot file detected.", nullptr},
-    {FILE_FORMAT::IntelHex, "Intel HEX", "Hex file detected.", MEMAREA_LoadHex},
-    {FILE_FORMAT::Elf, "ELF", "Elf file detected.", nullptr},
-    {FILE_FORMAT::TiTxt, "TI-TXT", "TI-TXT file detected.", nullptr},
+    {FILE_FORMAT::MotorolaS, "Mot file detected.", MEMAREA_LoadMot},
+    {FILE_FORMAT::IntelHex, "Hex file detected.", MEMAREA_LoadHex},
+    {FILE_FORMAT::Elf, "Elf file detected.", MEMAREA_LoadElf},
+    {FILE_FORMAT::TiTxt, "TI-TXT file detected.", MEMAREA_LoadTiTxt},
 };
 
 const FORMAT_ROW* FindFormatRow(FILE_FORMAT Format) {
@@ -38,17 +36,11 @@ const FORMAT_ROW* FindFormatRow(FILE_FORMAT Format) {
   return nullptr;
 }
 
-// sVerb and sName say what is missing; null for a type that will never be served.
-int RefuseType(const FileReport& report, const char* sFileName, const char* sVerb,
-               const char* sName) {
+int RefuseType(const FileReport& report, const char* sFileName) {
   char ext[SYS_MAX_PATH];
   SYS_PATH_GetExt(sFileName, ext, sizeof(ext));
   char text[FILE_TEXT_SIZE];
-  if (sName != nullptr) {
-    UTIL_snprintf(text, sizeof(text), "%s %s files is not available yet (*%s)", sVerb, sName, ext);
-  } else {
-    UTIL_snprintf(text, sizeof(text), "Unsupported file type (*%s)", ext);
-  }
+  UTIL_snprintf(text, sizeof(text), "Unsupported file type (*%s)", ext);
   report.Error(text);
   return -1;
 }
@@ -58,9 +50,6 @@ int RefuseType(const FileReport& report, const char* sFileName, const char* sVer
 // content.
 const FORMAT_ROW* DetectAndLoad(MEMAREA* pArea, const char* sFileName) {
   for (const FORMAT_ROW& row : FORMATS) {
-    if (row.pfLoad == nullptr) {
-      continue;
-    }
     if (row.pfLoad(pArea, sFileName, nullptr, nullptr) == 0) {
       return &row;
     }
@@ -79,17 +68,16 @@ int DATAFILE_Load(MEMAREA* pArea, FILE_REPORT* pfReport, void* pContext, const c
   const FileReport report(pfReport, pContext);
   FILE_FORMAT format{};
   if (!FILE_FindFormat(pFileName, &format)) {
-    return RefuseType(report, pFileName, nullptr, nullptr);
+    return RefuseType(report, pFileName);
   }
   if (format == FILE_FORMAT::Binary) {
     return MEMAREA_LoadBin(pArea, pFileName, StartAddr, pfReport, pContext);
   }
   if (const FORMAT_ROW* row = FindFormatRow(format)) {
-    return row->pfLoad != nullptr ? row->pfLoad(pArea, pFileName, pfReport, pContext)
-                                  : RefuseType(report, pFileName, "Reading", row->sName);
+    return row->pfLoad(pArea, pFileName, pfReport, pContext);
   }
   if (format != FILE_FORMAT::ByContent) {
-    return RefuseType(report, pFileName, nullptr, nullptr);
+    return RefuseType(report, pFileName);
   }
   // A file that can't be opened has no content to recognise, and no address to ask for.
   if (!FileHandle(SYS_FILE_Open(pFileName, SYS_FILE_READ | SYS_FILE_SHARE_READ)).IsOpen()) {
@@ -117,7 +105,7 @@ int DATAFILE_Save(MEMAREA* pArea, FILE_REPORT* pfReport, void* pContext, const c
   const FileReport report(pfReport, pContext);
   FILE_FORMAT format{};
   if (!FILE_FindFormat(pFileName, &format)) {
-    return RefuseType(report, pFileName, nullptr, nullptr);
+    return RefuseType(report, pFileName);
   }
   switch (format) {
     case FILE_FORMAT::Binary:
@@ -125,15 +113,16 @@ int DATAFILE_Save(MEMAREA* pArea, FILE_REPORT* pfReport, void* pContext, const c
     case FILE_FORMAT::IntelHex:
       return MEMAREA_SaveHex(pArea, pFileName, pfReport, pContext);
     case FILE_FORMAT::CSource:
-      return RefuseType(report, pFileName, "Writing", "C source");
+      return MEMAREA_SaveC(pArea, pFileName, FirstAddr, LastAddr, pfReport, pContext);
     case FILE_FORMAT::MotorolaS:
+      return MEMAREA_SaveMot(pArea, pFileName, pfReport, pContext);
     case FILE_FORMAT::TiTxt:
-      return RefuseType(report, pFileName, "Writing", FindFormatRow(format)->sName);
+      return MEMAREA_SaveTiTxt(pArea, pFileName, pfReport, pContext);
     case FILE_FORMAT::Project:
     case FILE_FORMAT::Mcs:
     case FILE_FORMAT::Elf:
     case FILE_FORMAT::ByContent:
       break;
   }
-  return RefuseType(report, pFileName, nullptr, nullptr);
+  return RefuseType(report, pFileName);
 }

@@ -21,6 +21,18 @@ int MEMAREA_SaveBin(MEMAREA* pArea, const char* pFileName, u64 FirstAddr, u64 La
 // 0; -1 not opened, -3 no memory, -4 not a hex file, -5 an error in a record.
 int MEMAREA_LoadHex(MEMAREA* pArea, const char* pFileName, FILE_REPORT* pfReport, void* pContext);
 int MEMAREA_SaveHex(MEMAREA* pArea, const char* pFileName, FILE_REPORT* pfReport, void* pContext);
+// 0; -1 not opened, -3 no memory, -4 not a Motorola file, -5 an error in a record.
+int MEMAREA_LoadMot(MEMAREA* pArea, const char* pFileName, FILE_REPORT* pfReport, void* pContext);
+int MEMAREA_SaveMot(MEMAREA* pArea, const char* pFileName, FILE_REPORT* pfReport, void* pContext);
+// 0; -1 not opened, -2 no memory, -4 no section where one has to start, -5 other errors.
+int MEMAREA_LoadTiTxt(MEMAREA* pArea, const char* pFileName, FILE_REPORT* pfReport, void* pContext);
+int MEMAREA_SaveTiTxt(MEMAREA* pArea, const char* pFileName, FILE_REPORT* pfReport, void* pContext);
+// Stores the loadable sections at their physical addresses, of which the lower 32 bits count. 0 or
+// -1.
+int MEMAREA_LoadElf(MEMAREA* pArea, const char* pFileName, FILE_REPORT* pfReport, void* pContext);
+// An array of every byte from FirstAddr to LastAddr.
+int MEMAREA_SaveC(MEMAREA* pArea, const char* pFileName, u64 FirstAddr, u64 LastAddr,
+                  FILE_REPORT* pfReport, void* pContext);
 
 // One extension that the program knows. sFilter null: not offered by the file dialogs.
 struct APP_FILE_TYPE {

@@ -2,10 +2,9 @@
 #include <new>
 
 #include "image/datafile.h"
+#include "image/file_input.h"
 #include "image/file_save.h"
 #include "image/memarea_impl.h"
-#include "image/text_source.h"
-#include "sys/util_format.h"
 
 // Binary files: the bytes of an image and nothing else.
 
@@ -14,31 +13,31 @@ namespace {
 constexpr u64 READ_SIZE = 0x100000;
 constexpr u64 WRITE_SIZE = 0x10000;
 constexpr u64 MAX_GAP = 0xFFFFFF;
-// Holes become bytes of the file. An image whose parts lie so far apart would fill any disk; no
-// chip is a fraction of that.
-constexpr u64 MAX_FILE_SIZE = u64{1} << 36;
 
 const char* DescribeFailure(RANGE_RESULT Result) {
   return Result == RANGE_RESULT::NoMemory ? "Could not read file. Out of memory." : "Areas overlap";
 }
 
-int ReadPieces(MEMAREA* pArea, SYS_HANDLE hFile, const char* sFileName, u64 StartAddr,
+int ReadPieces(MEMAREA* pArea, FileInput& input, const char* sFileName, u64 StartAddr,
                const FileReport& report) {
   const std::unique_ptr<u8[]> buffer(new (std::nothrow) u8[READ_SIZE]);
   if (!buffer) {
     report.Error(DescribeFailure(RANGE_RESULT::NoMemory));
     return -1;
   }
-  const i64 fileSize = SYS_FILE_GetSize(hFile);
-  if (fileSize > 0 && static_cast<u64>(fileSize) - 1 > ~u64{0} - StartAddr) {
+  if (input.GetSize() > 0 && static_cast<u64>(input.GetSize()) - 1 > ~u64{0} - StartAddr) {
     report.Error("The file does not fit behind the start address.");
     return -1;
   }
   u64 addr = StartAddr;
   while (true) {
-    const i64 numRead = SYS_FILE_Read(hFile, buffer.get(), READ_SIZE);
+    const i64 numRead = input.Read(buffer.get(), READ_SIZE);
     if (numRead < 0) {
       report.ReadError(sFileName);
+      return -1;
+    }
+    if (input.HasShrunk()) {
+      report.ShrunkError(sFileName);
       return -1;
     }
     if (numRead == 0) {
@@ -99,7 +98,8 @@ int MEMAREA_LoadBin(MEMAREA* pArea, const char* pFileName, u64 StartAddr, FILE_R
     report.OpenError(pFileName);
     return -1;
   }
-  const int result = ReadPieces(pArea, file.Get(), pFileName, StartAddr, report);
+  FileInput input(file.Get());
+  const int result = ReadPieces(pArea, input, pFileName, StartAddr, report);
   pArea->Ranges.Shrink();
   pArea->NumChanges = 0;
   return result;
@@ -117,12 +117,8 @@ int MEMAREA_SaveBin(MEMAREA* pArea, const char* pFileName, u64 FirstAddr, u64 La
   }
   u64 last = 0;
   const bool hasData = FindLast(pArea->Ranges, FirstAddr, LastAddr, &last);
-  if (hasData && last - FirstAddr >= MAX_FILE_SIZE) {
-    char text[128];
-    UTIL_snprintf64(text, sizeof(text), "The range 0x%llX - 0x%llX is too large for a binary file.",
-                    static_cast<unsigned long long>(FirstAddr),
-                    static_cast<unsigned long long>(last));
-    return save.Fail(text);
+  if (hasData && !save.CheckFileSize(FirstAddr, last, 1, "binary")) {
+    return -1;
   }
   FILEWR* writer = save.Open();
   if (writer == nullptr) {

@@ -14,3 +14,9 @@ void FileReport::ReadError(const char* sFileName) const {
   UTIL_snprintf(text, sizeof(text), "Error reading from file [%s]", sFileName);
   Error(text);
 }
+
+void FileReport::ShrunkError(const char* sFileName) const {
+  char text[FILE_TEXT_SIZE];
+  UTIL_snprintf(text, sizeof(text), "File [%s] became shorter while it was read.", sFileName);
+  Error(text);
+}

@@ -7,10 +7,12 @@ class FileReport {
  public:
   FileReport(FILE_REPORT* pfReport, void* pContext) : m_pfReport(pfReport), m_pContext(pContext) {}
   void Info(const char* sText) const { Send(FILE_REPORT_INFO, sText); }
+  void Warning(const char* sText) const { Send(FILE_REPORT_WARNING, sText); }
   void Error(const char* sText) const { Send(FILE_REPORT_ERROR, sText); }
   // "Could not open file [...]" with the cause of the last system error.
   void OpenError(const char* sFileName) const;
   void ReadError(const char* sFileName) const;
+  void ShrunkError(const char* sFileName) const;
 
  private:
   void Send(int Level, const char* sText) const {

@@ -15,6 +15,11 @@ class FileSave {
 
   // Locks and commits. False when that failed, which has been reported.
   bool Begin();
+  // For a format of 32-bit addresses. False when there is data beyond, which has been reported.
+  bool CheckAddresses(const char* sFormat);
+  // For a format that holds a span without its holes left out. False when the file would fill any
+  // disk, which has been reported; a large one that is nearly all filling is warned about.
+  bool CheckFileSize(u64 FirstAddr, u64 LastAddr, u64 CharsPerByte, const char* sFormat);
   // Null when the file can't be written, which has been reported.
   FILEWR* Open();
   // Puts the file in place. 0 or -1, reported.

@@ -1,8 +1,7 @@
 #include "image/datafile.h"
-#include "image/file_report.h"
 #include "image/hex_digits.h"
-#include "image/memarea_impl.h"
 #include "image/record_gather.h"
+#include "image/text_load.h"
 #include "image/text_source.h"
 #include "sys/util_format.h"
 
@@ -16,7 +15,6 @@
 
 namespace {
 
-constexpr int RESULT_NO_FILE = -1;
 constexpr int RESULT_NO_MEMORY = -3;
 constexpr int RESULT_NOT_HEX = -4;
 constexpr int RESULT_BAD_RECORD = -5;
@@ -40,18 +38,13 @@ constexpr u8 CHAR_CTRL_Z = 0x1A;
 
 class HexReader {
  public:
-  HexReader(RangeList& ranges, SYS_HANDLE hFile) : m_Source(hFile), m_Gather(ranges) {}
+  HexReader(FileInput& input, RangeList& ranges, TEXT_ERROR& error)
+      : m_Source(input), m_Gather(ranges), m_Error(error) {}
 
   int Read();
-  const char* GetError() const { return m_acError; }
-  int GetLine() const { return m_Line; }
-  bool HasReadFailed() const { return m_Source.HasFailed(); }
 
  private:
-  int Fail(int Result, const char* sText) {
-    UTIL_snprintf(m_acError, sizeof(m_acError), "%s", sText);
-    return Result;
-  }
+  int Fail(int Result, const char* sText) { return m_Error.Set(Result, sText); }
   int ReadRecords();
   void SkipBlanks();
   int ReadRecord();
@@ -61,9 +54,8 @@ class HexReader {
 
   TextSource m_Source;
   RecordGather m_Gather;
+  TEXT_ERROR& m_Error;
   u32 m_Base = 0;
-  int m_Line = 1;
-  char m_acError[128] = "";
   u8 m_abRecord[MAX_RECORD_BYTES];
 };
 
@@ -104,7 +96,7 @@ void HexReader::SkipBlanks() {
     m_Source.Require(1);
     const u8* p = m_Source.GetCursor();
     for (; *p == ' ' || *p == '\t' || *p == '\r' || *p == '\n'; ++p) {
-      m_Line += *p == '\r' || *p == '\n' ? 1 : 0;
+      m_Error.Line += *p == '\r' || *p == '\n' ? 1 : 0;
     }
     const bool hasMoved = p != m_Source.GetCursor();
     m_Source.SetCursor(p);
@@ -117,8 +109,8 @@ void HexReader::SkipBlanks() {
 int HexReader::ReadRecord() {
   const u8* p = m_Source.GetCursor();
   if (*p != ':') {
-    UTIL_snprintf(m_acError, sizeof(m_acError), "Unexpected character (Expected: %c, Found: %c)",
-                  ':', *p);
+    UTIL_snprintf(m_Error.acText, sizeof(m_Error.acText),
+                  "Unexpected character (Expected: %c, Found: %c)", ':', *p);
     return RESULT_BAD_RECORD;
   }
   ++p;
@@ -145,8 +137,8 @@ int HexReader::DecodeRecord(const u8** ppText) {
   }
   if ((sum & 0xFF) != 0) {
     const u32 found = m_abRecord[numBytes - 1];
-    UTIL_snprintf(m_acError, sizeof(m_acError), "Checksum error !\nExpected: 0x%02X, found: 0x%02X",
-                  (found - sum) & 0xFF, found);
+    UTIL_snprintf(m_Error.acText, sizeof(m_Error.acText),
+                  "Checksum error !\nExpected: 0x%02X, found: 0x%02X", (found - sum) & 0xFF, found);
     return RESULT_BAD_RECORD;
   }
   *ppText = p + 2 * numBytes;
@@ -183,7 +175,7 @@ int HexReader::ApplyRecord() {
 
 int HexReader::ReadLineEnd(const u8* p) {
   if (*p == '\r' || *p == '\n') {
-    ++m_Line;
+    ++m_Error.Line;
     ++p;
     p += *p == '\r' || *p == '\n' ? 1 : 0;
   } else if (*p != 0 && *p != CHAR_CTRL_Z) {
@@ -195,30 +187,10 @@ int HexReader::ReadLineEnd(const u8* p) {
 
 }  // namespace
 
+int HEX_Read(FileInput& Input, RangeList& Ranges, TEXT_ERROR* pError) {
+  return HexReader(Input, Ranges, *pError).Read();
+}
+
 int MEMAREA_LoadHex(MEMAREA* pArea, const char* pFileName, FILE_REPORT* pfReport, void* pContext) {
-  const FileReport report(pfReport, pContext);
-  const MEMAREA_LOCK_GUARD lock(pArea);
-  if (!lock.Locked()) {
-    report.Error(FILE_IN_USE_TEXT);
-    return RESULT_NO_FILE;
-  }
-  pArea->NumChanges = 0;
-  const FileHandle file(SYS_FILE_Open(pFileName, SYS_FILE_READ | SYS_FILE_SHARE_READ));
-  if (!file.IsOpen()) {
-    report.OpenError(pFileName);
-    return RESULT_NO_FILE;
-  }
-  HexReader reader(pArea->Ranges, file.Get());
-  const int result = reader.Read();
-  pArea->Ranges.Shrink();
-  if (reader.HasReadFailed()) {
-    report.ReadError(pFileName);
-    return RESULT_NO_FILE;
-  }
-  if (result != 0) {
-    char text[256];
-    UTIL_snprintf(text, sizeof(text), "Error in line %d: %s", reader.GetLine(), reader.GetError());
-    report.Error(text);
-  }
-  return result;
+  return LOAD_Text(pArea, pFileName, FileReport(pfReport, pContext), HEX_Read);
 }

@@ -33,7 +33,8 @@ RANGE_RESULT RecordGather::Begin(u64 Addr, const u8* pData, u32 NumBytes) {
   if (result != RANGE_RESULT::Done || NumBytes == 0) {
     return result;
   }
-  u64 numFree = std::min(BUFFER_SIZE, ~u64{0} - Addr);
+  // The buffer, but not past the last address.
+  u64 numFree = std::min(BUFFER_SIZE - 1, ~Addr) + 1;
   if (const MEMAREA_RANGE* next = m_Ranges.Get(m_Ranges.Find(Addr))) {
     numFree = next->Addr <= Addr ? 0 : std::min(numFree, next->Addr - Addr);
   }

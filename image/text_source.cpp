@@ -25,11 +25,26 @@ void TextSource::Refill() {
   const u64 numLeft = static_cast<u64>(m_pEnd - m_pCursor);
   std::memmove(start, m_pCursor, numLeft);
   const u64 wanted = BUFFER_SIZE - numLeft;
-  const i64 numRead = SYS_FILE_Read(m_hFile, start + numLeft, wanted);
-  m_HasFailed = numRead < 0;
+  const i64 numRead = m_Input.Read(start + numLeft, wanted);
   // A read is short only at the end of the file.
   m_IsFileDone = numRead < static_cast<i64>(wanted);
   m_pCursor = start;
   m_pEnd = start + numLeft + (numRead > 0 ? static_cast<u64>(numRead) : 0);
   *m_pEnd = 0;
+}
+
+int TextSource::SkipBlanks() {
+  int numLines = 0;
+  while (true) {
+    Require(1);
+    const u8* p = m_pCursor;
+    for (; TEXT_IsBlank(*p); ++p) {
+      numLines += *p == '\n' ? 1 : 0;
+    }
+    const bool hasMoved = p != m_pCursor;
+    m_pCursor = p;
+    if (!hasMoved) {
+      return numLines;
+    }
+  }
 }
