@@ -3,6 +3,13 @@
 namespace {
 
 const std::string HEX = ":0100100011DE\r\n";
+const std::string MOT = "S104001022C9\r\n";
+// The least that passes: a header that names no tables.
+const std::string ELF = std::string(
+                            "\x7F"
+                            "ELF\1\1\1",
+                            7) +
+                        std::string(13, '\0') + "\1" + std::string(31, '\0');
 
 struct ROW {
   const char* sName;
@@ -18,13 +25,16 @@ TEST(DataFile, LoadsByExtensionOrContent) {
       {"a.HEX", HEX, 0, "10:11", ""},
       {"a.bin", "ab", 0, "700:6162", ""},
       {"a.Raw", "ab", 0, "700:6162", ""},
-      {"a.MOT", "S0", -1, "", "2:Reading Motorola S files is not available yet (*.MOT)|"},
-      {"a.s19", "S0", -1, "", "2:Reading Motorola S files is not available yet (*.s19)|"},
-      {"a.axf", "", -1, "", "2:Reading ELF files is not available yet (*.axf)|"},
-      {"a.txt", "q", -1, "", "2:Reading TI-TXT files is not available yet (*.txt)|"},
+      {"a.MOT", MOT, 0, "10:22", ""},
+      {"a.s19", MOT, 0, "10:22", ""},
+      {"a.axf", "", -1, "", "0:Parsing ELF file...|2:Failed to read ELF file [@].|"},
+      {"a.txt", "@10 33q", 0, "10:33", ""},
       {"a.mcs", HEX, -1, "", "2:Unsupported file type (*.mcs)|"},
       {"a.c", "", -1, "", "2:Unsupported file type (*.c)|"},
       {"a.korvane", "", -1, "", "2:Unsupported file type (*.korvane)|"},
+      {"motfile", MOT, 0, "10:22", "0:Mot file detected.|"},
+      {"elffile", ELF, 0, "", "0:Elf file detected.|"},
+      {"titxtfile", "@10 33q", 0, "10:33", "0:TI-TXT file detected.|"},
       {"hexfile", HEX, 0, "10:11", "0:Hex file detected.|"},
       {"anything", "ab", 0, "900:6162", "0:Unknown file type, assuming .bin file.|"},
       // A try that fails half-way leaves nothing behind.
@@ -34,7 +44,7 @@ TEST(DataFile, LoadsByExtensionOrContent) {
   const TempDir dir;
   for (const ROW& row : rows) {
     const std::string name = dir / row.sName;
-    WriteText(name, row.Content);
+    WriteFile(name, row.Content);
     const MEMAREA_PTR area(MEMAREA_Create());
     REPORTS reports;
     const auto ask = [](void* pContext, const char* sTitle, u64* pAddr) {
@@ -48,13 +58,17 @@ TEST(DataFile, LoadsByExtensionOrContent) {
               row.Result)
         << row.sName;
     EXPECT_EQ(Dump(area.get()), row.sDump) << row.sName;
-    EXPECT_EQ(reports.Text, row.sReport) << row.sName;
+    std::string report = row.sReport;
+    if (const auto pos = report.find('@'); pos != std::string::npos) {
+      report.replace(pos, 1, name);
+    }
+    EXPECT_EQ(reports.Text, report) << row.sName;
   }
 }
 
 TEST(DataFile, RefusedAddressAndMissingFile) {
   const TempDir dir;
-  WriteText(dir / "any", "ab");
+  WriteFile(dir / "any", "ab");
   const auto refuse = [](void*, const char*, u64*) { return 1; };
   const MEMAREA_PTR area(MEMAREA_Create());
   for (const char* name : {"any", "none"}) {
@@ -71,9 +85,8 @@ TEST(DataFile, SavesByExtension) {
   const ROW rows[] = {
       {"a.hex", ":01001100 22CC:00000001FF", 0, "", ""},
       {"a.BIN", "\x22", 0, "", ""},
-      {"a.s37", "", -1, "", "2:Writing Motorola S files is not available yet (*.s37)|"},
-      {"a.txt", "", -1, "", "2:Writing TI-TXT files is not available yet (*.txt)|"},
-      {"a.c", "", -1, "", "2:Writing C source files is not available yet (*.c)|"},
+      {"a.s37", "S104001122C8 S9030000FC", 0, "", ""},
+      {"a.txt", "@10FF 22q", 0, "", ""},
       {"a.mcs", "", -1, "", "2:Unsupported file type (*.mcs)|"},
       {"a.elf", "", -1, "", "2:Unsupported file type (*.elf)|"},
       {"a.xyz", "", -1, "", "2:Unsupported file type (*.xyz)|"},
@@ -87,10 +100,11 @@ TEST(DataFile, SavesByExtension) {
     EXPECT_EQ(DATAFILE_Save(area.get(), REPORTS::Add, &reports, name.c_str(), 0x11, 0x20),
               row.Result);
     EXPECT_EQ(reports.Text, row.sReport);
-    std::string content = ReadText(name);
+    std::string content = ReadFile(name);
     std::erase_if(content, [](char c) { return c == '\r' || c == '\n'; });
     std::string expected = row.Content;
     std::erase(expected, ' ');
+    std::erase(content, ' ');
     EXPECT_EQ(content, expected);
   }
 }

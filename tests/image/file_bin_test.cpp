@@ -9,7 +9,7 @@ TEST(BinLoad, BecomesOneRange) {
   const std::string name = dir / "a.bin";
   for (const std::size_t size : {0, 1, 100000, 3000000}) {
     const std::vector<u8> data = Counting(size);
-    WriteText(name, std::string(data.begin(), data.end()));
+    WriteFile(name, std::string(data.begin(), data.end()));
     const MEMAREA_PTR area(MEMAREA_Create());
     EXPECT_EQ(MEMAREA_LoadBin(area.get(), name.c_str(), 0x8000, nullptr, nullptr), 0);
     EXPECT_EQ(MEMAREA_GetNumRanges(area.get()), size == 0 ? 0U : 1U);
@@ -25,7 +25,7 @@ TEST(BinLoad, BecomesOneRange) {
 TEST(BinLoad, Failures) {
   const TempDir dir;
   const std::string name = dir / "a.bin";
-  WriteText(name, "abc");
+  WriteFile(name, "abc");
   REPORTS reports;
   const MEMAREA_PTR area = MakeArea({{0x12, {1}}});
   EXPECT_EQ(MEMAREA_LoadBin(area.get(), name.c_str(), LAST - 2, REPORTS::Add, &reports), 0);
@@ -57,7 +57,7 @@ TEST(BinSave, FillsHolesAndEndsWithTheData) {
     const MEMAREA_PTR area = MakeArea({{0x10, {'a', 'b', 'x'}}, {0x15, {'d', 'e', 'f'}}});
     MEMAREA_AddPatch(area.get(), 0x12, 'c');
     EXPECT_EQ(MEMAREA_SaveBin(area.get(), name.c_str(), row.First, row.Last, nullptr, nullptr), 0);
-    std::string content = ReadText(name);
+    std::string content = ReadFile(name);
     std::replace(content.begin(), content.end(), '\xFF', '~');
     EXPECT_EQ(content, row.sContent);
     EXPECT_EQ(MEMAREA_GetNumChanges(area.get()), 0U);
@@ -69,7 +69,7 @@ TEST(BinSave, LargeHolesAndTheEndOfTheSpace) {
   const std::string name = dir / "a.bin";
   const MEMAREA_PTR area = MakeArea({{LAST - 0x1800000, {1}}, {LAST, {2}}});
   ASSERT_EQ(MEMAREA_SaveBin(area.get(), name.c_str(), LAST - 0x1800000, LAST, nullptr, nullptr), 0);
-  const std::string content = ReadText(name);
+  const std::string content = ReadFile(name);
   ASSERT_EQ(content.size(), 0x1800001U);
   EXPECT_TRUE(content.front() == 1 && content.back() == 2);
   EXPECT_EQ(content.find_first_not_of('\xFF', 1), 0x1800000U);
@@ -77,7 +77,7 @@ TEST(BinSave, LargeHolesAndTheEndOfTheSpace) {
   REPORTS reports;
   EXPECT_EQ(MEMAREA_SaveBin(area.get(), name.c_str(), 0, LAST, REPORTS::Add, &reports), -1);
   EXPECT_EQ(reports.Text, "2:The range 0x0 - 0xFFFFFFFFFFFFFFFF is too large for a binary file.|");
-  EXPECT_EQ(ReadText(name).size(), content.size());
+  EXPECT_EQ(ReadFile(name).size(), content.size());
 }
 
 }  // namespace

@@ -79,7 +79,7 @@ const ROW ROWS[] = {
 TEST(HexLoad, RecordsAndFaults) {
   const TempDir dir;
   for (const ROW& row : ROWS) {
-    WriteText(dir / "a.hex", row.Text);
+    WriteFile(dir / "a.hex", row.Text);
     const MEMAREA_PTR area(MEMAREA_Create());
     REPORTS reports;
     EXPECT_EQ(MEMAREA_LoadHex(area.get(), (dir / "a.hex").c_str(), REPORTS::Add, &reports),
@@ -98,7 +98,7 @@ TEST(HexLoad, MissingFileAndDirectory) {
   const std::string name = dir / "none.hex";
   EXPECT_EQ(MEMAREA_LoadHex(area.get(), name.c_str(), REPORTS::Add, &reports), -1);
   EXPECT_EQ(reports.Text, "2:Could not open file [" + name + "]\nFile not found!|");
-  EXPECT_EQ(MEMAREA_LoadHex(area.get(), dir.Path().c_str(), nullptr, nullptr), -1);
+  EXPECT_EQ(MEMAREA_LoadHex(area.get(), dir.path().c_str(), nullptr, nullptr), -1);
 }
 
 void AddRecord(std::string* pText, u32 addr, u8 type, const std::vector<u8>& data) {
@@ -128,7 +128,7 @@ TEST(HexLoad, LongFile) {
   }
   text.insert(text.find('\n') + 1, std::string(3000000, ' '));
   const TempDir dir;
-  WriteText(dir / "a.hex", text);
+  WriteFile(dir / "a.hex", text);
   const MEMAREA_PTR area(MEMAREA_Create());
   REPORTS reports;
   ASSERT_EQ(MEMAREA_LoadHex(area.get(), (dir / "a.hex").c_str(), REPORTS::Add, &reports), 0)
@@ -139,7 +139,7 @@ TEST(HexLoad, LongFile) {
 
   // The last record once more.
   const auto numLines = std::count(text.begin(), text.end(), '\n');
-  WriteText(dir / "b.hex", text + text.substr(text.rfind(':')));
+  WriteFile(dir / "b.hex", text + text.substr(text.rfind(':')));
   const MEMAREA_PTR second(MEMAREA_Create());
   EXPECT_EQ(MEMAREA_LoadHex(second.get(), (dir / "b.hex").c_str(), REPORTS::Add, &reports), -5);
   EXPECT_EQ(reports.Text, "2:Error in line " + std::to_string(numLines + 1) + ": Areas overlap|");

@@ -1,6 +1,3 @@
-#include <cstdlib>
-#include <random>
-
 #include "tests/image/image_test.h"
 
 namespace {
@@ -31,7 +28,7 @@ TEST(HexSave, Records) {
     EXPECT_EQ(MEMAREA_SaveHex(area.get(), (dir / "a.hex").c_str(), nullptr, nullptr), 0);
     std::string expected = row.sText;
     std::erase(expected, ' ');
-    EXPECT_EQ(ReadText(dir / "a.hex"), expected);
+    EXPECT_EQ(ReadFile(dir / "a.hex"), expected);
     EXPECT_EQ(MEMAREA_GetNumChanges(area.get()), 0U);
   }
 }
@@ -39,7 +36,7 @@ TEST(HexSave, Records) {
 TEST(HexSave, CommitsPatchesAndRefusesWhatTheFormatCannotHold) {
   const TempDir dir;
   const std::string name = dir / "a.hex";
-  WriteText(name, "old");
+  WriteFile(name, "old");
   const MEMAREA_PTR area = MakeArea({{0xFFFFFFF0, Counting(16)}});
   MEMAREA_AddPatch(area.get(), 0x100000000, 1);
   MEMAREA_SetNumChanges(area.get(), 5);
@@ -47,33 +44,15 @@ TEST(HexSave, CommitsPatchesAndRefusesWhatTheFormatCannotHold) {
   EXPECT_EQ(MEMAREA_SaveHex(area.get(), name.c_str(), REPORTS::Add, &reports), -1);
   EXPECT_EQ(reports.Text,
             "2:Address 0x100000000 is beyond the 32-bit range of the Intel HEX format.|");
-  EXPECT_EQ(ReadText(name), "old");
+  EXPECT_EQ(ReadFile(name), "old");
   EXPECT_EQ(MEMAREA_GetNumChanges(area.get()), 5U);
   EXPECT_EQ(MEMAREA_GetNumPatches(area.get()), 0U);
   EXPECT_EQ(MEMAREA_SaveHex(area.get(), (dir / "none/a.hex").c_str(), nullptr, nullptr), -1);
 }
 
-// Pieces of all lengths with small and large holes.
-MEMAREA_PTR MakeScattered(std::string* pBinary) {
-  MEMAREA_PTR area(MEMAREA_Create());
-  std::mt19937 random(11);
-  while (pBinary->size() < 300000) {
-    std::vector<u8> data(1 + random() % 3000);
-    for (u8& byte : data) {
-      byte = static_cast<u8>(random());
-    }
-    MEMAREA_AddRange(area.get(), pBinary->size(), data.size(), data.data());
-    pBinary->append(data.begin(), data.end());
-    pBinary->append(1 + random() % 70, '\xFF');
-  }
-  pBinary->resize(MEMAREA_GetMaxAddr(area.get()) + 1);
-  return area;
-}
-
 TEST(HexSave, ReadsBackEqualRangeForRange) {
   const TempDir dir;
-  std::string binary;
-  const MEMAREA_PTR area = MakeScattered(&binary);
+  const MEMAREA_PTR area = MakeScattered(0, 300000);
   const std::string name = dir / "a.hex";
   ASSERT_EQ(MEMAREA_SaveHex(area.get(), name.c_str(), nullptr, nullptr), 0);
   const MEMAREA_PTR second(MEMAREA_Create());
@@ -82,21 +61,20 @@ TEST(HexSave, ReadsBackEqualRangeForRange) {
 }
 
 TEST(HexSave, IndependentToolReadsTheSameAndIsRead) {
-  if (std::system("objcopy --version > /dev/null 2>&1") != 0) {
+  if (!RunShell("objcopy --version > /dev/null 2>&1")) {
     GTEST_SKIP() << "objcopy is not installed";
   }
   const TempDir dir;
-  std::string binary;
-  const MEMAREA_PTR area = MakeScattered(&binary);
+  const MEMAREA_PTR area = MakeScattered(0, 300000);
+  const std::string binary = MakeBinary(area.get());
   ASSERT_EQ(MEMAREA_SaveHex(area.get(), (dir / "a.hex").c_str(), nullptr, nullptr), 0);
-  const std::string to = "cd " + dir.Path() + " && objcopy --gap-fill 0xFF -I ihex -O binary a.hex";
-  ASSERT_EQ(std::system((to + " a.bin && objcopy -I binary -O ihex a.bin b.hex").c_str()), 0);
-  EXPECT_TRUE(ReadText(dir / "a.bin") == binary);
+  ASSERT_TRUE(RunShell("cd " + dir.path() +
+                       " && objcopy --gap-fill 0xFF -I ihex -O binary a.hex a.bin"
+                       " && objcopy -I binary -O ihex a.bin b.hex"));
+  EXPECT_TRUE(ReadFile(dir / "a.bin") == binary);
   const MEMAREA_PTR second(MEMAREA_Create());
   ASSERT_EQ(MEMAREA_LoadHex(second.get(), (dir / "b.hex").c_str(), nullptr, nullptr), 0);
-  u64 numBytes = 0;
-  const u8* data = MEMAREA_GetRange(second.get(), 0, nullptr, &numBytes);
-  EXPECT_TRUE(std::string(data, data + numBytes) == binary);
+  EXPECT_TRUE(MakeBinary(second.get()) == binary);
 }
 
 }  // namespace
