@@ -22,14 +22,13 @@ CUSTOM_STEP Step(u32 Action, u32 Value0, u32 Value1) {
 
 // Each action from a buffer of 00 01 .. 0F.
 TEST(Custom, Actions) {
-  struct Row {
+  const struct {
     u32 Action, Value0, Value1;
     const char* sError;  // null: none
     u32 Next;
     const char* sCalls;
     const char* sLog;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {CUSTOM_COMMENT, 0, 0, nullptr, 8, "", "//\r\n   // Hello\r\n   //\n"},
       {CUSTOM_DELAY, 70000, 0, nullptr, 8, "", "Executing Delay (65535 ms)\n"},
       {CUSTOM_ACTIVATE_CS, 0, 0, nullptr, 8, "Line c\n", "Executing Activate CS ()\n"},
@@ -54,34 +53,34 @@ TEST(Custom, Actions) {
       {CUSTOM_VAR_BNE, 0, 3, nullptr, 8, "", ""},
       {CUSTOM_NUM_ACTIONS, 0, 0, "Invalid parameters", 7, "", ""},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << row.Action << " " << row.Value0 << " " << row.Value1);
-    FlashScope scope;
-    FakeDriver fake;
+    FakeScope fake;
     fake.Status = {0x5A};
     for (u8 i = 0; i < 16; ++i) {
       CUSTOM_GetVarBuffer()[i] = i;
     }
-    scope.FrontEnd().ClearLog();
+    fake.FrontEnd().ClearLog();
     u32 index = 7;
     const CUSTOM_STEP step = Step(row.Action, row.Value0, row.Value1);
     const char* sError = CUSTOM_RunStep(&step, &index);
     EXPECT_STREQ(sError, row.sError);
     EXPECT_EQ(index, row.Next);
     EXPECT_EQ(fake.Log, row.sCalls);
-    EXPECT_TRUE(scope.FrontEnd().HasLog(row.sLog)) << scope.FrontEnd().GetLog();
+    EXPECT_TRUE(fake.FrontEnd().HasLog(row.sLog)) << fake.FrontEnd().GetLog();
   }
 }
 
 TEST(Custom, LogicStaysInTheBuffer) {
-  struct Row {
+  const struct {
     u32 Action, Value0, Value1;
-    u8 After;
-  };
+    u8 Before, After;
+  } rows[] = {{CUSTOM_VAR_AND, 15, 0x3C, 0xCD, 0x0C},
+              {CUSTOM_VAR_OR, 99, 0xF0, 0x0F, 0xFF},
+              {CUSTOM_VAR_XOR, 15, 0xFFFF, 0x0F, 0xF0}};
   FlashScope scope;
-  for (const Row& row : {Row{CUSTOM_VAR_AND, 15, 0x3C, 0x0C}, Row{CUSTOM_VAR_OR, 99, 0xF0, 0xFF},
-                         Row{CUSTOM_VAR_XOR, 15, 0xFFFF, 0xF0}}) {
-    CUSTOM_GetVarBuffer()[15] = row.Action == CUSTOM_VAR_AND ? 0xCD : 0x0F;
+  for (const auto& row : rows) {
+    CUSTOM_GetVarBuffer()[15] = row.Before;
     u32 index = 0;
     const CUSTOM_STEP step = Step(row.Action, row.Value0, row.Value1);
     EXPECT_EQ(CUSTOM_RunStep(&step, &index), nullptr);
@@ -90,10 +89,9 @@ TEST(Custom, LogicStaysInTheBuffer) {
 }
 
 TEST(Custom, Sequences) {
-  FlashScope scope;
-  FakeDriver fake;
+  FakeScope fake;
   EXPECT_EQ(CUSTOM_RunSteps(nullptr, 0, "init sequence"), 0);
-  EXPECT_TRUE(scope.FrontEnd().HasLog("Executing init sequence...\n - Executed successfully\n"));
+  EXPECT_TRUE(fake.FrontEnd().HasLog("Executing init sequence...\n - Executed successfully\n"));
   // A branch beyond the end is an end.
   CUSTOM_GetVarBuffer()[0] = 0;
   CUSTOM_STEP steps[] = {Step(CUSTOM_VAR_BEQ, 0, 9), Step(CUSTOM_WRITE_DATA, 1, 0)};
@@ -105,7 +103,7 @@ TEST(Custom, Sequences) {
   VORTIC_SetErrorOutHandler(DRIVER_GetErrorHandler());
   fake.ErrorAtTransfer = 5;
   EXPECT_EQ(CUSTOM_RunSteps(steps, 2, "x"), -1);
-  EXPECT_EQ(scope.FrontEnd().GetBoxTexts(), "Link lost\n");
+  EXPECT_EQ(fake.FrontEnd().GetBoxTexts(), "Link lost\n");
 }
 
 }  // namespace

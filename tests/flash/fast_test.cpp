@@ -11,26 +11,24 @@ namespace {
 
 constexpr i32 kFirstDevice = 0;  // M25P10-A, protection format 3
 
-void FillPara(SPI_FLASH_INFO& i) {
-  i.StatusIsReadyBit = 1;
-  i.StatusBitPos = 7;
-  i.UseQuadMode = 1;
-  i.CmdReadDataQuad = 0x6B;
-  i.CmdWritePageQuad = 0x32;
-  i.NumDummyCyclesQuad = 8;
-  i.StatusRegFormat = 6;  // the row's counts
-  i.RdCmdTransferMode = 1;
-  i.WrCmdTransferMode = 2;
-  i.WrAddrTransferMode = 3;
-  i.RdAddrTransferMode = 4;
-  i.CmdInitPageProg = 0x77;
-  i.CmdInitErase = 0x88;
-}
-
 TEST(Fast, ParameterBlocks) {
   FlashScope scope;
   ASSERT_EQ(FLASH_SelectDevice(kFirstDevice, false), 0);
-  FlashScope::SetFlash(FillPara);
+  FlashScope::SetFlash([](SPI_FLASH_INFO& i) {
+    i.StatusIsReadyBit = 1;
+    i.StatusBitPos = 7;
+    i.UseQuadMode = 1;
+    i.CmdReadDataQuad = 0x6B;
+    i.CmdWritePageQuad = 0x32;
+    i.NumDummyCyclesQuad = 8;
+    i.StatusRegFormat = 6;  // the row's counts
+    i.RdCmdTransferMode = 1;
+    i.WrCmdTransferMode = 2;
+    i.WrAddrTransferMode = 3;
+    i.RdAddrTransferMode = 4;
+    i.CmdInitPageProg = 0x77;
+    i.CmdInitErase = 0x88;
+  });
   FlashScope::SetProduction([](PROJ_PRODUCTION& p) {
     p.TimeoutEraseSect = 0x01020304;
     p.TimeoutEraseChip = 0x11;
@@ -60,101 +58,75 @@ TEST(Fast, ParameterBlocks) {
 }
 
 // A table device of 16 sectors in fast mode.
-struct FastScope {
+struct FastScope : FakeScope {
   FastScope() {
-    fake.MissingFunc.clear();
+    MissingFunc.clear();
     FLASH_SelectDevice(kFirstDevice, false);
     SETUP_SetAutoBlankCheck(0);
-    const std::vector<u8> data(0x18000, 0x5A);
-    MEMAREA_AddRange(pImage.get(), 0, data.size(), data.data());
   }
-  FlashScope scope;
-  FakeDriver fake;
-  MEMAREA_PTR pImage{MEMAREA_Create()};
+  MEMAREA_PTR pImage = MakeImage({{0, 0x18000}});
 };
 
 TEST(Fast, IsEnteredForTableDevicesOnly) {
-  struct Row {
+  const struct {
     i32 Device;
     u8 Init;
     std::set<i32> Missing;
-    u32 PageShift;
-    u32 ParaSize;
-  };
-  for (const Row& row :
-       {Row{kFirstDevice, 0, {}, 8, 56}, Row{kFirstDevice, 1, {}, 8, 64},
-        Row{kFirstDevice, 1, {72}, 8, 0}, Row{-1, 0, {}, 8, 0}, Row{kFirstDevice, 0, {}, 17, 0}}) {
+    u32 PageShift, ParaSize;
+  } rows[] = {{kFirstDevice, 0, {}, 8, 56},
+              {kFirstDevice, 1, {}, 8, 64},
+              {kFirstDevice, 1, {72}, 8, 0},
+              {-1, 0, {}, 8, 0},
+              {kFirstDevice, 0, {}, 17, 0}};
+  for (const auto& row : rows) {
     FastScope fast;
-    fast.fake.MissingFunc = row.Missing;
+    fast.MissingFunc = row.Missing;
     FLASH_SelectDevice(row.Device, false);
-    FlashScope::SetFlash([&](SPI_FLASH_INFO& i) {
-      i.SendInitCommands = row.Init;
-      i.PageSizeShift = row.PageShift;
-    });
+    With(&SPI_FLASH_INFO::SendInitCommands, row.Init)(fast);
+    With(&SPI_FLASH_INFO::PageSizeShift, row.PageShift)(fast);
     EXPECT_EQ(FLASH_Connect(), 0);
-    EXPECT_EQ(fast.fake.FastPara.size(), row.ParaSize);
+    EXPECT_EQ(fast.FastPara.size(), row.ParaSize);
     EXPECT_EQ(FLASH_State().FastMode != 0, row.ParaSize != 0);
     FLASH_Disconnect();
-    EXPECT_EQ(fast.fake.Has("LeaveFast"), row.ParaSize != 0);
+    EXPECT_EQ(fast.Has("LeaveFast"), row.ParaSize != 0);
   }
 }
 
 // Whatever goes wrong in the library's queue, no operation passes, and none hangs.
 TEST(Fast, QueueFaults) {
-  struct Row {
+  const struct {
     const char* sName;
     int QueueResult;
     std::deque<int> Wait;
-    i32 Missing;         // added to what is asked for
-    const char* sErase;  // null: passes
-    const char* sProgram;
-    const char* sVerify;
+    i32 Missing;            // added to what is asked for
+    const char* apAddr[3];  // what erasing, programming and verifying fail at; null: passes
+  } rows[] = {
+      {"good", 0, {1, 1, 0}, 0, {}},
+      {"wait fails", 0, {1, -1}, 0, {"0x00001234", "0x00001234", "0x00001234"}},
+      {"refused, wait fine", -1, {0}, 0, {"0x00000000", "0x00000000", "0x00000000"}},
+      {"no wait", 0, {0}, 43, {"0x00000000", "0x00000000", "0x00000000"}},
+      {"no erase", 0, {0}, 48, {"0x00000000", nullptr, nullptr}},
+      {"no program", 0, {0}, 46, {nullptr, "0x00000000", nullptr}},
+      {"no verify", 0, {0}, 47, {nullptr, nullptr, "0x00000000"}},
   };
-  const Row rows[] = {
-      {"good", 0, {1, 1, 0}, 0, nullptr, nullptr, nullptr},
-      {"wait fails",
-       0,
-       {1, -1},
-       0,
-       "Erase failed @ address 0x00001234",
-       "Programming failed @ address 0x00001234",
-       "Verify failed @ address 0x00001234"},
-      {"refused, wait fine",
-       -1,
-       {0},
-       0,
-       "Erase failed @ address 0x00000000",
-       "Programming failed @ address 0x00000000",
-       "Verify failed @ address 0x00000000"},
-      {"no wait",
-       0,
-       {0},
-       43,
-       "Erase failed @ address 0x00000000",
-       "Programming failed @ address 0x00000000",
-       "Verify failed @ address 0x00000000"},
-      {"no erase", 0, {0}, 48, "Erase failed @ address 0x00000000", nullptr, nullptr},
-      {"no program", 0, {0}, 46, nullptr, "Programming failed @ address 0x00000000", nullptr},
-      {"no verify", 0, {0}, 47, nullptr, nullptr, "Verify failed @ address 0x00000000"},
-  };
-  for (const Row& row : rows) {
+  const char* const apFailed[] = {"Erase failed @ address ", "Programming failed @ address ",
+                                  "Verify failed @ address "};
+  const char* const apCalls[] = {"QueueErase 0 10000\nQueueErase 10000 10000\n",
+                                 "Queue 0 10000\nQueue 10000 8000\n", ""};
+  for (const auto& row : rows) {
     for (u32 op = 0; op < 3; ++op) {
       SCOPED_TRACE(testing::Message() << row.sName << " " << op);
       FastScope fast;
-      fast.fake.FastResult = row.QueueResult;
-      fast.fake.WaitResults = row.Wait;
-      fast.fake.MissingFunc = {row.Missing};
-      const char* sText = op == 0 ? row.sErase : op == 1 ? row.sProgram : row.sVerify;
+      fast.FastResult = row.QueueResult;
+      fast.WaitResults = row.Wait;
+      fast.MissingFunc = {row.Missing};
       op == 0   ? FLASH_EraseAffected(fast.pImage.get())
       : op == 1 ? FLASH_Program(fast.pImage.get(), true)
                 : FLASH_Verify(fast.pImage.get());
-      const std::string boxes = fast.scope.FrontEnd().GetBoxTexts();
-      EXPECT_EQ(boxes.find("Completed after") != std::string::npos, sText == nullptr) << boxes;
-      EXPECT_TRUE(sText == nullptr || boxes.find(sText) != std::string::npos) << boxes;
-      EXPECT_TRUE(sText != nullptr || op != 1 ||
-                  fast.fake.Has("Queue 0 10000\nQueue 10000 8000\n"));
-      EXPECT_TRUE(sText != nullptr || op != 0 ||
-                  fast.fake.Has("QueueErase 0 10000\nQueueErase 10000 10000\n"));
+      const char* sAddr = row.apAddr[op];
+      EXPECT_EQ(fast.FrontEnd().HasBox("Completed after"), sAddr == nullptr);
+      EXPECT_TRUE(sAddr == nullptr || fast.FrontEnd().HasBox(std::string(apFailed[op]) + sAddr));
+      EXPECT_TRUE(sAddr != nullptr || fast.Has(apCalls[op])) << fast.Log;
     }
   }
 }
@@ -162,17 +134,16 @@ TEST(Fast, QueueFaults) {
 TEST(Fast, BusyForEverEndsByCancelOrError) {
   for (const bool isError : {false, true}) {
     FastScope fast;
-    fast.fake.WaitResults = {1};
-    FakeDriver& fake = fast.fake;
+    fast.WaitResults = {1};
     bool isDone = false;
-    fast.scope.FrontEnd().OnRefresh = [&](PROGRESS_INFO* p) {
+    fast.FrontEnd().OnRefresh = [&](PROGRESS_INFO* p) {
       if (p->Value == 0x18000 && p->Canceled == 0 && !isDone) {  // the last block is queued
         isDone = true;
-        isError ? fake.pfError("Link lost") : PROGRESS_Cancel(p);
+        isError ? fast.pfError("Link lost") : PROGRESS_Cancel(p);
       }
     };
     FLASH_Verify(fast.pImage.get());
-    EXPECT_EQ(fast.scope.FrontEnd().GetBoxTexts(),
+    EXPECT_EQ(fast.FrontEnd().GetBoxTexts(),
               isError ? "Link lost\nFailed to verify target.\n" : "Verify canceled by user\n");
   }
 }

@@ -128,125 +128,78 @@ int LeaveFast() {
   return 0;
 }
 
-template <class F>
-VORTIC_FUNC AsFunc(F* pf) {
-  return reinterpret_cast<VORTIC_FUNC>(pf);
+template <class TO, class F>
+TO As(F f) {
+  return reinterpret_cast<TO>(+f);
 }
 
 VORTIC_FUNC GetpFunc(int32_t Index) {
-  if (pFake->MissingFunc.contains(Index)) {
-    return nullptr;
-  }
-  switch (Index) {
-    case 1:
-      return AsFunc(RunList);
-    case 43:
-      return AsFunc(Wait);
-    case 44:
-      return AsFunc(LeaveFast);
-    case 45:
-      return AsFunc(EnterFast<56>);
-    case 46:
-    case 47:
-      return AsFunc(QueueData);
-    case 48:
-      return AsFunc(QueueErase);
-    case 72:
-      return AsFunc(EnterFast<64>);
-    default:
-      return nullptr;
-  }
+  static const std::map<i32, VORTIC_FUNC> functions = {
+      {1, As<VORTIC_FUNC>(RunList)},     {43, As<VORTIC_FUNC>(Wait)},
+      {44, As<VORTIC_FUNC>(LeaveFast)},  {45, As<VORTIC_FUNC>(EnterFast<56>)},
+      {46, As<VORTIC_FUNC>(QueueData)},  {47, As<VORTIC_FUNC>(QueueData)},
+      {48, As<VORTIC_FUNC>(QueueErase)}, {72, As<VORTIC_FUNC>(EnterFast<64>)},
+  };
+  const auto it = functions.find(Index);
+  return it == functions.end() || pFake->MissingFunc.contains(Index) ? nullptr : it->second;
 }
 
-template <class F>
-void* AsVoid(F* pf) {
-  return reinterpret_cast<void*>(pf);
-}
-
-template <int VALUE>
-int Answer() {
-  return VALUE;
-}
-
-int SelectAny() {
-  return pFake->SelectResult;
-}
 const char* OpenEx(void* /*pReserved*/, VORTIC_TEXT_HANDLER* pfLog) {
   Note("Open");
   pfLog("Probe announces itself");
   return pFake->sOpen;
 }
-void Close() {
-  Note("Close");
-}
-void SetErrorHandler(VORTIC_TEXT_HANDLER* pf) {
-  pFake->pfError = pf;
-}
-i32 GetProductId() {
-  return pFake->ProductId;
-}
-const char* NullText() {
-  return nullptr;
-}
+
 int GetAvailable(u32* pMask) {
   *pMask = pFake->Interfaces;
   return 0;
 }
+
 int SelectTif(i32 Interface) {
   Note("Tif %d", Interface);
   return 0;
 }
-void SetSpeed(u32 SpeedkHz) {
-  Note("Speed %u", SpeedkHz);
-}
-u32 GetSpeed() {
-  return 0xABCD0FA0;  // the high half is noise
-}
+
 int GetHWStatus(VORTIC_HW_STATUS* pStatus) {
   pStatus->VTarget = pFake->MilliVolts;
   return pFake->HwResult;
 }
+
 int Exec(const char* sCommand, char* /*pError*/, i32 /*Size*/) {
   Note("Exec %s", sCommand);
   return pFake->ExecResult;
 }
-template <char LETTER>
-void Line() {
-  Note("Line %c", LETTER);
-}
 
 void* Lookup(const char* sName) {
+  const auto select = [] { return pFake->SelectResult; };
   static const std::map<std::string, void*> functions = {
-      {"VORTICARM_SelectUSB", AsVoid(SelectAny)},
-      {"VORTICARM_EMU_SelectByUSBSN", AsVoid(SelectAny)},
-      {"VORTIC_EMU_SelectByUSBNickname", AsVoid(SelectAny)},
-      {"VORTICARM_SelectIP", AsVoid(SelectAny)},
-      {"VORTICARM_OpenEx", AsVoid(OpenEx)},
-      {"VORTICARM_Close", AsVoid(Close)},
-      {"VORTICARM_SetErrorOutHandler", AsVoid(SetErrorHandler)},
-      {"VORTICARM_SetLogFile", AsVoid(Answer<0>)},
-      {"VORTICARM_EMU_GetProductId", AsVoid(GetProductId)},
-      {"VORTICARM_GetSN", AsVoid(Answer<-7>)},
-      {"VORTICARM_GetCompileDateTime", AsVoid(NullText)},
-      {"VORTICARM_TIF_GetAvailable", AsVoid(GetAvailable)},
-      {"VORTICARM_TIF_Select", AsVoid(SelectTif)},
-      {"VORTICARM_SetSpeed", AsVoid(SetSpeed)},
-      {"VORTICARM_GetSpeed", AsVoid(GetSpeed)},
-      {"VORTICARM_GetHWStatus", AsVoid(GetHWStatus)},
-      {"VORTICARM_ExecCommand", AsVoid(Exec)},
-      {"VORTICARM_ClrRESET", AsVoid(Line<'r'>)},
-      {"VORTICARM_SetRESET", AsVoid(Line<'R'>)},
-      {"VORTICARM_ClrTMS", AsVoid(Line<'c'>)},
-      {"VORTICARM_SetTMS", AsVoid(Line<'C'>)},
-      {"VORTIC_SPI_Transfer", AsVoid(Transfer)},
-      {"VORTIC_GetpFunc", AsVoid(GetpFunc)},
+      {"VORTICARM_SelectUSB", As<void*>(select)},
+      {"VORTICARM_EMU_SelectByUSBSN", As<void*>(select)},
+      {"VORTIC_EMU_SelectByUSBNickname", As<void*>(select)},
+      {"VORTICARM_SelectIP", As<void*>(select)},
+      {"VORTICARM_OpenEx", As<void*>(OpenEx)},
+      {"VORTICARM_Close", As<void*>([] { Note("Close"); })},
+      {"VORTICARM_SetErrorOutHandler",
+       As<void*>([](VORTIC_TEXT_HANDLER* pf) { pFake->pfError = pf; })},
+      {"VORTICARM_SetLogFile", As<void*>([] { return 0; })},
+      {"VORTICARM_EMU_GetProductId", As<void*>([] { return pFake->ProductId; })},
+      {"VORTICARM_GetSN", As<void*>([] { return -7; })},
+      {"VORTICARM_GetCompileDateTime", As<void*>([]() -> const char* { return nullptr; })},
+      {"VORTICARM_TIF_GetAvailable", As<void*>(GetAvailable)},
+      {"VORTICARM_TIF_Select", As<void*>(SelectTif)},
+      {"VORTICARM_SetSpeed", As<void*>([](u32 SpeedkHz) { Note("Speed %u", SpeedkHz); })},
+      {"VORTICARM_GetSpeed", As<void*>([] { return 0xABCD0FA0; })},  // the high half is noise
+      {"VORTICARM_GetHWStatus", As<void*>(GetHWStatus)},
+      {"VORTICARM_ExecCommand", As<void*>(Exec)},
+      {"VORTICARM_ClrRESET", As<void*>([] { Note("Line r"); })},
+      {"VORTICARM_SetRESET", As<void*>([] { Note("Line R"); })},
+      {"VORTICARM_ClrTMS", As<void*>([] { Note("Line c"); })},
+      {"VORTICARM_SetTMS", As<void*>([] { Note("Line C"); })},
+      {"VORTIC_SPI_Transfer", As<void*>(Transfer)},
+      {"VORTIC_GetpFunc", As<void*>(GetpFunc)},
   };
   const auto it = functions.find(sName);
   return it == functions.end() || pFake->Missing.contains(sName) ? nullptr : it->second;
-}
-
-u32 GetFullLogLevel() {
-  return 9;
 }
 
 // A NOR flash of 16 sectors that is known by hand.
@@ -256,9 +209,7 @@ void SetPlainChip(SPI_FLASH_INFO& info) {
   info.NumPages = 4096;
   info.PageSizeShift = 8;
   info.SectorSizeShift = 16;
-  info.abID[0] = 0xEF;
-  info.abID[1] = 0x40;
-  info.abID[2] = 0x18;
+  std::copy_n("\xEF\x40\x18", 3, info.abID);
 }
 
 }  // namespace
@@ -266,7 +217,7 @@ void SetPlainChip(SPI_FLASH_INFO& info) {
 FlashScope::FlashScope() {
   setenv("XDG_CONFIG_HOME", m_Dir.path().c_str(), 1);
   APP_EngineHooks.pfDisconnect = FLASH_Disconnect;
-  APP_EngineHooks.pfGetLogLevel = GetFullLogLevel;
+  APP_EngineHooks.pfGetLogLevel = [] { return 9u; };
   SETUP_Init();
   FLASH_ResetConnection();
   PROJECT_New(nullptr);
@@ -305,4 +256,13 @@ FakeDriver::~FakeDriver() {
   FLASH_Disconnect();
   FLASH_ResetConnection();
   DRIVER_SetLookup(nullptr);
+}
+
+MEMAREA_PTR MakeImage(const Ranges& ranges, u8 Value) {
+  MEMAREA_PTR pArea(MEMAREA_Create());
+  for (const auto& [addr, numBytes] : ranges) {
+    const std::vector<u8> data(numBytes, Value);
+    MEMAREA_AddRange(pArea.get(), addr, numBytes, data.data());
+  }
+  return pArea;
 }

@@ -4,10 +4,12 @@
 #include <functional>
 #include <set>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "flash/connect.h"
 #include "flash/spi.h"
+#include "image/memarea.h"
 #include "project/project.h"
 #include "tests/support/engine_scope.h"
 #include "tests/support/fake_time.h"
@@ -64,3 +66,30 @@ struct FakeDriver {
 
   bool Has(const std::string& line) const { return Log.find(line) != std::string::npos; }
 };
+
+// What a row of a table changes before the test runs.
+using Arrangement = std::function<void(FakeDriver&)>;
+
+// Gives a field of the fake, or of the project's flash description, a value.
+template <class RECORD, class FIELD>
+Arrangement With(FIELD RECORD::*pField, std::type_identity_t<FIELD> value) {
+  return [=](FakeDriver& fake) {
+    if constexpr (std::is_same_v<RECORD, FakeDriver>) {
+      fake.*pField = value;
+    } else {
+      FlashScope::SetFlash([&](SPI_FLASH_INFO& info) { info.*pField = value; });
+    }
+  };
+}
+
+// A scope whose driver library is the fake.
+struct FakeScope : FlashScope, FakeDriver {
+  explicit FakeScope(const std::vector<Arrangement>& arrangements = {}) {
+    for (const Arrangement& arrange : arrangements) {
+      arrange(*this);
+    }
+  }
+};
+
+using Ranges = std::vector<std::pair<u64, u64>>;  // address, number of bytes
+MEMAREA_PTR MakeImage(const Ranges& ranges, u8 Value = 0x5A);
