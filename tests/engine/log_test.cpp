@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <thread>
 
 #include "app/engine/app_state.h"
@@ -34,36 +35,32 @@ class LogTest : public testing::Test {
 };
 
 TEST_F(LogTest, LevelAndDepthDecideWhatShows) {
-  struct ROW {
+  constexpr struct {
     u32 Level, Depth;
     bool Detail, Outcome;
-  };
-  constexpr ROW ROWS[] = {{1, 0, true, true},   {1, 1, false, true}, {2, 1, true, true},
-                          {2, 2, false, false}, {3, 1, true, true},  {3, 2, false, true},
-                          {4, 2, true, true},   {8, 4, true, true},  {8, 5, false, false},
-                          {9, 20, true, true}};
-  for (const ROW& row : ROWS) {
+  } ROWS[] = {{1, 0, true, true},   {1, 1, false, true}, {2, 1, true, true}, {2, 2, false, false},
+              {3, 1, true, true},   {3, 2, false, true}, {4, 2, true, true}, {8, 4, true, true},
+              {8, 5, false, false}, {9, 20, true, true}};
+  for (const auto& row : ROWS) {
     SCOPED_TRACE(testing::Message() << "level " << row.Level << " depth " << row.Depth);
-    APP_LogReset();
     LogLevel = row.Level;
-    for (u32 i = 0; i < row.Depth; ++i) {
-      APP_LogBegin("Open");
-    }
-    m_FrontEnd.ClearLog();
+    const auto open = [&] {
+      APP_LogReset();
+      for (u32 i = 0; i < row.Depth; ++i) {
+        APP_LogBegin("Open");
+      }
+      m_FrontEnd.ClearLog();
+    };
+    open();
     APP_LogInfo("Detail");
-    APP_LogBegin("Headline");
-    APP_LogEnd();
     AddLogLine("Always");
     APP_LogError("Bad");
+    APP_LogBegin("Headline");
     EXPECT_EQ(row.Detail, m_FrontEnd.HasLog("Detail"));
     EXPECT_EQ(row.Detail, m_FrontEnd.HasLog("Headline"));
     EXPECT_EQ(row.Outcome, m_FrontEnd.HasLog("ERROR: Bad"));
     EXPECT_TRUE(m_FrontEnd.HasLog("Always"));
-    APP_LogReset();
-    for (u32 i = 0; i < row.Depth; ++i) {
-      APP_LogBegin("Open");
-    }
-    m_FrontEnd.ClearLog();
+    open();
     APP_LogEndEx("Closed");
     EXPECT_EQ(row.Outcome && row.Depth != 0, m_FrontEnd.HasLog("Closed"));
   }
@@ -161,7 +158,6 @@ TEST_F(LogTest, CompletedTellsTheTimeOnceAtTheTop) {
 }
 
 TEST_F(LogTest, LogFileHoldsPlainLines) {
-  AddLogLine("before");
   WriteFile(LogFileName, "of the last run");
   APP_EnableLogFile(true);
   APP_EnableLogFile(true);  // must not start the file anew
@@ -177,14 +173,11 @@ TEST_F(LogTest, LogFileHoldsPlainLines) {
   APP_EnableLogFile(true);
   APP_EnableLogFile(false);
   EXPECT_EQ("", ReadFile(LogFileName));
-}
-
-TEST_F(LogTest, LogFileThatCannotBeOpenedOnlyWarns) {
+  // A file that can't be opened is told, and the log goes on.
   LogFileName = m_Dir.file("none/Korvane.log");
   APP_EnableLogFile(true);
-  EXPECT_EQ("Could not open file [" + LogFileName + "]\nPath not found!\n",
-            m_FrontEnd.GetBoxTexts());
   AddLogLine("goes on");
+  EXPECT_TRUE(m_FrontEnd.HasBox("Could not open file [" + LogFileName + "]\nPath not found!\n"));
   EXPECT_TRUE(m_FrontEnd.HasLog("goes on\n"));
 }
 
@@ -207,15 +200,13 @@ TEST_F(LogTest, LinesOfSeveralThreadsStayWhole) {
     thread.join();
   }
   APP_EnableLogFile(false);
-  const std::string content = ReadFile(LogFileName);
+  std::map<std::string, u32> counts;
+  std::ifstream file(LogFileName);
+  for (std::string line; std::getline(file, line);) {
+    ++counts[line];
+  }
   for (char c : {'a', 'b', 'c', 'd'}) {
-    const std::string line = std::string(700, c) + "\r\n";
-    u32 num = 0;
-    for (auto pos = content.find(line); pos != std::string::npos;
-         pos = content.find(line, pos + 1)) {
-      ++num;
-    }
-    EXPECT_EQ(NUM_LINES, num);
+    EXPECT_EQ(NUM_LINES, counts[std::string(700, c) + "\r"]);
   }
 }
 

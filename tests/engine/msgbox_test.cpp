@@ -24,8 +24,10 @@ TEST(MsgBox, AnswerOfTheUserCounts) {
   EXPECT_EQ("", engine.FrontEnd.GetLog());
 }
 
+// Even when boxes are suppressed.
 TEST(MsgBox, TitlesAreJoinedAndTheCheckBoxComesBack) {
   EngineScope engine;
+  APP_State().SuppressGUI = 1;
   u32 checkState = 0;
   APP_MSGBOX_ARGS args;
   args.sTitle = "Erase";
@@ -33,20 +35,19 @@ TEST(MsgBox, TitlesAreJoinedAndTheCheckBoxComesBack) {
   args.sText = "Sure?";
   args.sCheckBox = "Never ask again";
   args.pCheckState = &checkState;
-  engine.FrontEnd.AnswerBox(0, u8{1});
-  APP_MsgBoxEx(args);
+  engine.FrontEnd.AnswerBox(1, u8{1});
+  EXPECT_EQ(1u, APP_MsgBoxAlways(args));
   EXPECT_EQ(1u, checkState);
   EXPECT_EQ("Erase chip", engine.FrontEnd.GetBoxes()[0].Title);
 }
 
 // Each call, in SuppressGUI mode: what it leaves in the log, and the exit status.
 TEST(MsgBox, SuppressedBoxesGoToTheLog) {
-  struct ROW {
+  constexpr struct {
     void (*pfCall)();
     const char* sLog;
     u32 ExitCode;
-  };
-  constexpr ROW ROWS[] = {
+  } ROWS[] = {
       {[] { EXPECT_EQ(1u, AskQuestion()); }, "Korvane SPI V9.38: Really?\n", 0},
       {[] { APP_ShowError("Bad"); }, "Korvane SPI V9.38: Bad\n", 1},
       {[] { APP_ShowErrorf("Bad %d", 5); }, "Korvane SPI V9.38: Bad 5\n", 1},
@@ -74,7 +75,7 @@ TEST(MsgBox, SuppressedBoxesGoToTheLog) {
          AskQuestion();
        },
        "   - Korvane SPI V9.38: Deep\n", 1}};
-  for (const ROW& row : ROWS) {
+  for (const auto& row : ROWS) {
     SCOPED_TRACE(row.sLog);
     EngineScope engine;
     APP_State().SuppressGUI = 1;
@@ -83,16 +84,6 @@ TEST(MsgBox, SuppressedBoxesGoToTheLog) {
     EXPECT_EQ(row.ExitCode, APP_State().ExitCode);
     EXPECT_TRUE(engine.FrontEnd.GetBoxes().empty());
   }
-}
-
-TEST(MsgBox, SomeBoxesShowEvenWhenSuppressed) {
-  EngineScope engine;
-  APP_State().SuppressGUI = 1;
-  engine.FrontEnd.AnswerBox(1);
-  APP_MSGBOX_ARGS args;
-  args.sText = "Overwrite?";
-  EXPECT_EQ(1u, APP_MsgBoxAlways(args));
-  EXPECT_EQ("Overwrite?\n", engine.FrontEnd.GetBoxTexts());
 }
 
 TEST(MsgBox, LongErrorListIsCutBetweenCharacters) {
