@@ -25,21 +25,20 @@ bool IsSaved(const ProjectScope& scope) {
 }  // namespace
 
 TEST(ProjectLife, CloseModified) {
-  enum class Answer { None, Yes, No, Reject };
+  constexpr int kReject = 2;
   const struct {
     const char* sName;
-    Answer First;
+    int First;  // button that answers the question
     bool AutoSave, ReadOnly, Saved;
-    int Result;
     u32 NumQuestions;
   } cases[] = {
-      {"yes", Answer::Yes, false, false, true, 0, 1},
-      {"no", Answer::No, false, false, false, 0, 1},
-      {"closed without a button", Answer::Reject, false, false, false, -1, 1},
-      {"saved without asking", Answer::None, true, false, true, 0, 0},
+      {"yes", 0, false, false, true, 1},
+      {"no", 1, false, false, false, 1},
+      {"closed without a button", kReject, false, false, false, 1},
+      {"saved without asking", 1, true, false, true, 0},
       // Read-only: the store's message and the second question, answered No, keep it open.
-      {"read-only", Answer::Yes, false, true, false, -1, 3},
-      {"read-only, without asking", Answer::None, true, true, false, -1, 2},
+      {"read-only", 0, false, true, false, 3},
+      {"read-only, without asking", 1, true, true, false, 2},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.sName);
@@ -49,18 +48,16 @@ TEST(ProjectLife, CloseModified) {
     if (c.ReadOnly) {
       std::filesystem::permissions(scope.ProjectFile(), std::filesystem::perms::owner_read);
     }
-    if (c.First == Answer::Reject) {
-      scope.FrontEnd.RejectBox();
-    } else if (c.First != Answer::None) {
-      scope.FrontEnd.AnswerBox(c.First == Answer::Yes ? 0 : 1);
-    }
-    EXPECT_EQ(PROJECT_Close(), c.Result);
-    EXPECT_EQ(PROJECT_IsOpen(), c.Result == 0 ? 0 : 1);
-    EXPECT_EQ(scope.NumDisconnects, c.Result == 0 ? 1u : 0u);
+    c.First == kReject ? scope.FrontEnd.RejectBox()
+                       : scope.FrontEnd.AnswerBox(static_cast<u32>(c.First));
+    const bool isClosed = !c.ReadOnly && c.First != kReject;
+    EXPECT_EQ(PROJECT_Close(), isClosed ? 0 : -1);
+    EXPECT_EQ(PROJECT_IsOpen(), isClosed ? 0 : 1);
+    EXPECT_EQ(scope.NumDisconnects, isClosed ? 1u : 0u);
     EXPECT_EQ(IsSaved(scope), c.Saved);
     const auto boxes = scope.FrontEnd.GetBoxes();
     ASSERT_EQ(boxes.size(), c.NumQuestions);
-    if (c.First != Answer::None) {
+    if (!c.AutoSave) {
       EXPECT_EQ(boxes[0].Text, kCloseQuestion);
       EXPECT_EQ(boxes[0].DefaultBtn, 1u);
     }
@@ -98,7 +95,6 @@ TEST(ProjectLife, NewWithoutAName) {
   EXPECT_EQ(RECENT_GetCount(RECENT_PROJECTS), 0u);
   const auto pFlash = GetBlock(PROJECT_GetFlash);
   EXPECT_EQ(pFlash->NumPages + pFlash->PageSizeShift + pFlash->SectorSizeShift, 0u);
-  EXPECT_EQ(pFlash->CmdInitErase, 0x41);
   EXPECT_EQ(scope.Power, 200u);
   scope.FrontEnd.CancelFile();
   EXPECT_EQ(PROJECT_Save(), -1);

@@ -6,36 +6,21 @@
 
 namespace {
 
-struct READ_CASE {
-  const char* sName;
-  std::string Content;
-  std::function<u64()> Value;
-  u64 Expected;
-};
+using VALUE = std::function<u64()>;
 
-u64 Flash(u32 SPI_FLASH_INFO::*pField) {
-  return (*GetBlock(PROJECT_GetFlash)).*pField;
+// Reads one field of a block of the project.
+template <class BLOCK, class FIELD>
+VALUE Field(void (*pfGet)(BLOCK*), FIELD BLOCK::*pField) {
+  return [=] { return u64{(*GetBlock(pfGet)).*pField}; };
 }
-u64 Flash(u8 SPI_FLASH_INFO::*pField) {
-  return (*GetBlock(PROJECT_GetFlash)).*pField;
+VALUE Flash(auto pField) {
+  return Field(PROJECT_GetFlash, pField);
 }
-u64 Production(u32 PROJ_PRODUCTION::*pField) {
-  return (*GetBlock(PROJECT_GetProduction)).*pField;
-}
-u64 Production(u8 PROJ_PRODUCTION::*pField) {
-  return (*GetBlock(PROJECT_GetProduction)).*pField;
-}
-u64 ConnectMode() {
-  return GetBlock(PROJECT_GetGeneral)->ConnectMode;
-}
-u64 AddrBytes() {
-  return Flash(&SPI_FLASH_INFO::NumAddrBytes);
+VALUE Production(auto pField) {
+  return Field(PROJECT_GetProduction, pField);
 }
 u64 FlashSize() {
   return FLASH_InfoTotalSize(*GetBlock(PROJECT_GetFlash));
-}
-u64 Eeprom() {
-  return Flash(&SPI_FLASH_INFO::EEPROMIndex);
 }
 CUSTOM_STEP Step(u32 i) {
   return GetBlock(PROJECT_GetCpu)->aInitSteps[i];
@@ -44,47 +29,52 @@ CUSTOM_STEP Step(u32 i) {
 }  // namespace
 
 TEST(ProjectRead, KeysAndDefaults) {
-  const READ_CASE cases[] = {
+  const VALUE connectMode = Field(PROJECT_GetGeneral, &PROJ_GENERAL::ConnectMode);
+  const VALUE addrBytes = Flash(&SPI_FLASH_INFO::NumAddrBytes);
+  const VALUE eeprom = Flash(&SPI_FLASH_INFO::EEPROMIndex);
+  const struct {
+    const char *sName, *sContent;
+    VALUE Value;
+    u64 Expected;
+  } cases[] = {
       {"no sections", "", FlashSize, 16 << 20},
-      {"no sections", "nonsense\r\n", AddrBytes, 3},
-      {"missing EraseType", "", [] { return Production(&PROJ_PRODUCTION::EraseType); }, 1},
-      {"missing PerformCompare", "", [] { return Production(&PROJ_PRODUCTION::PerformCompare); },
-       1},
-      {"missing SNLen", "", [] { return Production(&PROJ_PRODUCTION::SNLen); }, 8},
-      {"ConnectIP", "[GENERAL]\r\nConnectIP = 1\r\n", ConnectMode, 2},
-      {"ConnectIP", "[GENERAL]\r\nConnectIP = 0\r\n", ConnectMode, 0},
-      {"both", "[GENERAL]\r\nConnectIP = 1\r\nConnectMode = 1\r\n", ConnectMode, 1},
-      {"ConnectMode cut", "[GENERAL]\r\nConnectMode = 300\r\n", ConnectMode, 2},
-      {"old address key", "[SPI]\r\nAddrBytesReadData = 4\r\n", AddrBytes, 4},
-      {"old address key", "[SPI]\r\nAddrBytesReadFast = 2\r\n", AddrBytes, 3},
-      {"address count wins", "[SPI]\r\nNumAddrBytes = 2\r\nAddrBytesReadData = 4\r\n", AddrBytes,
+      {"no sections", "nonsense\r\n", addrBytes, 3},
+      {"missing EraseType", "", Production(&PROJ_PRODUCTION::EraseType), 1},
+      {"missing PerformCompare", "", Production(&PROJ_PRODUCTION::PerformCompare), 1},
+      {"missing SNLen", "", Production(&PROJ_PRODUCTION::SNLen), 8},
+      {"ConnectIP", "[GENERAL]\r\nConnectIP = 1\r\n", connectMode, 2},
+      {"ConnectIP", "[GENERAL]\r\nConnectIP = 0\r\n", connectMode, 0},
+      {"both", "[GENERAL]\r\nConnectIP = 1\r\nConnectMode = 1\r\n", connectMode, 1},
+      {"ConnectMode cut", "[GENERAL]\r\nConnectMode = 300\r\n", connectMode, 2},
+      {"old address key", "[SPI]\r\nAddrBytesReadData = 4\r\n", addrBytes, 4},
+      {"old address key", "[SPI]\r\nAddrBytesReadFast = 2\r\n", addrBytes, 3},
+      {"address count wins", "[SPI]\r\nNumAddrBytes = 2\r\nAddrBytesReadData = 4\r\n", addrBytes,
        2},
-      {"address count cut", "[SPI]\r\nNumAddrBytes = 33\r\n", AddrBytes, 32},
+      {"address count cut", "[SPI]\r\nNumAddrBytes = 33\r\n", addrBytes, 32},
       {"cut before narrowing", "[SPI]\r\nCmdReadData = 300\r\n",
-       [] { return Flash(&SPI_FLASH_INFO::CmdReadData); }, 255},
-      {"cut from below", "[FLASH]\r\nFlashType = 0\r\n",
-       [] { return Flash(&SPI_FLASH_INFO::FlashType); }, 1},
-      {"negative", "[PRODUCTION]\r\nSNValue = -1\r\n",
-       [] { return Production(&PROJ_PRODUCTION::SNValue); }, 0xFFFFFFFF},
+       Flash(&SPI_FLASH_INFO::CmdReadData), 255},
+      {"cut from below", "[FLASH]\r\nFlashType = 0\r\n", Flash(&SPI_FLASH_INFO::FlashType), 1},
+      {"negative", "[PRODUCTION]\r\nSNValue = -1\r\n", Production(&PROJ_PRODUCTION::SNValue),
+       0xFFFFFFFF},
       {"LF only, no last line end", "[PRODUCTION]\nEraseType=3\n[FLASH]\nNumPages=0x100", FlashSize,
        0x10000},
       {"offers nothing of that value", "[PRODUCTION]\r\nEraseType = 9\r\n",
-       [] { return Production(&PROJ_PRODUCTION::EraseType); }, 4},
+       Production(&PROJ_PRODUCTION::EraseType), 4},
       {"init commands off", "[SPI]\r\nSendInitCommands = 0\r\n",
-       [] { return Flash(&SPI_FLASH_INFO::CmdInitErase); }, 0},
-      {"EEPROM", "[FLASH]\r\nFlashType = 3\r\nDeviceName = \"m95512\"\r\n", Eeprom, 9},
+       Flash(&SPI_FLASH_INFO::CmdInitErase), 0},
+      {"EEPROM", "[FLASH]\r\nFlashType = 3\r\nDeviceName = \"m95512\"\r\n", eeprom, 9},
       {"custom EEPROM", "[FLASH]\r\nFlashType = 3\r\nDeviceName = \"CUSTOM\"\r\n",
-       [] { return Flash(&SPI_FLASH_INFO::IsCustomDevice) << 32 | Eeprom(); }, u64{1} << 32},
-      {"unknown EEPROM", "[FLASH]\r\nFlashType = 3\r\nDeviceName = \"AT1\"\r\n", Eeprom,
+       Flash(&SPI_FLASH_INFO::IsCustomDevice), 1},
+      {"unknown EEPROM", "[FLASH]\r\nFlashType = 3\r\nDeviceName = \"AT1\"\r\n", eeprom,
        0xFFFFFFFF},
-      {"name of a flash", "[FLASH]\r\nFlashType = 1\r\nDeviceName = \"M95512\"\r\n", Eeprom, 0},
+      {"name of a flash", "[FLASH]\r\nFlashType = 1\r\nDeviceName = \"M95512\"\r\n", eeprom, 0},
       {"steps beyond the table", "[CPU]\r\nNumInitSteps = 1000\r\n",
-       [] { return u64{GetBlock(PROJECT_GetCpu)->NumInitSteps}; }, 256},
+       Field(PROJECT_GetCpu, &PROJ_CPU::NumInitSteps), 256},
   };
-  for (const READ_CASE& c : cases) {
-    SCOPED_TRACE(std::string(c.sName) + ": " + c.Content);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.sName) + ": " + c.sContent);
     ProjectScope scope;
-    EXPECT_EQ(scope.Open(c.Content), 0);
+    EXPECT_EQ(scope.Open(c.sContent), 0);
     EXPECT_EQ(c.Value(), c.Expected);
     EXPECT_EQ(scope.FrontEnd.GetBoxTexts(), "");
     EXPECT_EQ(PROJECT_IsModified(), 0);
@@ -113,7 +103,7 @@ TEST(ProjectRead, MalformedKeysAreToldAndTheRestIsRead) {
     EXPECT_TRUE(scope.FrontEnd.GetBoxes()[0].Text.starts_with(c.sMessage))
         << scope.FrontEnd.GetBoxTexts();
     EXPECT_EQ(GetBlock(PROJECT_GetCpu)->Speed0, 50000u);
-    EXPECT_EQ(Production(&PROJ_PRODUCTION::EraseType), 3u);
+    EXPECT_EQ(Production(&PROJ_PRODUCTION::EraseType)(), 3u);
   }
 }
 
