@@ -29,8 +29,10 @@ std::vector<u8> MakeData(u64 NumBytes) {
   return data;
 }
 
-void ReportError(void*, int, const char* sText) {
-  std::fprintf(stderr, "%s\n", sText);
+void ReportError(void*, int Level, const char* sText) {
+  if (Level == FILE_REPORT_ERROR) {
+    std::fprintf(stderr, "%s\n", sText);
+  }
 }
 
 template <class Fn>
@@ -56,8 +58,10 @@ class WorkDir {
   fs::path m_Path;
 };
 
+// The tool's name for the rows is the first of its arguments.
 void CompareProcesses(const std::string& name, const std::vector<std::string>& own,
                       const std::vector<std::string>& tool, double minRatio, bool isSave) {
+  const std::string& toolName = tool.front();
   const BENCH_PROCESS a = BENCH_RunProcess(own, NUM_RUNS);
   const BENCH_PROCESS b = BENCH_RunProcess(tool, NUM_RUNS);
   if (!a.IsDone || !b.IsDone) {
@@ -66,16 +70,16 @@ void CompareProcesses(const std::string& name, const std::vector<std::string>& o
   }
   // A save ends when its data is on the disk, the tool's when the system has it: elapsed time says
   // as much about the disk as about either, so the bound is on processor time there.
-  BENCH_Row(name + ", times objcopy, processor time", b.CpuSeconds / a.CpuSeconds, "x",
+  BENCH_Row(name + ", times " + toolName + ", processor time", b.CpuSeconds / a.CpuSeconds, "x",
             BENCH_BOUND::AtLeast, minRatio);
   if (isSave) {
-    BENCH_Note(name + ", times objcopy, elapsed", b.WallSeconds / a.WallSeconds, "x");
+    BENCH_Note(name + ", times " + toolName + ", elapsed", b.WallSeconds / a.WallSeconds, "x");
   } else {
-    BENCH_Row(name + ", times objcopy, elapsed", b.WallSeconds / a.WallSeconds, "x",
+    BENCH_Row(name + ", times " + toolName + ", elapsed", b.WallSeconds / a.WallSeconds, "x",
               BENCH_BOUND::AtLeast, minRatio);
   }
   BENCH_Note(name + ", elapsed", a.WallSeconds, "s");
-  BENCH_Note(name + ", objcopy, elapsed", b.WallSeconds, "s");
+  BENCH_Note(name + ", " + toolName + ", elapsed", b.WallSeconds, "s");
   BENCH_Row(name + ", peak memory", a.PeakMegabytes, "MB", BENCH_BOUND::AtMost, MAX_PEAK);
 }
 
@@ -99,6 +103,52 @@ void BenchFiles() {
     CompareProcesses(name, {BENCH_GetSelf(), "--child-load", hex},
                      {"objcopy", "-I", "ihex", "-O", "binary", hex, back}, 4, false);
   }
+}
+
+bool HasTool(const std::vector<std::string>& command) {
+  return BENCH_RunProcess(command, 1).IsDone;
+}
+
+void BenchOtherFiles() {
+  const WorkDir dir;
+  const std::string bin = dir.File("image.bin");
+  const std::string mot = dir.File("image.s37");
+  const std::string titxt = dir.File("image.txt");
+  const std::string elf = dir.File("image.elf");
+  const std::string back = dir.File("back.bin");
+  {
+    const std::vector<u8> data = MakeData(IMAGE_SIZE);
+    std::ofstream(bin, std::ios::binary)
+        .write(reinterpret_cast<const char*>(data.data()),
+               static_cast<std::streamsize>(data.size()));
+  }
+  BENCH_Section("Motorola S and TI-TXT, 64 MiB, whole processes");
+  const std::string self = BENCH_GetSelf();
+  for (const std::string& name : {mot, titxt}) {
+    if (!BENCH_RunProcess({self, "--child-save", bin, name}, 1).IsDone) {
+      BENCH_Row("process failed, " + name, 0, "x", BENCH_BOUND::AtLeast, 1);
+      return;
+    }
+  }
+  if (!HasTool({"sh", "-c", "command -v srec_cat > /dev/null"})) {
+    std::printf("  srec_cat is not installed.\n");
+  } else {
+    CompareProcesses("load, Motorola S", {self, "--child-load", mot},
+                     {"srec_cat", mot, "-motorola", "-o", back, "-binary"}, 4, false);
+    CompareProcesses("load, TI-TXT", {self, "--child-load", titxt},
+                     {"srec_cat", titxt, "-ti-txt", "-o", back, "-binary"}, 4, false);
+  }
+  BENCH_Section("ELF, 64 MiB, whole processes");
+  const std::string object = dir.File("image.o");
+  if (!HasTool({"objcopy", "-I", "binary", "-O", "elf64-x86-64", "-B", "i386:x86-64",
+                "--rename-section", ".data=.data,alloc,load,data,contents", bin, object}) ||
+      !HasTool({"ld", "-e", "0", "-z", "noexecstack", "-Ttext=0x1000", "-Tdata=0x10000", "-o", elf,
+                object})) {
+    std::printf("  objcopy or ld is not installed.\n");
+    return;
+  }
+  CompareProcesses("load, ELF", {self, "--child-load", elf}, {"objcopy", "-O", "binary", elf, back},
+                   1, false);
 }
 
 double BenchAdds(const std::vector<u32>& order, u64 stride) {
@@ -202,13 +252,14 @@ void BenchChecksums() {
 int BenchImageChild(const std::vector<std::string>& Args) {
   const MEMAREA_PTR area(MEMAREA_Create());
   if (Args.size() == 2 && Args[0] == "--child-load") {
-    const int result = MEMAREA_LoadHex(area.get(), Args[1].c_str(), ReportError, nullptr);
+    const int result =
+        DATAFILE_Load(area.get(), ReportError, nullptr, Args[1].c_str(), 0, nullptr, nullptr);
     return result == 0 && MEMAREA_GetNumBytes(area.get()) == IMAGE_SIZE ? 0 : 1;
   }
   if (Args.size() == 3 && Args[0] == "--child-save") {
     const bool isDone =
         MEMAREA_LoadBin(area.get(), Args[1].c_str(), 0, ReportError, nullptr) == 0 &&
-        MEMAREA_SaveHex(area.get(), Args[2].c_str(), ReportError, nullptr) == 0;
+        DATAFILE_Save(area.get(), ReportError, nullptr, Args[2].c_str(), 0, 0) == 0;
     return isDone ? 0 : 1;
   }
   return -1;
@@ -216,6 +267,7 @@ int BenchImageChild(const std::vector<std::string>& Args) {
 
 void BenchImage() {
   BenchFiles();
+  BenchOtherFiles();
   BenchRanges();
   BenchPatches();
   BenchChecksums();
