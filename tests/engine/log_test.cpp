@@ -203,7 +203,7 @@ TEST_F(LogTest, LinesOfSeveralThreadsStayWhole) {
   std::map<std::string, u32> counts;
   std::ifstream file(LogFileName);
   for (std::string line; std::getline(file, line);) {
-    ++counts[line];
+    ++counts[line.erase(0, line.find_first_not_of(" -"))];  // of any depth
   }
   for (char c : {'a', 'b', 'c', 'd'}) {
     EXPECT_EQ(NUM_LINES, counts[std::string(700, c) + "\r"]);

@@ -15,6 +15,12 @@ TEST_F(ProjFile, NumbersAndTheirFailures) {
       {"Key = 5", nullptr, 0, 5, ""},
       {"Key = \r\n", nullptr, 0, 0, ""},
       {"Key = 4294967296\n", nullptr, -1, 0, "Expected a value <= 4294967295"},
+      {"Key = 0X10\n", nullptr, 0, 0, ""},
+      {"Key = 0x\n", nullptr, 0, 0, ""},
+      {"Key = -0x10\n", nullptr, 0, 0, ""},
+      {"Key = -\n", nullptr, 0, 0, ""},
+      {"Key = +7g\n", nullptr, 0, 7, ""},
+      {"Key = \"a\"\n", nullptr, 0, 0, ""},
       {"KEY = 5\n", nullptr, -1, 0, "Expected \"Key\""},
       {"Key2 = 5\nKeyX[1] = 6\n Key 3 = 1\n", nullptr, -1, 0, ""},
       {"Key = 1\nKey = 2\n", nullptr, 0, 1, ""},
@@ -54,6 +60,9 @@ TEST_F(ProjFile, Strings) {
               {"Key = \"a=[b]\"\n", 0, "a=[b]", ""},
               {"Key = \"1234567\"\n", 0, "1234567", ""},
               {"Key = \"12345678\"\n", -1, "1234567", "Failed to read 'Key' in section 'S'."},
+              {"Key = \"123456\xC3\xA4\"\n", -1, "123456", "Failed to read 'Key' in section 'S'."},
+              {"Key = \"\"\n", 0, "", ""},
+              {"Key = abc\"\n", -1, "", "Failed to read 'Key' in section 'S'."},
               {"Key = \"a\nb\"\n", 0, "a\nb", ""},
               {"Key = \"a\n[T]\n\"\n", 0, "a\n[T]\n", ""},
               {"Key = abc\n", -1, "", "Failed to read 'Key' in section 'S'."},
@@ -86,6 +95,7 @@ TEST_F(ProjFile, ByteArrays) {
   } rows[] = {{"K[3] = 1,2,3\r\n", "1 2 3 0 ", "1 2 3 0 ", ""},
               {"K[3] = 0x01 , 0xFF,7\n", "1 255 7 0 ", "failed 0 0 0 0 ", "Expected ',', got 'x'"},
               {"K[3] = 1 2 3\n", "1 2 3 0 ", "failed 1 0 0 0 ", "Expected ',', got '2'"},
+              {"K[2] = 1,x\n", "1 0 0 0 ", "failed 1 0 0 0 ", "Expecting a number"},
               {"K = 1,2\n", "0 0 0 0 ", "0 0 0 0 ", ""},
               {"K[9] = 1,2,3,4,5\n", "1 2 3 4 ", "1 2 3 4 ", ""},
               {"K[4] = 1,2\r\n", "1 2 0 0 ", "failed 1 2 0 0 ", "Expected ',', got '\r'"},
@@ -100,12 +110,14 @@ TEST_F(ProjFile, ByteArrays) {
               row.sDec);
     EXPECT_EQ(Shown(), row.sShown);
   }
-  Open("K[2] = 256,1\nL[99999] = 1\n");
+  Open("K[2] = 256,-99999999999999999999999\nL[99999] = 1\n");
   u8 aData[2] = {9, 9};
   u32 numInFile = 0;
   EXPECT_EQ(PROJFILE_ReadHexBytes(nullptr, "K", aData, 2), -1);
   EXPECT_EQ(Shown(), "Expected a value <= 255");
   EXPECT_EQ(ShownWhere(), "File [" + Name() + "], section '', key 'K'");
+  EXPECT_EQ(PROJFILE_ReadDecBytes(nullptr, "K", aData, 2), 0);
+  EXPECT_EQ(aData[0] << 8 | aData[1], 0xFF01);  // cut by magnitude
   EXPECT_EQ(PROJFILE_ReadHexBytes(nullptr, "L", aData, 2, &numInFile), 0);
   EXPECT_EQ(numInFile, 32767u);
 }
