@@ -4,6 +4,9 @@
 #include <cstring>
 
 i64 FileInput::Read(void* pBuf, u64 NumBytes) {
+  if (NumBytes == 0) {
+    return 0;  // the buffer may be null then
+  }
   i64 numRead = 0;
   if (m_pData != nullptr) {
     numRead = static_cast<i64>(std::min(NumBytes, static_cast<u64>(m_Size - m_Position)));

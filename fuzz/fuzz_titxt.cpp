@@ -1,0 +1,5 @@
+#include "fuzz/entries.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const u8* pData, std::size_t NumBytes) {
+  return FUZZ_TiTxt(pData, NumBytes);
+}
