@@ -6,11 +6,11 @@
 
 // Identifies a raw read ID, selects the device and logs what was found. 0 or -1.
 int FLASH_DetectDevice(const u8* pRawId, u32 NumRaw);
-// Makes a table row the current device; DoApply copies its values into the project. 0, or -1 with no
-// current device.
+// Makes a table row the current device; DoApply copies its values into the project. 0, or -1 with
+// no current device.
 int FLASH_SelectDevice(i32 Index, bool DoApply);
 // Current row, -1 when none is selected.
 i32 FLASH_GetSelectedDevice();
-// Fills command set and geometry from the EEPROM row at EEPROMIndex; an unknown row changes nothing.
-// 0 or -1.
+// Fills command set and geometry from the EEPROM row at EEPROMIndex; an unknown row changes
+// nothing. 0 or -1.
 int FLASH_ApplyEEPROM(SPI_FLASH_INFO* pInfo);

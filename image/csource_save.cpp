@@ -68,8 +68,9 @@ void WriteHead(TextSink& sink, const std::string& name, u64 FirstAddr, u64 LastA
                   static_cast<unsigned long long>(FirstAddr),
                   static_cast<unsigned long long>(LastAddr));
   sink.Write(text);
+  const unsigned long long numBytes = LastAddr - FirstAddr + 1;
   UTIL_snprintf64(text, sizeof(text), "static const unsigned char _ac%s[0x%llX] = {\r\n",
-                  name.c_str(), static_cast<unsigned long long>(LastAddr - FirstAddr + 1));
+                  name.c_str(), numBytes);
   sink.Write(text);
 }
 

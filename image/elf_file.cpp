@@ -36,7 +36,7 @@ bool IsValid(const ELF_FILE* pElf) {
 ELF_FILE* Open(SYS_HANDLE hFile, const FileInput& input, const ELF_REPORT_FUNCS* pFuncs) {
   ELF_PTR elf(new (std::nothrow) ELF_FILE(hFile, input, pFuncs));
   if (elf == nullptr) {
-    FileHandle{hFile};
+    const FileHandle closer(hFile);
     SendError(pFuncs, "Failed to allocate memory for ELF instance");
     return nullptr;
   }

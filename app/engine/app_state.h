@@ -6,8 +6,8 @@
 
 // State of the whole program. Written on the application thread unless said otherwise.
 struct APP_STATE {
-  std::atomic<u32> ExitState{0};  // 1 close in progress, 2 the program may end, 0 Exit refused
-  std::atomic<u8> ExitCode{0};    // the process's exit status
+  std::atomic<u32> ExitState{0};   // 1 close in progress, 2 the program may end, 0 Exit refused
+  std::atomic<u8> ExitCode{0};     // the process's exit status
   std::atomic<u8> SuppressGUI{0};  // 1 while the command line runs: no message box is shown
   u8 ExitRequested = 0;            // "-exit" was given
   u8 OpenPrjGiven = 0;             // "-openprj" was given, or a bare project file
@@ -21,8 +21,8 @@ void APP_ResetState();
 // Name strings of the program.
 constexpr u32 APP_VERSION_MAJOR = 9;
 constexpr u32 APP_VERSION_MINOR = 38;
-const char* APP_GetName();        // "Korvane SPI"
-const char* APP_GetVersion();     // "V9.38"
-const char* APP_GetTitle();       // "TARVEX Korvane SPI V9.38"
-const char* APP_GetShortTitle();  // "Korvane SPI V9.38"
+const char* APP_GetName();          // "Korvane SPI"
+const char* APP_GetVersion();       // "V9.38"
+const char* APP_GetTitle();         // "TARVEX Korvane SPI V9.38"
+const char* APP_GetShortTitle();    // "Korvane SPI V9.38"
 const char* APP_GetRegistryRoot();  // "Software\\TARVEX\\Korvane SPI"

@@ -21,7 +21,7 @@ constexpr u32 APP_ICON_INFORMATION = 1024;
 struct MSGBOX_INFO {
   const char* sTitle;
   const char* sText;
-  const char* sBtn0;      // button texts; null leaves the button out
+  const char* sBtn0;  // button texts; null leaves the button out
   const char* sBtn1;
   const char* sCheckBox;  // text of a check box; null leaves it out
   u32 CheckState;
@@ -62,8 +62,8 @@ struct APP_RECENT_LISTS {
   const char* apProjects[APP_NUM_RECENT];
 };
 
-// One open data window. Created by CreateDataWindow and owned by the front end, which frees it after
-// CloseDataWindow. The image isn't owned.
+// One open data window. Created by CreateDataWindow and owned by the front end, which frees it
+// after CloseDataWindow. The image isn't owned.
 class APP_DATA_WINDOW {
  public:
   virtual ~APP_DATA_WINDOW() = default;
@@ -136,8 +136,8 @@ class APP_FRONTEND {
 void APP_SetFrontEnd(APP_FRONTEND* pFrontEnd);
 APP_FRONTEND* APP_GetFrontEnd();
 
-// Progress of the running operation, and the record that APP_IsOperationAlive polls. Flags 16 is what
-// the operations pass. Null without a front end; every PROGRESS_ function accepts that.
+// Progress of the running operation, and the record that APP_IsOperationAlive polls. Flags 16 is
+// what the operations pass. Null without a front end; every PROGRESS_ function accepts that.
 PROGRESS_INFO* APP_CreateProgress(const char* sText);
 void APP_CloseProgress(PROGRESS_INFO** ppInfo);
 

@@ -4,9 +4,10 @@
 
 // Log sections, lines and message boxes: the one way in which an operation reports.
 //
-// An operation opens a section, writes its steps, logs errors, closes the section. When the outermost
-// section closes, one box shows either the summary or all errors. The section state belongs to the
-// application thread; lines may come from any thread. A null text is ignored by every line function.
+// An operation opens a section, writes its steps, logs errors, closes the section. When the
+// outermost section closes, one box shows either the summary or all errors. The section state
+// belongs to the application thread; lines may come from any thread. A null text is ignored by
+// every line function.
 //
 // Colours are escape sequences: bold red "\e[1;31m" for errors, dim yellow "\e[2;33m" for warnings.
 

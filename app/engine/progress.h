@@ -4,8 +4,8 @@
 #include "sys/types.h"
 
 // What a job tells of its progress, shared with the dialog (or terminal line) that shows it. Every
-// access holds Lock. Created and freed by the front end; a job gets it from CreateProgressDialog and
-// hands it back to CloseProgressDialog.
+// access holds Lock. Created and freed by the front end; a job gets it from CreateProgressDialog
+// and hands it back to CloseProgressDialog.
 struct PROGRESS_INFO {
   char sTitle[256];
   char sSubText[256];  // lower line
@@ -29,7 +29,8 @@ PROGRESS_INFO* PROGRESS_Create(const char* sTitle, const char* sText, u32 Flags)
 // Frees lock and record. Null is ignored.
 void PROGRESS_Free(PROGRESS_INFO* p);
 // Connects what shows the record, under the lock. Null detaches.
-void PROGRESS_SetRefresh(PROGRESS_INFO* p, void (*pfRefresh)(PROGRESS_INFO*, void*), void* pContext);
+void PROGRESS_SetRefresh(PROGRESS_INFO* p, void (*pfRefresh)(PROGRESS_INFO*, void*),
+                         void* pContext);
 
 // All ignore a null record and ask for a refresh.
 void PROGRESS_SetRange(PROGRESS_INFO* p, u32 Min, u32 Max);

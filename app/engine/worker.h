@@ -5,10 +5,10 @@
 // The application thread and its ring of jobs.
 //
 // Everything that touches the project, the images or the probe runs on one thread, named "WORKER",
-// as a sequence of jobs. A front end posts a job and returns. Jobs run in the order of posting, never
-// overlap, and are neither removed nor merged. A job's slot stays busy until its pfnFinish has run,
-// so at most 31 jobs wait behind the running one. WORKER_Post may be called from any thread but the
-// application thread.
+// as a sequence of jobs. A front end posts a job and returns. Jobs run in the order of posting,
+// never overlap, and are neither removed nor merged. A job's slot stays busy until its pfnFinish
+// has run, so at most 31 jobs wait behind the running one. WORKER_Post may be called from any
+// thread but the application thread.
 
 constexpr u32 WORKER_NUM_SLOTS = 32;
 
@@ -53,7 +53,8 @@ void WORKER_SetJobTable(const WORKER_JOB_ENTRY* pTable, u32 NumRows);
 // worker once posted.
 int WORKER_Post(const WORKER_REQUEST& request);
 // Posts the stop request: pJob has the JobId of the table's last row and the event to set in
-// pParams, a SYS_HANDLE by value; it must live until the event is set. Jobs posted before still run.
+// pParams, a SYS_HANDLE by value; it must live until the event is set. Jobs posted before still
+// run.
 int WORKER_PostStop(APP_JOB_CONTEXT* pJob);
 // Application thread only.
 void WORKER_AddTimer(WORKER_TIMER* pTimer);

@@ -5,8 +5,8 @@
 // Token reader over NUL-terminated text. Each function moves the cursor only past what it accepted.
 //
 // The error buffer is cleared by the caller before parsing. A function whose error buffer isn't
-// empty does nothing at all, so that only the first error survives and a run of calls needs one test
-// at its end.
+// empty does nothing at all, so that only the first error survives and a run of calls needs one
+// test at its end.
 
 using PARSE_CURSOR = const char*;
 

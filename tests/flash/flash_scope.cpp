@@ -71,8 +71,10 @@ void FillRead(const VORTIC_SPI_CMD* pList, const VORTIC_SPI_CMD& cmd) {
 }
 
 int RunList(VORTIC_SPI_CMD* pList, u32 NumRecords) {
-  ++pFake->NumLists;
   Note("List %u", NumRecords);
+  if (++pFake->NumLists >= pFake->SilentFromList) {
+    return pFake->ListResult;
+  }
   for (u32 i = 0; i < NumRecords; ++i) {
     VORTIC_SPI_CMD& cmd = pList[i];
     if (cmd.Type == 2) {

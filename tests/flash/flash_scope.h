@@ -53,6 +53,7 @@ struct FakeDriver {
   std::deque<int> WaitResults;  // of fast mode; 0 when used up
   std::deque<u8> Status;        // bytes read by single transfer; the last one stays
   bool IsDead = false;          // transfers deliver nothing
+  u32 SilentFromList = ~0u;     // from this one on, lists leave their results alone
   u32 ErrorAtTransfer = 0;      // counted from 1: the error channel speaks up
   std::vector<u8> Id = {0xEF, 0x40, 0x18};
   std::vector<u8> Memory;  // read by lists; 0xFF behind its end
