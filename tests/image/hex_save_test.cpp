@@ -60,21 +60,4 @@ TEST(HexSave, ReadsBackEqualRangeForRange) {
   EXPECT_EQ(Dump(second.get()), Dump(area.get()));
 }
 
-TEST(HexSave, IndependentToolReadsTheSameAndIsRead) {
-  if (!RunShell("objcopy --version > /dev/null 2>&1")) {
-    GTEST_SKIP() << "objcopy is not installed";
-  }
-  const TempDir dir;
-  const MEMAREA_PTR area = MakeScattered(0, 300000);
-  const std::string binary = MakeBinary(area.get());
-  ASSERT_EQ(MEMAREA_SaveHex(area.get(), (dir / "a.hex").c_str(), nullptr, nullptr), 0);
-  ASSERT_TRUE(RunShell("cd " + dir.path() +
-                       " && objcopy --gap-fill 0xFF -I ihex -O binary a.hex a.bin"
-                       " && objcopy -I binary -O ihex a.bin b.hex"));
-  EXPECT_TRUE(ReadFile(dir / "a.bin") == binary);
-  const MEMAREA_PTR second(MEMAREA_Create());
-  ASSERT_EQ(MEMAREA_LoadHex(second.get(), (dir / "b.hex").c_str(), nullptr, nullptr), 0);
-  EXPECT_TRUE(MakeBinary(second.get()) == binary);
-}
-
 }  // namespace

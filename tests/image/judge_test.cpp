@@ -10,9 +10,15 @@ struct IMAGE_ROW {
   u64 NumBytes;
 };
 
-// One for each address size of the S records.
-const IMAGE_ROW IMAGES[] = {
-    {"a.s19", 0, 40000}, {"a.s28", 0x20000, 300000}, {"a.s37", 0x12000000, 1200000}};
+// One for each address size of the S records, and the same for Intel HEX.
+const IMAGE_ROW IMAGES[] = {{"a.s19", 0, 40000},
+                            {"a.s28", 0x20000, 300000},
+                            {"a.s37", 0x12000000, 1200000},
+                            {"a.hex", 0x12000000, 1200000}};
+
+bool Save(MEMAREA* pArea, const std::string& name) {
+  return DATAFILE_Save(pArea, nullptr, nullptr, name.c_str(), 0, 0) == 0;
+}
 
 bool HasTool(const char* sTool) {
   return RunShell(std::string("which ") + sTool + " > /dev/null 2>&1");
@@ -26,18 +32,21 @@ std::string Load(const std::string& name) {
   return Dump(area.get());
 }
 
-TEST(Judge, ObjcopyReadsAndWritesMotorolaS) {
+TEST(Judge, ObjcopyReadsAndWritesRecords) {
   if (!HasTool("objcopy")) {
     GTEST_SKIP() << "objcopy is not installed";
   }
   const TempDir dir;
   for (const IMAGE_ROW& row : IMAGES) {
     const MEMAREA_PTR area = MakeScattered(row.Addr, row.NumBytes);
-    const std::string name = dir / row.sName;
-    ASSERT_EQ(MEMAREA_SaveMot(area.get(), name.c_str(), nullptr, nullptr), 0);
-    ASSERT_TRUE(RunShell("cd " + dir.path() + " && objcopy -I srec -O binary --gap-fill 0xFF " +
-                         row.sName + " a.bin && objcopy -I srec -O srec " + row.sName + " b.srec"));
+    ASSERT_TRUE(Save(area.get(), dir / row.sName));
+    const std::string format = std::string(row.sName).ends_with("hex") ? "ihex" : "srec";
+    const std::string command = " && objcopy -I " + format + " -O ";
+    ASSERT_TRUE(RunShell("cd " + dir.path() + command + "binary --gap-fill 0xFF " + row.sName +
+                         " a.bin" + command + "srec " + row.sName + " b.srec" + command + "ihex " +
+                         row.sName + " b.hex"));
     EXPECT_TRUE(ReadFile(dir / "a.bin") == MakeBinary(area.get())) << row.sName;
+    EXPECT_TRUE(Load(dir / "b.srec") == Load(dir / "b.hex")) << row.sName;
     EXPECT_TRUE(Load(dir / "b.srec") == Dump(area.get())) << row.sName;
   }
 }
@@ -49,11 +58,10 @@ TEST(Judge, SrecCatReadsAndWritesAllTextFormats) {
   const TempDir dir;
   for (const IMAGE_ROW& row : IMAGES) {
     const MEMAREA_PTR area = MakeScattered(row.Addr, row.NumBytes, 2);
-    const std::string name = dir / row.sName;
-    ASSERT_EQ(MEMAREA_SaveMot(area.get(), name.c_str(), nullptr, nullptr), 0);
-    ASSERT_EQ(MEMAREA_SaveTiTxt(area.get(), (dir / "a.txt").c_str(), nullptr, nullptr), 0);
+    ASSERT_TRUE(Save(area.get(), dir / row.sName) && Save(area.get(), dir / "a.txt"));
+    const std::string format = std::string(row.sName).ends_with("hex") ? " -intel" : " -motorola";
     ASSERT_TRUE(
-        RunShell("cd " + dir.path() + " && exec 2> /dev/null && srec_cat " + row.sName +
+        RunShell("cd " + dir.path() + " && exec 2> /dev/null && srec_cat " + row.sName + format +
                  " -o m.hex -intel" + " && srec_cat a.txt -ti-txt -o t.hex -intel" +
                  " && srec_cat m.hex -intel -o b.srec && srec_cat m.hex -intel -o b.txt -ti-txt"))
         << row.sName;
