@@ -30,4 +30,5 @@ need_packages() {
 BUILD_PACKAGES="g++ cmake ninja-build ccache"
 TEST_PACKAGES="libgtest-dev binutils gcc-arm-none-eabi srecord"
 LINT_PACKAGES="clang-format clang-tidy"
-BENCH_PACKAGES="binutils"
+BENCH_PACKAGES="binutils srecord"
+FUZZ_PACKAGES="clang"
