@@ -17,6 +17,32 @@
 
 namespace {
 
+// Set while this thread stores a setting.
+thread_local bool IsStoring = false;
+
+// A run must not end well on settings that cannot be read. One that cannot be stored costs the run
+// nothing: it holds until the program ends, as on a line whose disk is read-only.
+void ReportSettings(const char* sText) {
+  if (IsStoring) {
+    APP_ShowWarning(sText);
+  } else {
+    APP_ShowError(sText);
+  }
+}
+
+// A failure has been reported when these return.
+void StoreNumber(const char* sSection, const char* sKey, u32 Value) {
+  IsStoring = true;
+  SETTINGS_WriteNumber(sSection, sKey, Value);
+  IsStoring = false;
+}
+
+void StoreString(const char* sSection, const char* sKey, const char* sValue) {
+  IsStoring = true;
+  SETTINGS_WriteString(sSection, sKey, sValue);
+  IsStoring = false;
+}
+
 // A number of the store, kept so that reading it costs nothing: the log level is asked for at each
 // line. Any thread.
 class NumberSetting {
@@ -45,7 +71,7 @@ class NumberSetting {
   }
 
   void Set(u32 Value) {
-    SETTINGS_WriteNumber(m_sSection, m_sKey, Value);  // a failure has been reported
+    StoreNumber(m_sSection, m_sKey, Value);
     Forget();
   }
 
@@ -88,11 +114,6 @@ void ForgetNumbers() {
   }
 }
 
-// A run that asked for nothing but defaults must not end well on settings that cannot be read.
-void ReportSettings(const char* sText) {
-  APP_ShowError(sText);
-}
-
 // False when the key is missing or empty. Files written elsewhere may hold the other slash.
 bool ReadPath(const char* sSection, const char* sKey, char* pBuf, u32 BufSize) {
   if (SETTINGS_ReadString(sSection, sKey, pBuf, BufSize) != 0 || pBuf[0] == '\0') {
@@ -112,7 +133,7 @@ void WriteDirectory(const char* sKey, const char* sName) {
   }
   SYS_PATH_ToNative(acName);
   SYS_PATH_Split(acName, acDrive, sizeof(acDrive), acDir, sizeof(acDir), nullptr, 0, nullptr, 0);
-  SETTINGS_WriteString(kPath, sKey, (std::string(acDrive) + acDir).c_str());
+  StoreString(kPath, sKey, (std::string(acDrive) + acDir).c_str());
 }
 
 void GetLogFile(const char* sKey, const char* sStem, char* pBuf, u32 BufSize) {
@@ -244,15 +265,15 @@ void SETUP_SetEnableKorvaneLog(u32 Value) {
 }
 
 void SETUP_SetKorvaneLogFile(const char* sName) {
-  SETTINGS_WriteString(kLog, "KorvaneLogFile", sName);
+  StoreString(kLog, "KorvaneLogFile", sName);
 }
 
 void SETUP_SetVorticLogFile(const char* sName) {
-  SETTINGS_WriteString(kLog, "VorticLogFile", sName);
+  StoreString(kLog, "VorticLogFile", sName);
 }
 
 void SETUP_SetCurrent(const char* sName) {
-  SETTINGS_WriteString(kProject, "Current", sName);
+  StoreString(kProject, "Current", sName);
   RECENT_Add(RECENT_PROJECTS, sName);
 }
 

@@ -200,6 +200,14 @@ TEST(CommandLineFiles, MalformedSettingsAndProjectsFailTheRun) {
       << badSettings.Out;
   EXPECT_EQ(bench.Read("config/TARVEX/KorvaneSPI.ini").rfind(settings, 0), 0u);  // nothing lost
 
+  // What cannot be stored is told, and costs the run nothing.
+  bench.Write("config/TARVEX/KorvaneSPI.ini", "[LOG]\nLogLevel = 3\n");
+  bench.RunTool({"chmod", "444", "config/TARVEX/KorvaneSPI.ini"});
+  bench.Write("ok.korvane", "");
+  const PROGRAM_RESULT readOnly = bench.Run({"-openprjok.korvane", "-connect", "-exit"});
+  EXPECT_EQ(readOnly.Status, 0) << readOnly.Out;
+  EXPECT_NE(readOnly.Out.find("File has read only attribute!"), std::string::npos) << readOnly.Out;
+
   bench.RunTool({"rm", "-r", "config"});
   const std::string project = "[JTAG]\n  Speed0 = 99999999999\n";
   bench.Write("p.korvane", project);
