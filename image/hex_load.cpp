@@ -20,6 +20,7 @@ constexpr int RESULT_NOT_HEX = -4;
 constexpr int RESULT_BAD_RECORD = -5;
 
 constexpr u32 TYPE_DATA = 0x00;
+constexpr u32 TYPE_END = 0x01;
 constexpr u32 TYPE_SEGMENT = 0x02;
 constexpr u32 TYPE_LINEAR = 0x04;
 constexpr u32 TYPE_LINEAR_OTHER = 0xFF;
@@ -56,6 +57,7 @@ class HexReader {
   RecordGather m_Gather;
   TEXT_ERROR& m_Error;
   u32 m_Base = 0;
+  bool m_HasEnd = false;  // an end of file record was seen
   u8 m_abRecord[MAX_RECORD_BYTES];
 };
 
@@ -71,6 +73,10 @@ int HexReader::Read() {
   // What came ahead of an error is stored as well.
   if (m_Gather.Flush() != RANGE_RESULT::Done && result == 0) {
     result = Fail(RESULT_NO_MEMORY, "Could not allocate memory");
+  }
+  // Cut between two records a file reads well, and a part of the image would pass for all of it.
+  if (!m_HasEnd) {
+    m_Error.sWarning = "The hex file has no end record. It may be incomplete.";
   }
   return result;
 }
@@ -161,6 +167,7 @@ int HexReader::ApplyRecord() {
         return Fail(RESULT_NO_MEMORY, "Could not allocate memory");
     }
   }
+  m_HasEnd = m_HasEnd || type == TYPE_END;
   if (type != TYPE_SEGMENT && type != TYPE_LINEAR && type != TYPE_LINEAR_OTHER) {
     return 0;
   }

@@ -53,6 +53,8 @@ int LOAD_Text(MEMAREA* pArea, const char* sFileName, const FileReport& Report,
   }
   if (result != 0 && error.acText[0] != '\0') {
     ReportText(Report, error);
+  } else if (result == 0 && error.sWarning != nullptr) {
+    Report.Warning(error.sWarning);
   }
   return result;
 }

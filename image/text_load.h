@@ -11,6 +11,7 @@
 struct TEXT_ERROR {
   int Line = 1;
   char acText[128] = "";
+  const char* sWarning = nullptr;  // a literal; for a text that reads well but looks cut off
 
   int Set(int Result, const char* sText);
 };

@@ -21,8 +21,8 @@ struct ROW {
 
 TEST(DataFile, LoadsByExtensionOrContent) {
   const ROW rows[] = {
-      {"a.hex", HEX, 0, "10:11", ""},
-      {"a.HEX", HEX, 0, "10:11", ""},
+      {"a.hex", HEX + ":00000001FF\n", 0, "10:11", ""},
+      {"a.HEX", HEX + ":00000001FF\n", 0, "10:11", ""},
       {"a.bin", "ab", 0, "700:6162", ""},
       {"a.Raw", "ab", 0, "700:6162", ""},
       {"a.MOT", MOT, 0, "10:22", ""},

@@ -86,7 +86,10 @@ TEST(HexLoad, RecordsAndFaults) {
               row.Result)
         << row.sName;
     EXPECT_EQ(Dump(area.get()), row.sDump) << row.sName;
-    EXPECT_EQ(reports.Text, row.sReport) << row.sName;
+    const bool looksCut = row.Result == 0 && row.Text.find("0001FF") == std::string::npos;
+    EXPECT_EQ(reports.Text,
+              looksCut ? "1:The hex file has no end record. It may be incomplete.|" : row.sReport)
+        << row.sName;
     EXPECT_EQ(MEMAREA_GetNumChanges(area.get()), 0U);
   }
 }
@@ -141,6 +144,7 @@ TEST(HexLoad, LongFile) {
   const auto numLines = std::count(text.begin(), text.end(), '\n');
   WriteFile(dir / "b.hex", text + text.substr(text.rfind(':')));
   const MEMAREA_PTR second(MEMAREA_Create());
+  reports.Text.clear();
   EXPECT_EQ(MEMAREA_LoadHex(second.get(), (dir / "b.hex").c_str(), REPORTS::Add, &reports), -5);
   EXPECT_EQ(reports.Text, "2:Error in line " + std::to_string(numLines + 1) + ": Areas overlap|");
 }

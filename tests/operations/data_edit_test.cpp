@@ -163,13 +163,13 @@ TEST(DataWatch, ChangedAndLostFilesAreAskedAboutOnce) {
   const std::string file = core.Path("a.hex");
   WriteFile(file,
             ":0100000061"
-            "9E\n");
+            "9E\n:00000001FF\n");
   ASSERT_EQ(APP_OpenFile(file.c_str(), 0, true), 0);
   APP_GetFocusedDataWindow()->FileTime.Year = 1999;
   core.FrontEnd().AnswerBox(0);  // reload
   WriteFile(file,
             ":0100000062"
-            "9D\n");
+            "9D\n:00000001FF\n");
   APP_CheckFileModifications(nullptr);
   EXPECT_EQ(Bytes(0, 1), "b");
   APP_CheckFileModifications(nullptr);
