@@ -27,8 +27,8 @@ need_packages() {
   rm -f "$log"
 }
 
-BUILD_PACKAGES="g++ cmake ninja-build ccache"
-TEST_PACKAGES="libgtest-dev binutils gcc-arm-none-eabi srecord"
+BUILD_PACKAGES="g++ cmake ninja-build ccache qt6-base-dev"
+TEST_PACKAGES="libgtest-dev binutils gcc-arm-none-eabi srecord xvfb xauth xdotool openbox fonts-dejavu-core"
 LINT_PACKAGES="clang-format clang-tidy"
 BENCH_PACKAGES="binutils srecord"
 FUZZ_PACKAGES="clang"
