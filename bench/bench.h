@@ -20,6 +20,8 @@ void BENCH_Row(const std::string& Name, double Value, const char* sUnit, BENCH_B
 // A figure without a bound.
 void BENCH_Note(const std::string& Name, double Value, const char* sUnit);
 int BENCH_GetNumMissed();
+// The last line of the report; the exit status.
+int BENCH_Finish();
 
 double BENCH_GetCpuSeconds();
 
@@ -38,3 +40,9 @@ void BenchImage();
 // Serves the --child options of the section; -1 when Args are none of them, else the exit status.
 int BenchImageChild(const std::vector<std::string>& Args);
 void BenchFlash();
+
+// Sections of the desktop program's benchmark, korvane_ui_bench, which runs on the toolkit's
+// offscreen platform.
+void BenchUiLog();
+void BenchUiHex();
+void BenchDesktop();

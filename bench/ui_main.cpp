@@ -1,0 +1,11 @@
+#include <QtWidgets>
+
+#include "bench/bench.h"
+
+int main(int argc, char** argv) {
+  if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+  }
+  QApplication app(argc, argv);
+  return BENCH_Finish();
+}
