@@ -143,8 +143,12 @@ void APP_OnDetectJob(APP_JOB_CONTEXT* pContext) {
 }
 
 void APP_OnDataWindowCloseJob(APP_JOB_CONTEXT* pContext) {
-  APP_RemoveDataWindow(Params<APP_WINDOW_PARAMS>(pContext).pDataWindow);
+  const auto& params = Params<APP_WINDOW_PARAMS>(pContext);
+  APP_RemoveDataWindow(params.pDataWindow);
   APP_UpdateMenuBar();
+  if (params.pfnDone != nullptr) {
+    params.pfnDone(pContext->pOwner, params.pDataWindow);
+  }
 }
 
 void APP_OnFileDropJob(APP_JOB_CONTEXT* pContext) {

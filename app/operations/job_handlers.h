@@ -39,6 +39,7 @@ struct APP_RECORD_PARAMS {
 
 struct APP_WINDOW_PARAMS {
   APP_DATA_WINDOW* pDataWindow;  // null means all
+  void (*pfnDone)(void* pOwner, APP_DATA_WINDOW* pDataWindow);
 };
 
 struct APP_IMAGE_PARAMS {

@@ -71,9 +71,12 @@ void PostRecord(u32 jobId, const char* sContextTag, const char* sParamsTag, RECO
 }
 
 void PostWindow(u32 jobId, const char* sContextTag, const char* sParamsTag,
-                APP_DATA_WINDOW* pDataWindow, void* pOwner) {
-  Post<APP_WINDOW_PARAMS>(jobId, sContextTag, sParamsTag, pOwner,
-                          [=](APP_WINDOW_PARAMS* pParams) { pParams->pDataWindow = pDataWindow; });
+                APP_DATA_WINDOW* pDataWindow, void* pOwner,
+                void (*pfnDone)(void* pOwner, APP_DATA_WINDOW* pDataWindow) = nullptr) {
+  Post<APP_WINDOW_PARAMS>(jobId, sContextTag, sParamsTag, pOwner, [=](APP_WINDOW_PARAMS* pParams) {
+    pParams->pDataWindow = pDataWindow;
+    pParams->pfnDone = pfnDone;
+  });
 }
 
 void OnInitDone() {
@@ -214,8 +217,10 @@ void APP_PostRead(bool entireChip) {
   PostValue(APP_JOB_READ, JOB_TAGS("Read"), entireChip ? 1 : 0);
 }
 
-void APP_PostOnDataWindowClose(APP_DATA_WINDOW* pDataWindow, void* pOwner) {
-  PostWindow(APP_JOB_DATA_WINDOW_CLOSE, JOB_TAGS("OnDataWindowClose"), pDataWindow, pOwner);
+void APP_PostOnDataWindowClose(APP_DATA_WINDOW* pDataWindow, void* pOwner,
+                               void (*pfnDone)(void* pOwner, APP_DATA_WINDOW* pDataWindow)) {
+  PostWindow(APP_JOB_DATA_WINDOW_CLOSE, JOB_TAGS("OnDataWindowClose"), pDataWindow, pOwner,
+             pfnDone);
 }
 
 void APP_PostBeginFileDrop(void* pOwner) {

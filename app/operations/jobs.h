@@ -112,7 +112,11 @@ void APP_PostDeleteDataRange();
 void APP_PostEliminateBlankData();
 void APP_PostVerify(MEMAREA* pImage);
 void APP_PostRead(bool EntireChip);
-void APP_PostOnDataWindowClose(APP_DATA_WINDOW* pDataWindow, void* pOwner);
+// The core forgets the window. pfnDone, may be null, is called on the application thread when no
+// job uses it any more: pOwner may then free it.
+void APP_PostOnDataWindowClose(APP_DATA_WINDOW* pDataWindow, void* pOwner,
+                               void (*pfnDone)(void* pOwner,
+                                               APP_DATA_WINDOW* pDataWindow) = nullptr);
 void APP_PostBeginFileDrop(void* pOwner);
 void APP_PostEndFileDrop(void* pOwner);
 void APP_PostSetAppStartAction(u32 Action);
