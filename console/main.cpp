@@ -3,6 +3,7 @@
 #include "app/operations/cmdline.h"
 #include "app/operations/jobs.h"
 #include "console/console_frontend.h"
+#include "sys/interrupts.h"
 
 namespace {
 

@@ -1,6 +1,5 @@
 #include "console/terminal.h"
 
-#include <pthread.h>
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -13,7 +12,6 @@
 namespace {
 
 constexpr u32 kDefaultColumns = 80;
-constexpr int kStopSignal = SIGUSR1;  // ends the thread of INTERRUPTS
 
 // A reader that has gone away must not end a production run: the rest is dropped.
 void WriteAll(int fd, const char* pText, std::size_t numBytes) {
@@ -28,15 +26,6 @@ void WriteAll(int fd, const char* pText, std::size_t numBytes) {
     pText += written;
     numBytes -= static_cast<std::size_t>(written);
   }
-}
-
-sigset_t InterruptSignals() {
-  sigset_t set;
-  sigemptyset(&set);
-  for (const int number : {SIGINT, SIGTERM, SIGHUP, kStopSignal}) {
-    sigaddset(&set, number);
-  }
-  return set;
 }
 
 }  // namespace
@@ -95,31 +84,6 @@ void TERMINAL::EraseLine() {
   if (m_LineShown) {
     WriteAll(STDERR_FILENO, "\r\x1b[K", 4);
     m_LineShown = false;
-  }
-}
-
-INTERRUPTS::INTERRUPTS(HANDLER* pfHandler, void* pContext)
-    : m_pfHandler(pfHandler), m_pContext(pContext) {
-  const sigset_t set = InterruptSignals();
-  pthread_sigmask(SIG_BLOCK, &set, nullptr);
-  m_hThread = SYS_CreateThread(Run, this, nullptr, "SIGNALS", 0);
-}
-
-INTERRUPTS::~INTERRUPTS() {
-  if (m_hThread == 0) {
-    return;
-  }
-  kill(getpid(), kStopSignal);
-  SYS_WaitForObject(m_hThread, SYS_INFINITE);
-  SYS_CloseHandle(m_hThread);
-}
-
-void INTERRUPTS::Run(void* pContext) {
-  const auto* pThis = static_cast<INTERRUPTS*>(pContext);
-  const sigset_t set = InterruptSignals();
-  int number = 0;
-  while (sigwait(&set, &number) == 0 && number != kStopSignal) {
-    pThis->m_pfHandler(pThis->m_pContext);
   }
 }
 

@@ -33,23 +33,5 @@ class TERMINAL {
   bool m_LineShown = false;
 };
 
-// Interrupts of the user (Ctrl+C, a request to end) as calls on a thread of their own. Created
-// before any other thread, so that all of them have the signals blocked.
-class INTERRUPTS {
- public:
-  using HANDLER = void(void* pContext);
-  INTERRUPTS(HANDLER* pfHandler, void* pContext);
-  ~INTERRUPTS();
-  INTERRUPTS(const INTERRUPTS&) = delete;
-  INTERRUPTS& operator=(const INTERRUPTS&) = delete;
-
- private:
-  static void Run(void* pContext);
-
-  HANDLER* m_pfHandler;
-  void* m_pContext;
-  SYS_HANDLE m_hThread = 0;
-};
-
 // Ends the process at once.
 [[noreturn]] void TERMINAL_EndProcess(int ExitCode);
