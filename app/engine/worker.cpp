@@ -42,6 +42,8 @@ WorkerState& Worker() {
 
 thread_local bool IsWorkerThread = false;
 
+std::atomic<WORKER_POLL*> DefaultPoll{nullptr};
+
 u32 NextIndex(u32 Index) {
   return (Index + 1) % WORKER_NUM_SLOTS;
 }
@@ -177,6 +179,15 @@ int WaitForSlot(const WORKER_REQUEST& request, u64 StartTicks) {
 
 }  // namespace
 
+void WORKER_SetDefaultPoll(WORKER_POLL* pfnPoll) {
+  DefaultPoll = pfnPoll;
+}
+
+int WORKER_PollDefault(void* pArg) {
+  WORKER_POLL* pfnPoll = DefaultPoll;
+  return pfnPoll != nullptr ? pfnPoll(pArg) : 0;
+}
+
 void WORKER_SetJobTable(const WORKER_JOB_ENTRY* pTable, u32 NumRows) {
   WorkerState& worker = Worker();
   std::lock_guard guard(worker.Lock);
@@ -222,6 +233,7 @@ int WORKER_Post(const WORKER_REQUEST& request) {
 int WORKER_PostStop(APP_JOB_CONTEXT* pJob) {
   WORKER_REQUEST request;
   request.pJob = pJob;
+  request.pfnPoll = nullptr;
   return WORKER_Post(request);
 }
 
@@ -240,6 +252,7 @@ void WORKER_Reset() {
   worker.aTable.clear();
   worker.WrIdx = 0;
   worker.HasStopped = false;
+  DefaultPoll = nullptr;
 }
 
 void APP_FinishJob(APP_JOB_CONTEXT* pContext) {

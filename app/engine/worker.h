@@ -22,10 +22,18 @@ struct APP_JOB_CONTEXT {
   u32 Result;
 };
 
+// The poll of requests that name none of their own. A front end with an event loop sets it before
+// its first post, so that its own thread stays alive while the ring is full; it must tell the other
+// threads apart by itself. Null, as at the start: nothing is polled.
+using WORKER_POLL = int(void* pArg);
+void WORKER_SetDefaultPoll(WORKER_POLL* pfnPoll);
+// Calls it, or gives 0.
+int WORKER_PollDefault(void* pArg);
+
 struct WORKER_REQUEST {
   APP_JOB_CONTEXT* pJob = nullptr;
   // Called while the caller waits for a free slot; a negative result gives up. May be null.
-  int (*pfnPoll)(void* pArg) = nullptr;
+  WORKER_POLL* pfnPoll = WORKER_PollDefault;
   void* pPollArg = nullptr;
   u32 TimeoutMs = 0xFFFFFFFF;  // longest wait for a free slot; all ones: no limit
   u32 MinPollMs = 1;           // shortest time between two polls; 0 counts as 1
