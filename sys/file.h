@@ -36,6 +36,7 @@ constexpr u32 SYS_ERROR_OTHER = 0x10000;
 
 constexpr u32 SYS_ATTR_READONLY = 0x01;
 constexpr u32 SYS_ATTR_DIRECTORY = 0x10;
+constexpr u32 SYS_ATTR_DEVICE = 0x40;  // neither file nor directory: a device, a pipe
 constexpr u32 SYS_ATTR_NORMAL = 0x80;
 constexpr u32 SYS_ATTR_INVALID = 0xFFFFFFFF;
 

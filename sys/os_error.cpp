@@ -65,6 +65,8 @@ u32 SysAttributesOf(const struct stat& Info) {
   u32 attributes = SysIsReadOnly(Info) ? SYS_ATTR_READONLY : 0;
   if (S_ISDIR(Info.st_mode)) {
     attributes |= SYS_ATTR_DIRECTORY;
+  } else if (!S_ISREG(Info.st_mode)) {
+    attributes |= SYS_ATTR_DEVICE;
   }
   return attributes != 0 ? attributes : SYS_ATTR_NORMAL;
 }

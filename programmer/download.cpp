@@ -1,0 +1,160 @@
+#include "programmer/download.h"
+
+#include <array>
+#include <limits>
+#include <string>
+
+#include "app/engine/app_state.h"
+#include "app/engine/files.h"
+#include "app/engine/frontend.h"
+#include "app/engine/locks.h"
+#include "app/engine/log.h"
+#include "programmer/config_file.h"
+#include "programmer/modules.h"
+#include "programmer/save_files.h"
+#include "project/project.h"
+#include "sys/memory.h"
+#include "sys/util_format.h"
+
+namespace {
+
+// Names on the programmer; its firmware looks for them.
+constexpr char kDataFile[] = "Zelmont.dat";
+constexpr char kConfigFile[] = "Zelmont.cfg";
+constexpr char kSerialFile[] = "Serial.txt";
+constexpr char kListFile[] = "SNList.txt";
+
+// A download as one step: whatever happens it ends disconnected, and with a box.
+template <class SEND>
+int Download(const char* sHeadline, SEND&& send) {
+  ZELMONT_Disconnect();
+  APP_LogBegin(sHeadline);
+  bool isDone = send() == 0;
+  // Closing is the last chance of the library to tell that something did not arrive.
+  ZELMONT_Disconnect();
+  isDone = isDone && APP_GetErrorCount() == 0;
+  if (isDone) {
+    APP_MsgBox("Successfully downloaded files to Zelmont.", "OK", nullptr, 0, APP_ICON_INFORMATION,
+               0);
+  } else {
+    APP_LogError("Failed to download files to probe / programmer.");
+    APP_State().ExitCode = 1;
+  }
+  APP_LogEnd();
+  return isDone ? 0 : -1;
+}
+
+bool Describe(const DYNBUFFER& buffer, const char* sName, ZELMONT_FILE_INFO* pInfo) {
+  return ZELMONT_SetFileInfo(pInfo, sName, buffer.pBuffer, DYNBUFFER_GetNumBytes(buffer));
+}
+
+// A text file beside the project, ended by NUL.
+struct SideFile {
+  std::array<char, SYS_MAX_PATH> acName{};
+  SYS_MEM_PTR<char> pText;
+  u64 NumBytes = 0;
+};
+
+enum class LoadResult { Loaded, NoFile, Failed };
+
+// Only a file that isn't there counts as none: another number or list than the one that can't be
+// read would give a serial number away twice.
+LoadResult Load(const char* sSuffix, const char* sNoName, SideFile* pFile) {
+  if (PROJECT_GetSideFileName(sSuffix, pFile->acName.data(), pFile->acName.size()) != 0) {
+    APP_LogError(sNoName);
+    return LoadResult::Failed;
+  }
+  std::array<char, 1> acSmall{};
+  void* pData = APP_LoadFile(pFile->acName.data(), acSmall.data(), 0, &pFile->NumBytes);
+  if (pData == nullptr) {
+    return SYS_GetLastError() == SYS_ERROR_FILE_NOT_FOUND ? LoadResult::NoFile : LoadResult::Failed;
+  }
+  if (pData != acSmall.data()) {
+    pFile->pText.reset(static_cast<char*>(pData));
+  }
+  return LoadResult::Loaded;
+}
+
+// 0, or -1 reported.
+int EndText(SideFile* pFile) {
+  if (pFile->NumBytes == 0 || pFile->pText.get()[pFile->NumBytes - 1] == '\0') {
+    return 0;
+  }
+  void* pGrown = SYS_MEM_Realloc(pFile->pText.get(), pFile->NumBytes + 1);
+  if (pGrown == nullptr) {
+    APP_LogError("Insufficient memory!");
+    return -1;
+  }
+  static_cast<void>(pFile->pText.release());
+  pFile->pText.reset(static_cast<char*>(pGrown));
+  pFile->pText.get()[pFile->NumBytes++] = '\0';
+  return 0;
+}
+
+// The project's number, also put beside the project, so that this computer and the programmer start
+// from the same one. 0, or -1 reported.
+int MakeSerial(SideFile* pFile) {
+  PROJ_PRODUCTION production{};
+  PROJECT_GetProduction(&production);
+  constexpr u32 kSize = 16;
+  pFile->pText.reset(static_cast<char*>(SYS_MEM_Alloc(kSize, "APP: S/N file")));
+  if (pFile->pText == nullptr) {
+    APP_LogError("Insufficient memory!");
+    return -1;
+  }
+  const int length = UTIL_snprintf(pFile->pText.get(), kSize, "%u", production.SNValue);
+  pFile->NumBytes = static_cast<u64>(length) + 1;
+  return APP_SaveFile(pFile->acName.data(), pFile->pText.get(), pFile->NumBytes);
+}
+
+int LoadSerial(SideFile* pFile) {
+  switch (Load("_Serial", "Failed to get S/N file name.", pFile)) {
+    case LoadResult::Loaded:
+      return EndText(pFile);
+    case LoadResult::NoFile:
+      return MakeSerial(pFile);
+    case LoadResult::Failed:
+      break;
+  }
+  return -1;
+}
+
+}  // namespace
+
+int APP_DownloadConfigFiles(MEMAREA* pArea) {
+  return Download("Downloading file(s) to probe / programmer...", [&] {
+    DYNBUFFER data;
+    DYNBUFFER config;
+    {
+      const SYS_LOCK_GUARD lock(APP_GetLock());
+      if (ZELMONT_BuildDataFile(pArea, &data) != 0) {
+        return -1;
+      }
+    }
+    std::array<ZELMONT_FILE_INFO, 2> aFiles;
+    if (ZELMONT_CFG_Build(&config) != 0 || !Describe(data, kDataFile, &aFiles[0]) ||
+        !Describe(config, kConfigFile, &aFiles[1])) {
+      return -1;
+    }
+    return APP_DownloadFiles(aFiles.data(), aFiles.size());
+  });
+}
+
+int APP_DownloadSNFiles() {
+  return Download("Downloading serial number file to emulator...", [] {
+    SideFile serial;
+    SideFile list;
+    std::array<ZELMONT_FILE_INFO, 2> aFiles;
+    if (LoadSerial(&serial) != 0 ||
+        !ZELMONT_SetFileInfo(&aFiles[0], kSerialFile, serial.pText.get(), serial.NumBytes)) {
+      return -1;
+    }
+    const LoadResult result = Load("_SNList", "Failed to get S/N list file name.", &list);
+    const bool hasList = result == LoadResult::Loaded;
+    if (result == LoadResult::Failed ||
+        (hasList && !ZELMONT_SetFileInfo(&aFiles[1], kListFile, list.pText.get(), list.NumBytes))) {
+      return -1;
+    }
+    return APP_DownloadFiles(aFiles.data(), hasList ? 2 : 1);
+  });
+}

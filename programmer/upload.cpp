@@ -1,0 +1,246 @@
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "app/engine/log.h"
+#include "flash/driver.h"
+#include "programmer/transfer_internal.h"
+#include "project/text/file_error.h"
+#include "sys/path.h"
+
+// Files and folders of a programmer on their way to this computer. What the device tells of itself
+// (names, sizes, counts) is not to be trusted.
+
+namespace {
+
+constexpr u32 kFirstEntries = 16;
+constexpr std::size_t kMaxRefusedText = 600;  // of a line's 1024 bytes
+
+// Writes a local file that appears, whole, with Keep; until then what was there stays.
+class LocalFile {
+ public:
+  explicit LocalFile(const std::string& path)
+      : m_hFile(SYS_FILE_BeginReplace(path.c_str(), false)) {}
+  ~LocalFile() {
+    if (IsOpen()) {
+      SYS_FILE_EndReplace(m_hFile, false);
+    }
+  }
+  LocalFile(const LocalFile&) = delete;
+  LocalFile& operator=(const LocalFile&) = delete;
+
+  bool IsOpen() const { return m_hFile != SYS_INVALID_FILE; }
+  bool Write(const u8* pData, u32 numBytes) {
+    return SYS_FILE_Write(m_hFile, pData, numBytes) == static_cast<i64>(numBytes);
+  }
+  bool Keep() {
+    const SYS_HANDLE hFile = m_hFile;
+    m_hFile = SYS_INVALID_FILE;
+    return SYS_FILE_EndReplace(hFile, true) == 0;
+  }
+
+ private:
+  SYS_HANDLE m_hFile;
+};
+
+// One transfer, with all folders in it.
+class Uploader {
+ public:
+  Uploader(const char* sLabel, PROGRESS_INFO* pProgress)
+      : m_Label(sLabel), m_pProgress(pProgress) {}
+  // 0, or -1 logged, which ends the transfer. A refused name doesn't.
+  int Fetch(const std::string& destDir, const std::string& srcDir,
+            const std::vector<std::string>& names, u32 depth);
+  // 0, or -1 with the refused names logged.
+  int TellRefused() const;
+
+ private:
+  int FetchFile(const std::string& destDir, const std::string& target, const std::string& source,
+                u32 numBytes);
+  int FetchFolder(const std::string& target, const std::string& source, u32 depth);
+  int CopyContent(const std::string& source, u32 numBytes, LocalFile* pFile);
+  int FailWrite(const std::string& source, u32 offset, u32 numLeft) const {
+    APP_LogErrorf("Error while writing to file. Offset: %d. NumBytes Remaining: %d FileName: %s.",
+                  offset, numLeft, source.c_str());
+    return -1;
+  }
+  bool List(const std::string& source, const std::string& target, std::vector<std::string>* pNames);
+  void Refuse(const std::string& name);
+
+  const std::string m_Label;
+  PROGRESS_INFO* const m_pProgress;
+  std::vector<u8> m_Buffer;
+  u32 m_NumRefused = 0;
+  std::string m_Refused;  // the first of them, for a line
+};
+
+bool MakeFolder(const std::string& dir) {
+  if (SYS_DIR_Exists(dir.c_str()) != 0 || SYS_DIR_CreatePath((dir + "/").c_str()) == 0) {
+    return true;
+  }
+  char acText[1024];
+  APP_FormatFileError(dir.c_str(), "create", acText, sizeof(acText));
+  APP_LogError(acText);
+  return false;
+}
+
+int Uploader::Fetch(const std::string& destDir, const std::string& srcDir,
+                    const std::vector<std::string>& names, u32 depth) {
+  if (!MakeFolder(destDir)) {
+    return -1;
+  }
+  for (const std::string& name : names) {
+    const std::string source = srcDir + name;
+    const std::string target = destDir + "/" + name;
+    if (!ZELMONT_IsFileName(name) || target.size() >= SYS_MAX_PATH) {
+      Refuse(name);
+      continue;
+    }
+    if (ZELMONT_IsCanceled(m_pProgress)) {
+      return -1;
+    }
+    const i32 size = VORTIC_FileGetSize(source.c_str());
+    const int result = size >= 0 ? FetchFile(destDir, target, source, static_cast<u32>(size))
+                                 : FetchFolder(target, source, depth);
+    if (result != 0) {
+      return -1;
+    }
+  }
+  return 0;
+}
+
+// The others still come: one bad name must not keep the user from his files.
+void Uploader::Refuse(const std::string& name) {
+  const std::string printed = "\"" + ZELMONT_PrintName(name) + "\"";
+  AddLogLine(("Refused: " + printed + " is no plain file name.").c_str());
+  ++m_NumRefused;
+  if (m_Refused.size() + printed.size() < kMaxRefusedText) {
+    m_Refused += (m_Refused.empty() ? "" : ", ") + printed;
+  }
+}
+
+int Uploader::TellRefused() const {
+  if (m_NumRefused == 0) {
+    return 0;
+  }
+  APP_LogErrorf("%u name%s on %s cannot be used on this computer and were left out: %s",
+                m_NumRefused, m_NumRefused == 1 ? "" : "s", m_Label.c_str(), m_Refused.c_str());
+  return -1;
+}
+
+int Uploader::FetchFile(const std::string& destDir, const std::string& target,
+                        const std::string& source, u32 numBytes) {
+  APP_LogBeginf("Uploading \"%s\" (%d bytes) from %s to %s ...", source.c_str(), numBytes,
+                m_Label.c_str(), destDir.c_str());
+  const std::string text =
+      "Uploading \"" + source + "\" from " + m_Label + " to " + destDir + " ...";
+  PROGRESS_SetText(m_pProgress, text.c_str());
+  PROGRESS_SetRange(m_pProgress, 0, numBytes);
+  PROGRESS_SetValue(m_pProgress, 0);
+  PROGRESS_CountBytes(m_pProgress);
+  int result = -1;
+  LocalFile file(target);
+  if (!file.IsOpen()) {
+    char acCause[1024];
+    APP_FormatFileError(target.c_str(), "save", acCause, sizeof(acCause));
+    APP_LogErrorf("Could not create \"%s\" on %s.", source.c_str(), destDir.c_str());
+    APP_LogError(acCause);
+  } else {
+    result = CopyContent(source, numBytes, &file);
+  }
+  APP_LogEnd();
+  return result;
+}
+
+int Uploader::CopyContent(const std::string& source, u32 numBytes, LocalFile* pFile) {
+  const u32 numErrors = APP_GetErrorCount();
+  m_Buffer.resize(std::min(numBytes, ZELMONT_MAX_TRANSFER));
+  for (u32 numDone = 0; numDone < numBytes;) {
+    if (ZELMONT_IsCanceled(m_pProgress)) {
+      return -1;
+    }
+    const u32 numLeft = numBytes - numDone;
+    const u32 numPiece = std::min(numLeft, ZELMONT_MAX_TRANSFER);
+    const i32 numRead = VORTIC_FileRead(source.c_str(), m_Buffer.data(), numDone, numPiece);
+    // What the library complains of has no certain content, whatever the count says.
+    if (numRead != static_cast<i32>(numPiece) || APP_GetErrorCount() != numErrors) {
+      APP_LogErrorf(
+          "Error while reading file content from %s. Offset: %d. NumBytes Remaining: %d FileName: "
+          "%s.",
+          m_Label.c_str(), numDone, numLeft, source.c_str());
+      return -1;
+    }
+    if (!pFile->Write(m_Buffer.data(), numPiece)) {
+      return FailWrite(source, numDone, numLeft);
+    }
+    numDone += numPiece;
+    PROGRESS_SetValue(m_pProgress, numDone);
+  }
+  return pFile->Keep() ? 0 : FailWrite(source, numBytes, 0);
+}
+
+int Uploader::FetchFolder(const std::string& target, const std::string& source, u32 depth) {
+  if (depth == 0) {
+    APP_LogErrorf("Failed to upload \"%s\" from %s to %s. Max. folder depth reached (%d)...",
+                  source.c_str(), m_Label.c_str(), target.c_str(), ZELMONT_MAX_FOLDER_DEPTH);
+    return -1;
+  }
+  std::vector<std::string> names;
+  if (!List(source, target, &names)) {
+    return -1;
+  }
+  return names.empty() ? 0 : Fetch(target, source + "\\", names, depth - 1);
+}
+
+// The count comes from the device; the buffer never grows beyond what a folder may hold.
+bool Uploader::List(const std::string& source, const std::string& target,
+                    std::vector<std::string>* pNames) {
+  auto* const pfList = VORTIC_GetFunctionAs<VORTIC_LIST_DIR>(VORTIC_FUNC_LIST_DIR);
+  std::vector<VORTIC_DIR_ENTRY> entries(kFirstEntries);
+  i32 result = -1;
+  while (pfList != nullptr) {
+    std::fill(entries.begin(), entries.end(), VORTIC_DIR_ENTRY{});
+    result = pfList(source.c_str(), entries.data(), static_cast<u32>(entries.size()));
+    if (result > static_cast<i32>(ZELMONT_MAX_DIR_ENTRIES)) {
+      APP_LogErrorf("Failed to upload \"%s\" from %s to %s. Max. number of entries reached (%d)...",
+                    source.c_str(), m_Label.c_str(), target.c_str(), ZELMONT_MAX_DIR_ENTRIES);
+      return false;
+    }
+    if (result <= static_cast<i32>(entries.size())) {
+      break;
+    }
+    entries.resize(std::min(2 * static_cast<u32>(result), ZELMONT_MAX_DIR_ENTRIES));
+  }
+  if (result < 0) {
+    APP_LogErrorf("Failed to upload \"%s\" from %s to %s. It is neither a file nor a folder.",
+                  source.c_str(), m_Label.c_str(), target.c_str());
+    return false;
+  }
+  for (u32 i = 0; i < static_cast<u32>(result); ++i) {
+    const char* acName = entries[i].acName;
+    std::string name(acName, strnlen(acName, sizeof(entries[i].acName)));
+    if (name != "." && name != "..") {
+      pNames->push_back(std::move(name));
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+int APP_UploadFiles(const char* sLabel, PROGRESS_INFO* pProgress, const char* sDestDir,
+                    const char* sSrcDir, const char* pNames, u32 NumNames, u32 Depth) {
+  std::string destDir = sDestDir;
+  SYS_PATH_ToNative(destDir.data());
+  while (destDir.size() > 1 && destDir.back() == '/') {
+    destDir.pop_back();
+  }
+  if (!MakeFolder(destDir) || !ZELMONT_CheckCapability(ZELMONT_CAP_FILES)) {
+    return -1;
+  }
+  const u32 numErrors = APP_GetErrorCount();
+  Uploader uploader(sLabel, pProgress);
+  const int result = uploader.Fetch(destDir, ZELMONT_ToDevicePath(sSrcDir),
+                                    ZELMONT_SplitNames(pNames, NumNames), Depth);
+  return uploader.TellRefused() != 0 || APP_GetErrorCount() != numErrors ? -1 : result;
+}
