@@ -29,10 +29,13 @@ template <class SEND>
 int Download(const char* sHeadline, SEND&& send) {
   ZELMONT_Disconnect();
   APP_LogBegin(sHeadline);
-  bool isDone = send() == 0;
+  const bool isSent = send() == 0;
   // Closing is the last chance of the library to tell that something did not arrive.
   ZELMONT_Disconnect();
-  isDone = isDone && APP_GetErrorCount() == 0;
+  const bool isDone = isSent && APP_GetErrorCount() == 0;
+  if (isSent && !isDone) {
+    APP_LogError("All files were written before the connection failed.");
+  }
   if (isDone) {
     APP_MsgBox("Successfully downloaded files to Zelmont.", "OK", nullptr, 0, APP_ICON_INFORMATION,
                0);

@@ -1,0 +1,348 @@
+// Config, data and serial number files on their way to a programmer and to the modules of a gang.
+#include "programmer/download.h"
+
+#include <filesystem>
+
+#include "app/engine/progress.h"
+#include "programmer/modules.h"
+#include "tests/programmer/device_scope.h"
+
+namespace {
+
+constexpr char kDone[] = "Successfully downloaded files to Zelmont.";
+constexpr char kFailed[] = "Failed to download files to probe / programmer.";
+const DeviceScope::Keys kGang = {{"ProductId", "30"}, {"DeadModules", "3"}, {"Modules", "8"}};
+
+// Two pieces and a half on the programmer.
+MEMAREA_PTR MakeImage() {
+  MEMAREA_PTR area(MEMAREA_Create());
+  EXPECT_EQ(MEMAREA_Write(area.get(), 0, 0x50000, Bytes(0x50000, 0x5A).data()), 0);
+  return area;
+}
+
+struct DownloadScope : DeviceScope {
+  explicit DownloadScope(const Keys& keys = {}) : DeviceScope(keys) {
+    PROJECT_New(Dir.file("p.korvane").c_str());
+    Blocks blocks;
+    blocks.Flash->AutoDetect = 0;
+    blocks.Flash->NumPages = 65536;
+    blocks.Flash->PageSizeShift = 8;
+    blocks.Production->SNValue = 5;
+    blocks.Store();
+  }
+  // An empty list: selection is off.
+  void SelectModules(const std::vector<u32>& modules) {
+    auto pGeneral = GetBlock(PROJECT_GetGeneral);
+    pGeneral->UseATEModuleSelection = modules.empty() ? 0 : 1;
+    for (const u32 module : modules) {
+      if (module != 0) {
+        pGeneral->aATEModuleSel[module - 1] = 1;
+      }
+    }
+    PROJECT_SetGeneral(pGeneral.get());
+  }
+  int Run() { return APP_DownloadConfigFiles(MakeImage().get()); }
+  // "both", "none", "data" or "config": which whole files lie in a folder of the programmer.
+  std::string Found(const std::string& folder) {
+    const auto read = [&](const char* sName) {
+      const std::string file = ReadFile(OnDevice(folder + sName));
+      return Bytes(file.begin(), file.end());
+    };
+    const Bytes data = read("Zelmont.dat"), config = read("Zelmont.cfg");
+    if (!data.empty()) {
+      EXPECT_EQ(ReadData(data).Blocks.size(), 0x50000u / 2048);
+    }
+    if (!config.empty()) {
+      ReadConfig(config);
+    }
+    return data.empty() ? (config.empty() ? "none" : "config") : config.empty() ? "data" : "both";
+  }
+  std::string Texts() { return FrontEnd.GetLog(); }
+};
+
+struct CASE {
+  const char* sName;
+  DeviceScope::Keys Keys;
+  std::vector<u32> Modules;  // 0: selection is on
+  std::vector<std::string> Says;
+  std::map<std::string, std::string> Found;  // behind it, by folder
+};
+
+void PrintTo(const CASE& c, std::ostream* pStream) {
+  *pStream << c.sName;
+}
+
+DeviceScope::Keys With(DeviceScope::Keys keys, const std::string& key, const std::string& value) {
+  keys[key] = value;
+  return keys;
+}
+
+const CASE kCases[] = {
+    {"Programmer",
+     {},
+     {},
+     {kDone, "Downloading file to Programmer [Zelmont.dat] ...", "File downloaded successfully"},
+     {{"", "both"}}},
+    {"OldHardware", {{"HardwareVersion", "140000"}}, {}, {kDone}, {{"", "both"}}},
+    {"OlderHardware",
+     {{"HardwareVersion", "1049999"}},
+     {},
+     {"Zelmont V4 or earlier detected. Storing *.pex files in the config file requires a Zelmont "
+      "V5 or newer.",
+      kDone},
+     {{"", "both"}}},
+    {"Modules2And5",
+     kGang,
+     {2, 5},
+     {"Connecting to module 2...", "Downloading file to Module 2 [Zelmont.cfg]",
+      "Downloading file to Module 5 [Zelmont.dat]", kDone},
+     {{"module2/", "both"}, {"module5/", "both"}, {"module1/", "none"}, {"module0/", "none"}}},
+    {"SelectionInactive",
+     kGang,
+     {},
+     {"Gang programmer module selection inactive.\nSet gang programmer module selection "
+      "at\nProject Settings -> General\n"},
+     {{"module0/", "none"}}},
+    {"NoModuleSelected",
+     kGang,
+     {0},
+     {"No gang programmer modules selected at\nProject Settings -> General\n"},
+     {{"module0/", "none"}}},
+    {"NoGang",
+     {},
+     {2},
+     {"The connected probe/ programmer is not a gang programmer,\nbut the gang programmer module "
+      "selection is checked at\nProject Settings -> General\n"},
+     {{"", "none"}}},
+    {"DeadModule",
+     kGang,
+     {2, 3, 5},
+     {"Module 3 of the gang programmer does not answer.",
+      "Failed to connect to gang programmer module #3.",
+      "Modules that have their files: 2. Failed: 3. Not tried: 5."},
+     {{"module2/", "both"}, {"module5/", "none"}}},
+    {"MissingModule",
+     kGang,
+     {9, 10},
+     {"The gang programmer has modules 1 to 8, not 9.",
+      "Failed to select gang programmer module #9.",
+      "Modules that have their files: none. Failed: 9. Not tried: 10."},
+     {}},
+    {"NoFiles",
+     {{"Capabilities", "54,72"}},
+     {},
+     {"Connected programmer does not support file download."},
+     {{"", "none"}}},
+    {"NotStandAlone",
+     {{"Capabilities", "26,54"}},
+     {},
+     {"Connected programmer does not support SPI in stand-alone mode."},
+     {{"", "none"}}},
+    {"ModuleFull",
+     With(kGang, "FileSystemKiB", "300"),
+     {2, 5},
+     {"Could not create \"Zelmont.dat\" (", "on Module 2.", "Failed to download files",
+      "State of Module 2: 0 of 2 files done, \"Zelmont.dat\" is unchanged."},
+     {{"module2/", "none"}, {"module5/", "none"}}},
+    {"FullForTheConfig",
+     {{"FileSystemKiB", "325"}},
+     {},
+     {"Could not create \"Zelmont.cfg\" (",
+      "State of Programmer: 1 of 2 files done, \"Zelmont.cfg\" is unchanged."},
+     {{"", "data"}}},
+    {"NoProbe", {{"FileSystem", "Vortic.ini"}}, {}, {"Vortic.ini"}, {}},
+};
+
+class Downloads : public testing::TestWithParam<CASE> {};
+
+TEST_P(Downloads, TellWhatHasArrived) {
+  const CASE& c = GetParam();
+  DownloadScope scope(c.Keys);
+  scope.SelectModules(c.Modules);
+  const bool isDone = std::find(c.Says.begin(), c.Says.end(), kDone) != c.Says.end();
+  EXPECT_EQ(scope.Run(), isDone ? 0 : -1);
+  for (const std::string& text : c.Says) {
+    EXPECT_NE(scope.Texts().find(text), std::string::npos) << text << "\n in " << scope.Texts();
+  }
+  EXPECT_EQ(scope.FrontEnd.HasLog(kFailed), !isDone);
+  EXPECT_EQ(scope.FrontEnd.HasLog("V4 or earlier"), c.Says[0].starts_with("Zelmont V4"));
+  EXPECT_EQ(APP_State().ExitCode, isDone ? 0 : 1);
+  for (const auto& [folder, found] : c.Found) {
+    EXPECT_EQ(scope.Found(folder), found) << folder;
+  }
+  EXPECT_EQ(FLASH_State().ProbeIsOpen, 0);
+  EXPECT_EQ(scope.FrontEnd.GetNumOpenProgress(), 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, Downloads, testing::ValuesIn(kCases),
+                         [](const auto& row) { return std::string(row.param.sName); });
+
+// After a good download as after a failed one: who connects next meets the hub, not a module.
+TEST(Download, TheHubComesBack) {
+  for (const std::vector<u32>& modules : {std::vector<u32>{2, 5}, {2, 3}}) {
+    DownloadScope scope(kGang);
+    WriteFile(scope.OnDevice("module0/hub"), "x");
+    scope.SelectModules(modules);
+    scope.Run();
+    EXPECT_EQ(ZELMONT_Connect(), 0);
+    EXPECT_EQ(VORTIC_FileGetSize("hub"), 1);
+  }
+}
+
+// Whatever call fails, in whatever way: no file on the programmer passes for a whole one without
+// being it, and what is left is told.
+TEST(Download, AFailureAtAnyCallLeavesNoHalfFileUnnamed) {
+  for (const std::string fault : {"disconnect", "timeout", "nak"}) {
+    u32 numFailed = 0;
+    for (u32 call = 1;; ++call) {
+      SCOPED_TRACE(fault + "@" + std::to_string(call));
+      DownloadScope scope({{"Fault", fault + "@" + std::to_string(call)}});
+      WriteFile(scope.OnDevice("Zelmont.dat"), "old");
+      WriteFile(scope.OnDevice("Zelmont.cfg"), "old");
+      const int result = scope.Run();
+      const std::string log = scope.Texts();
+      const std::string data = ReadFile(scope.OnDevice("Zelmont.dat"));
+      const std::string config = ReadFile(scope.OnDevice("Zelmont.cfg"));
+      if (result == 0) {
+        EXPECT_EQ(scope.Found(""), "both");
+        // Calls behind the last piece are the close, which has nothing to say.
+        EXPECT_EQ(log.find("ERROR"), std::string::npos);
+        break;
+      }
+      ++numFailed;
+      EXPECT_EQ(APP_State().ExitCode, 1);
+      EXPECT_NE(log.find(kFailed), std::string::npos);
+      const bool isNamed = log.find("is incomplete and must not be used.") != std::string::npos;
+      if (!isNamed && data != "old" && config != "old") {
+        scope.Found("");  // what is there is whole
+      } else if (!isNamed && data != "old" && !data.empty()) {
+        ReadData(Bytes(data.begin(), data.end()));
+      }
+      const bool isTouched = data != "old" || config != "old";
+      EXPECT_TRUE(!isTouched || log.find("State of Programmer: ") != std::string::npos ||
+                  log.find("All files were written before ") != std::string::npos)
+          << log;
+      ASSERT_LT(call, 100u);
+    }
+    EXPECT_GT(numFailed, 8u);
+  }
+}
+
+TEST(Download, WriteErrorNamesPlaceAndFile) {
+  // The third of three pieces: calls of the connect, then delete, create, two pieces.
+  for (u32 call = 1; call < 100; ++call) {
+    DownloadScope scope({{"Fault", "nak@" + std::to_string(call)}});
+    if (scope.Run() != 0 && scope.FrontEnd.HasLog("Offset: 262144")) {
+      EXPECT_TRUE(scope.FrontEnd.HasLog(
+          "Error while writing file content to Programmer. Offset: 262144. NumBytes Remaining: "
+          "69632 FileName: Zelmont.dat."));
+      EXPECT_TRUE(scope.FrontEnd.HasLog("0 of 2 files done, \"Zelmont.dat\" is removed."));
+      return;
+    }
+  }
+  FAIL() << "no write failed at that place";
+}
+
+// A cancel keeps what is whole, the old file that it came before included.
+TEST(Download, CanceledByUser) {
+  const struct {
+    u32 Max, Value;  // of the progress at which Cancel is pressed
+    const char* sState;
+    std::string Data, Config;  // sizes behind it
+  } cases[] = {
+      {331776, 0x20000, "0 of 2 files done, \"Zelmont.dat\" is removed.", "", "old"},
+      {331776, 331776, "1 of 2 files done, \"Zelmont.dat\" is complete.", "new", "old"},
+      {2049, 0, "1 of 2 files done, \"Zelmont.cfg\" is unchanged.", "new", "old"},
+  };
+  for (const auto& c : cases) {
+    DownloadScope scope;
+    WriteFile(scope.OnDevice("Zelmont.dat"), "old");
+    WriteFile(scope.OnDevice("Zelmont.cfg"), "old");
+    scope.FrontEnd.OnRefresh = [&](PROGRESS_INFO* pInfo) {
+      if (pInfo->Max == c.Max && pInfo->Value == c.Value && pInfo->Canceled == 0) {
+        PROGRESS_Cancel(pInfo);
+      }
+    };
+    EXPECT_EQ(scope.Run(), -1);
+    EXPECT_TRUE(scope.FrontEnd.HasLog("Download canceled by user")) << scope.Texts();
+    EXPECT_TRUE(scope.FrontEnd.HasLog(c.sState)) << scope.Texts();
+    const std::string data = ReadFile(scope.OnDevice("Zelmont.dat"));
+    EXPECT_EQ(data.size() == c.Max || data.size() > 3 ? "new" : data, c.Data);
+    EXPECT_EQ(ReadFile(scope.OnDevice("Zelmont.cfg")), c.Config);
+  }
+}
+
+TEST(Download, FilesThatCannotBeBuiltTouchNothing) {
+  for (const bool hasImage : {true, false}) {
+    DownloadScope scope;
+    WriteFile(scope.OnDevice("Zelmont.dat"), "old");
+    Blocks blocks;
+    blocks.Flash->AutoDetect = 1;
+    blocks.Store();
+    EXPECT_EQ(APP_DownloadConfigFiles(hasImage ? MakeImage().get() : nullptr), -1);
+    EXPECT_TRUE(scope.FrontEnd.HasLog(hasImage ? "Auto detection of SPI Flash is not supported"
+                                               : "No data file open."));
+    EXPECT_EQ(ReadFile(scope.OnDevice("Zelmont.dat")), "old");
+    EXPECT_FALSE(scope.FrontEnd.HasLog("Connecting"));
+  }
+}
+
+TEST(Download, NegativeLengthRemoves) {
+  DownloadScope scope;
+  WriteFile(scope.OnDevice("SNList.txt"), "01");
+  ZELMONT_FILE_INFO file{};
+  std::copy_n("SNList.txt", 11, file.acName);
+  file.NumBytes = -1;
+  APP_LogBegin("Test");
+  for (int i = 0; i < 2; ++i) {  // what isn't there is as good as removed
+    EXPECT_EQ(APP_DownloadFiles(&file, 1), 0);
+    EXPECT_FALSE(std::filesystem::exists(scope.OnDevice("SNList.txt")));
+  }
+  EXPECT_EQ(scope.FrontEnd.CountLog("Removing \"SNList.txt\" from Programmer..."), 2u);
+  APP_LogEnd();
+}
+
+const std::string kNul(1, '\0');
+
+// What the serial number files become, from what lies beside the project. "dir": a folder lies
+// there, which cannot be read as a file.
+TEST(Download, SerialNumbers) {
+  const struct {
+    const char *sSerial, *sList;       // null: no such file
+    std::string Sent, SentList, Says;  // Says empty: done
+  } cases[] = {
+      {"7", nullptr, "7" + kNul, "", ""},
+      {"", nullptr, "", "", ""},
+      {nullptr, nullptr, "5" + kNul, "", ""},
+      {"7", "0102\n", "7" + kNul, "0102\n", ""},
+      {"dir", nullptr, "", "", "Could not open file ["},
+      {"7", "dir", "", "", "Could not open file ["},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(&c - cases);
+    DownloadScope scope;
+    const std::pair<const char*, std::string> files[] = {
+        {c.sSerial, scope.Dir.file("p_Serial.txt")}, {c.sList, scope.Dir.file("p_SNList.txt")}};
+    for (const auto& [sText, name] : files) {
+      if (sText != nullptr && std::string(sText) == "dir") {
+        std::filesystem::create_directory(name);
+      } else if (sText != nullptr) {
+        WriteFile(name, sText);
+      }
+    }
+    EXPECT_EQ(APP_DownloadSNFiles(), c.Says.empty() ? 0 : -1) << scope.Texts();
+    EXPECT_EQ(ReadFile(scope.OnDevice("Serial.txt")), c.Sent);
+    EXPECT_EQ(std::filesystem::exists(scope.OnDevice("Serial.txt")), c.Says.empty());
+    EXPECT_EQ(ReadFile(scope.OnDevice("SNList.txt")), c.SentList);
+    EXPECT_TRUE(scope.FrontEnd.HasLog(c.Says.empty() ? kDone : c.Says)) << scope.Texts();
+    if (c.sSerial == nullptr) {
+      EXPECT_EQ(ReadFile(scope.Dir.file("p_Serial.txt")), c.Sent);
+    }
+  }
+  DownloadScope scope;
+  PROJECT_Reset();
+  EXPECT_EQ(APP_DownloadSNFiles(), -1);
+  EXPECT_TRUE(scope.FrontEnd.HasLog("Failed to get S/N file name."));
+}
+
+}  // namespace
