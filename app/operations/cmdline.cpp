@@ -71,7 +71,7 @@ constexpr CMDLINE_OPTION kOptions[CMDLINE_NUM_OPTIONS] = {
      "\t\t Saves emulator configuration file\n\t\t   Syntax:\t -savecfg<FILENAME>"},
     {"-savedat", kExecute, CMDLINE_OnSaveDat,
      "\t\t Saves emulator data file\n\t\t   Syntax:\t -savedat<FILENAME>"},
-    {"-download", kExecute, CMDLINE_OnNotAvailable, "  \t Downloads configuration to emulator"},
+    {"-download", kExecute, CMDLINE_OnDownload, "  \t Downloads configuration to emulator"},
     {"-min", kPreparse, CMDLINE_OnMin, "\t\t Starts application minimized"},
     {"-hide", kPreparse, CMDLINE_OnHide, "\t\t Starts application hidden"},
     {"-save", kExecute, CMDLINE_OnSave,

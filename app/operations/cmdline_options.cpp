@@ -15,6 +15,7 @@
 #include "flash/erase.h"
 #include "flash/program.h"
 #include "flash/verify.h"
+#include "programmer/download.h"
 #include "programmer/save_files.h"
 #include "project/project.h"
 #include "sys/file.h"
@@ -276,6 +277,10 @@ int CMDLINE_OnSaveDat(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
   }
   SYS_PATH_ToNative(acFile);
   return ZELMONT_SaveDataFile(acFile, APP_GetFocusedImage());
+}
+
+int CMDLINE_OnDownload(const char* /*sText*/, u32 /*WordLen*/, u32 /*Pass*/) {
+  return APP_DownloadConfigFiles(APP_GetFocusedImage());
 }
 
 int CMDLINE_OnNotAvailable(const char* sText, u32 wordLen, u32 /*Pass*/) {

@@ -10,6 +10,7 @@
 #include "flash/erase.h"
 #include "flash/program.h"
 #include "flash/verify.h"
+#include "programmer/download.h"
 #include "programmer/save_files.h"
 #include "project/project.h"
 #include "project/settings.h"
@@ -94,6 +95,14 @@ void APP_OnSaveConfigFileJob(APP_JOB_CONTEXT* /*pContext*/) {
 
 void APP_OnSaveDataImageJob(APP_JOB_CONTEXT* /*pContext*/) {
   ZELMONT_SaveDataFile(nullptr, APP_GetFocusedImage());
+}
+
+void APP_OnDownloadConfigJob(APP_JOB_CONTEXT* /*pContext*/) {
+  APP_DownloadConfigFiles(APP_GetFocusedImage());
+}
+
+void APP_OnDownloadSNJob(APP_JOB_CONTEXT* /*pContext*/) {
+  APP_DownloadSNFiles();
 }
 
 void APP_OnGenerateTestDataJob(APP_JOB_CONTEXT* /*pContext*/) {

@@ -60,6 +60,8 @@ void APP_OnCheckFilesJob(APP_JOB_CONTEXT* pContext);
 void APP_OnSaveDataFileJob(APP_JOB_CONTEXT* pContext);
 void APP_OnSaveConfigFileJob(APP_JOB_CONTEXT* pContext);
 void APP_OnSaveDataImageJob(APP_JOB_CONTEXT* pContext);
+void APP_OnDownloadConfigJob(APP_JOB_CONTEXT* pContext);
+void APP_OnDownloadSNJob(APP_JOB_CONTEXT* pContext);
 void APP_OnGenerateTestDataJob(APP_JOB_CONTEXT* pContext);
 void APP_OnRelocateDataJob(APP_JOB_CONTEXT* pContext);
 void APP_OnDeleteRangeJob(APP_JOB_CONTEXT* pContext);

@@ -184,6 +184,14 @@ void APP_PostSaveEmuDataFile() {
   Post(APP_JOB_SAVE_DATA_IMAGE, JOB_TAG("SaveEmuDataFile"));
 }
 
+void APP_PostDownloadConfigFiles() {
+  Post(APP_JOB_DOWNLOAD_CONFIG, JOB_TAG("DownloadConfigFiles"));
+}
+
+void APP_PostDownloadSNFiles() {
+  Post(APP_JOB_DOWNLOAD_SN, JOB_TAG("DownloadSNFiles"));
+}
+
 void APP_PostGenerateTestData(void* pOwner) {
   Post(APP_JOB_GENERATE_TEST_DATA, JOB_TAG("GenerateTestData"), pOwner);
 }

@@ -36,6 +36,8 @@ enum APP_JOB_ID : u32 {
   APP_JOB_CLOSE_PROJECT = 13,
   APP_JOB_SAVE_CONFIG_FILE = 14,
   APP_JOB_SAVE_DATA_IMAGE = 15,
+  APP_JOB_DOWNLOAD_CONFIG = 16,
+  APP_JOB_DOWNLOAD_SN = 17,
   APP_JOB_CONNECT = 18,
   APP_JOB_DISCONNECT = 19,
   APP_JOB_GENERATE_TEST_DATA = 20,
@@ -106,6 +108,8 @@ void APP_PostSaveDataFile(APP_DATA_WINDOW* pDataWindow, const char* sFile, bool 
                           void* pOwner);
 void APP_PostSaveEmuConfigFile();
 void APP_PostSaveEmuDataFile();
+void APP_PostDownloadConfigFiles();
+void APP_PostDownloadSNFiles();
 void APP_PostGenerateTestData(void* pOwner);
 void APP_PostRelocateData();
 void APP_PostDeleteDataRange();

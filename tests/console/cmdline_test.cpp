@@ -156,7 +156,7 @@ const LINE kLines[] = {
      {},
      {"ERROR"}},
     {"ProgrammerDataNeedsData", {"-savedatx.dat", "-exit"}, 1, {"No data file open."}, {}},
-    {"NotYet", {"-download", "-exit"}, 1, {"The option -download is not available"}, {}},
+    {"DownloadNeedsData", {"-download", "-exit"}, 1, {"No data file open."}, {"Connecting"}},
 };
 
 INSTANTIATE_TEST_SUITE_P(Shell, CommandLine, testing::ValuesIn(kLines),

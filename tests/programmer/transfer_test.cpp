@@ -119,24 +119,18 @@ TEST(UploadFiles, Limits) {
 // Bad names are named, the good file beside them comes, and nothing lands outside.
 TEST(UploadFiles, RefusesNamesThatLeadElsewhere) {
   const struct {
-    const char *sFiles, *sFolders, *sNamed;
+    const char *sKey, *sNames, *sNamed;
   } cases[] = {
-      {"..\\\\up", "", "\"..\\up\""},
-      {"/etc/evil", "", "\"/etc/evil\""},
-      {"../../up", "", "\"../../up\""},
-      {"a\\x1B[2J\\x0A", "", "\"a\\x1B[2J\\x0A\""},
-      {"C:x", "C:", "2 names"},
-      {"", "../..", "\"../..\""},
-      {"", "\\\\\\\\host", "\"\\\\host\""},
+      {"ListingExtra", "..\\\\up", "\"..\\up\""},
+      {"ListingExtra", "/etc/evil", "\"/etc/evil\""},
+      {"ListingExtra", "../../up", "\"../../up\""},
+      {"ListingExtra", "a\\x1B[2J\\x0A", "\"a\\x1B[2J\\x0A\""},
+      {"ListingExtraFolders", "../.., C:", "\"../..\", \"C:\""},
+      {"ListingExtraFolders", "\\\\\\\\host", "\"\\\\host\""},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.sNamed);
-    DeviceScope::Keys keys;
-    keys[c.sFiles[0] != 0 ? "ListingExtra" : "ListingExtraFolders"] =
-        c.sFiles[0] != 0 ? c.sFiles : c.sFolders;
-    if (c.sFiles[0] != 0 && c.sFolders[0] != 0) {
-      keys["ListingExtraFolders"] = c.sFolders;
-    }
+    const DeviceScope::Keys keys = {{c.sKey, c.sNames}};
     TransferScope scope(keys);
     WriteFile(scope.OnDevice("d/good"), "x");
     EXPECT_EQ(scope.Fetch("d"), -1);
@@ -185,32 +179,28 @@ TEST(UploadFiles, AFailureLeavesTheOldFile) {
   }
 }
 
-TEST(UploadFiles, LocalFailures) {
-  TransferScope scope;
-  WriteFile(scope.OnDevice("f"), "x");
-  WriteFile(scope.Dir.file("file"), "x");
-  std::filesystem::create_directories(scope.Dir.file("out/f"));
-  EXPECT_EQ(scope.Fetch("f"), -1);
-  EXPECT_TRUE(scope.FrontEnd.HasLog("Could not create \"\\f\" on " + scope.Dir.file("out")));
-  EXPECT_EQ(APP_UploadFiles("Programmer", nullptr, scope.Dir.file("file/x").c_str(), "", "f", 1, 4),
-            -1);
-  EXPECT_TRUE(scope.FrontEnd.HasLog("Could not create file ["));
-}
-
-TEST(UploadFiles, CanceledByUser) {
+TEST(UploadFiles, LocalFailuresAndCancel) {
   TransferScope scope;
   WriteFile(scope.OnDevice("f"), std::string(0x20000 + 5, 'x'));
-  APP_PROGRESS progress("");
+  WriteFile(scope.Dir.file("file"), "x");
+  std::filesystem::create_directories(scope.Dir.file("out/f"));
   scope.FrontEnd.OnRefresh = [](PROGRESS_INFO* pInfo) {
     if (pInfo->Value == 0x20000 && pInfo->Canceled == 0) {
       PROGRESS_Cancel(pInfo);
     }
   };
-  EXPECT_EQ(
-      APP_UploadFiles("Programmer", progress.Get(), scope.Dir.file("out").c_str(), "", "f", 1, 4),
-      -1);
-  EXPECT_TRUE(scope.FrontEnd.HasLog("Download canceled by user"));
-  EXPECT_FALSE(std::filesystem::exists(scope.Dir.file("out/f")));
+  APP_PROGRESS progress("");
+  const std::pair<const char*, std::string> cases[] = {
+      {"out", "Could not create \"\\f\" on " + scope.Dir.file("out")},
+      {"file/x", "Could not create file ["},
+      {"new", "Download canceled by user"}};
+  for (const auto& [sDir, text] : cases) {
+    EXPECT_EQ(APP_UploadFiles("Programmer", progress.Get(), scope.Dir.file(sDir).c_str(), "\\", "f",
+                              1, 4),
+              -1);
+    EXPECT_TRUE(scope.FrontEnd.HasLog(text)) << scope.FrontEnd.GetLog();
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(scope.Dir.file("new")));
 }
 
 }  // namespace
