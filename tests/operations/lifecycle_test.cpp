@@ -156,4 +156,25 @@ TEST(Lifecycle, JobsOfAUserProgramTheFocusedImage) {
   EXPECT_EQ(run.FrontEnd().GetNumOpenProgress(), 0u);
 }
 
+TEST(Lifecycle, JobsOfAUserFillAProgrammer) {
+  PROGRAM_RUN run({"-exit"});
+  run.Core().SetProbe({{"FileSystem", "fs"}, {"ProductId", "30"}});
+  WriteFile(run.Core().Path("p.korvane"),
+            "[GENERAL]\r\n  UseATEModuleSelection = 1\r\n  aATEModuleSel[2] = 0,1\r\n[FLASH]\r\n"
+            "  AutoDetect = 0\r\n  NumPages = 256\r\n  PageSizeShift = 8\r\n");
+  WriteFile(run.Core().Path("a.hex"), ":0400100001020304E2\n:00000001FF\n");
+  WriteFile(run.Core().Path("p_Serial.txt"), "7");
+  run.Start();
+  run.WaitInit();
+  APP_State().SuppressGUI = 0;
+  APP_PostOpenProjFile(run.Core().Path("p.korvane").c_str());
+  APP_PostOpenDataFile(run.Core().Path("a.hex").c_str(), ~u64{0}, false, nullptr);
+  APP_PostDownloadConfigFiles();
+  APP_PostDownloadSNFiles();
+  EXPECT_TRUE(run.End());
+  EXPECT_EQ(run.FrontEnd().CountLog("File downloaded successfully"), 3u) << run.FrontEnd().GetLog();
+  EXPECT_TRUE(run.FrontEnd().HasBox("Successfully downloaded files to Zelmont."));
+  EXPECT_EQ(ReadFile(run.Core().Path("fs/module2/Serial.txt")), std::string("7\0", 2));
+}
+
 }  // namespace
