@@ -1,0 +1,108 @@
+#include "ui/window/desktop_main.h"
+
+#include <QtWidgets>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "app/engine/app_state.h"
+#include "app/operations/cmdline.h"
+#include "app/operations/jobs.h"
+#include "sys/interrupts.h"
+#include "ui/window/main_window.h"
+
+namespace {
+
+constexpr int kPointSize = 8;
+constexpr u32 kShowNormal = 1;
+
+void OnInterrupt(void* pContext) {
+  static_cast<MainWindow*>(pContext)->PostInterrupt();
+}
+
+bool HasOption(int argc, char** argv, const char* sWord) {
+  for (int i = 1; i < argc; ++i) {
+    const CMDLINE_OPTION* pOption = CMDLINE_FindOption(argv[i]);
+    if (pOption != nullptr && std::string_view(pOption->sWord) == sWord) {
+      return true;
+    }
+  }
+  return false;
+}
+
+void TellNoDisplay() {
+  std::fputs(
+      "KorvaneSPI: there is no display to show a window on. The program \"korvane\" does the same "
+      "on a terminal.\n",
+      stderr);
+}
+
+// The toolkit's own messages are of no use to the user, but for the last one: without a platform to
+// show anything on it ends the process.
+void OnToolkitMessage(QtMsgType type, const QMessageLogContext& /*context*/,
+                      const QString& /*sText*/) {
+  if (type == QtFatalMsg) {
+    if (QCoreApplication::startingUp()) {
+      TellNoDisplay();
+    }
+    std::_Exit(1);
+  }
+}
+
+// Lets a run that nobody watches go without a display. False when there has to be one and is not.
+bool ChoosePlatform(bool isHiddenRun) {
+  if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
+    return true;
+  }
+  const bool hasWayland = !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+  const bool hasDisplay = hasWayland || !qEnvironmentVariableIsEmpty("DISPLAY");
+  if (isHiddenRun) {
+    // The first that works: a display that can't be reached counts as none.
+    qputenv("QT_QPA_PLATFORM", hasWayland ? "wayland;xcb;offscreen" : "xcb;offscreen");
+  }
+  return hasDisplay || isHiddenRun;
+}
+
+int RunWindow(int argc, char** argv, bool isHiddenRun) {
+  MainWindow window(argc, argv, kShowNormal);
+  if (isHiddenRun && QGuiApplication::platformName() == "offscreen") {
+    window.SetUnattended();
+  }
+  const INTERRUPTS interrupts(OnInterrupt, &window);
+  // Whoever else ends the loop, such as the end of the session: the window closes first.
+  do {
+    QCoreApplication::exec();
+    if (!window.HasEnded()) {
+      window.close();
+    }
+  } while (!window.HasEnded());
+  return APP_State().ExitCode;
+}
+
+}  // namespace
+
+int UI_Main(int argc, char** argv) {
+  const bool isHiddenRun = HasOption(argc, argv, "-hide") && HasOption(argc, argv, "-exit");
+  if (!ChoosePlatform(isHiddenRun)) {
+    TellNoDisplay();
+    return 1;
+  }
+  WORKER_Reset();  // tests start the program more than once
+  APP_ResetState();
+  const QtMessageHandler oldHandler = qInstallMessageHandler(OnToolkitMessage);
+  int numArgs = argc;
+  std::vector<char*> args(argv, argv + argc + 1);  // the toolkit takes its own options out of it
+  int status = 1;
+  {
+    QApplication app(numArgs, args.data());
+    QApplication::setApplicationName(APP_GetName());
+    QApplication::setQuitOnLastWindowClosed(false);
+    QFont font = QApplication::font();
+    font.setPointSize(kPointSize);
+    QApplication::setFont(font, "QWidget");
+    status = RunWindow(argc, argv, isHiddenRun);
+  }
+  APP_TearDown();
+  qInstallMessageHandler(oldHandler);
+  return status;
+}

@@ -1,0 +1,246 @@
+#include "ui/window/main_window.h"
+
+#include <cstdlib>
+
+#include "app/engine/app_state.h"
+#include "project/proj_info.h"
+#include "ui/common/progress_dialog.h"
+#include "ui/common/qt_helper.h"
+#include "ui/hex/hex_editor.h"
+#include "ui/log/text_view.h"
+#include "ui/window/data_window_area.h"
+#include "ui/window/data_window_handle.h"
+#include "ui/window/proj_info_tree.h"
+
+// Construction, life and end of the main window.
+
+namespace {
+
+constexpr int kLogLines = 10;  // the least that the log shows
+constexpr int kPollMs = 1;
+constexpr int kPumpMs = 10;
+
+// For polls, which know no object. Set on the GUI thread before the first post.
+MainWindow* g_pMainWindow = nullptr;
+
+}  // namespace
+
+MainWindow::MainWindow(int argc, char** argv, u32 ShowCmd)
+    : m_GuiThreadId(SYS_GetCurrentThreadId()),
+      m_Lock(SYS_MUTEX_Create(nullptr)),
+      m_pProjInfo(std::make_unique<PROJ_INFO>()) {
+  g_pMainWindow = this;
+  APP_SetUp(this);
+  WORKER_SetDefaultPoll(PollGui);
+  setObjectName("MainWindow");
+  hide();
+  CreateMenus();
+  CreateCenter();
+  CreateDocks();
+  CreateStatusBar();
+  setAcceptDrops(true);
+  m_Request.sTitle = APP_GetName();
+  ConnectSignals();
+  _SlotOnGUIUpdate();
+  _SlotOnMenuBarUpdate();
+  m_Start.argc = static_cast<u32>(argc);
+  m_Start.argv = argv;
+  m_Start.ShowCmd = ShowCmd;
+  APP_PostInit(&m_Start);
+  setFocusPolicy(Qt::ClickFocus);
+}
+
+MainWindow::~MainWindow() {
+  EndGui();
+  WORKER_SetDefaultPoll(nullptr);
+  // Children go before the members that their signals would reach.
+  for (const auto& pHandle : m_Handles) {
+    if (CHexEditor* pEditor = pHandle->GetEditor(); pEditor != nullptr) {
+      pHandle->Detach();
+      disconnect(pEditor, nullptr, this, nullptr);
+    }
+  }
+  disconnect(m_pArea, nullptr, this, nullptr);
+  qDeleteAll(m_Progress);
+  delete takeCentralWidget();
+  SYS_MUTEX_Destroy(&m_Lock);
+  g_pMainWindow = nullptr;
+}
+
+void MainWindow::CreateCenter() {
+  m_pProjTree = new ProjInfoTree(this);
+  m_pProjTree->setObjectName("ProjInfoTree");
+  m_pProjTree->setAccessibleName("Project information");
+  m_pArea = new DataWindowArea(this, "Drag & Drop data file here");
+  connect(m_pArea, &DataWindowArea::SignalDataWinInFocus, this,
+          &MainWindow::_SlotOnDataWindowInFocus);
+  // The first window fits one data window.
+  m_pArea->setFixedSize(CHexEditor().sizeHint());
+}
+
+void MainWindow::CreateDocks() {
+  m_pLogView = new CustTextView(this);
+  m_pLogView->setObjectName("LogView");
+  m_pLogView->setAccessibleName("Log");
+  setDockNestingEnabled(true);
+  setCentralWidget(m_pArea);
+  m_pProjDock = QTHelper_AddDock(this, "Project information", m_pProjTree, Qt::LeftDockWidgetArea);
+  m_pProjDock->setObjectName("DockProjInfo");
+  m_pLogDock = QTHelper_AddDock(this, "Log", m_pLogView, Qt::BottomDockWidgetArea);
+  m_pLogDock->setObjectName("DockLog");
+  m_pLogDock->setMinimumHeight(kLogLines * QFontMetrics(m_pLogView->font()).height());
+  for (const QDockWidget* pDock : {m_pProjDock, m_pLogDock}) {
+    connect(pDock, &QDockWidget::visibilityChanged, this, &MainWindow::_SlotOnMenuBarUpdate);
+  }
+}
+
+void MainWindow::CreateStatusBar() {
+  constexpr std::array<int, APP_NUM_STATUS_TEXTS> kStretch = {5, 1, 1};
+  for (u32 i = 0; i < APP_NUM_STATUS_TEXTS; ++i) {
+    auto* pLabel = new QLabel(this);
+    pLabel->setObjectName(QString("StatusLabel%1").arg(i));
+    // A long tip must not widen the window.
+    pLabel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    pLabel->setTextFormat(Qt::PlainText);
+    statusBar()->addPermanentWidget(pLabel, kStretch[i]);
+    m_apStatusLabel[i] = pLabel;
+  }
+}
+
+// All of them cross from the application thread, and all arrive in the order of sending.
+void MainWindow::ConnectSignals() {
+  const auto queue = [this](auto signal, auto slot) {
+    connect(this, signal, this, slot, Qt::QueuedConnection);
+  };
+  using W = MainWindow;
+  queue(&W::_SignalShowCustMsgBox, &W::_SlotOnShowCustMsgBox);
+  queue(&W::_SignalShowEditValDialog, &W::_SlotOnShowEditValDialog);
+  queue(&W::_SignalShowFileDialogOpen, &W::_SlotOnShowFileDialogOpen);
+  queue(&W::_SignalShowFileDialogSave, &W::_SlotOnShowFileDialogSave);
+  queue(&W::_SignalCreateDataWindow, &W::_SlotOnCreateDataWindow);
+  queue(&W::_SignalUpdateDataWindow, &W::_SlotOnUpdateDataWindow);
+  queue(&W::_SignalCloseDataWindow, &W::_SlotOnCloseDataWindow);
+  queue(&W::_SignalDataWindowForgotten, &W::_SlotOnDataWindowForgotten);
+  queue(&W::_SignalUpdateGUI, &W::_SlotOnGUIUpdate);
+  queue(&W::_SignalUpdateMenuBar, &W::_SlotOnMenuBarUpdate);
+  queue(&W::_SignalUpdateVisibility, &W::_SlotOnVisibilityUpdate);
+  queue(&W::_SignalUpdateProjectInfo, &W::_SlotOnUpdateProjectInfo);
+  queue(&W::_SignalEnableGUI, &W::_SlotOnEnableGUI);
+  queue(&W::_SignalEnableDataWindowCheck, &W::_SlotOnEnableDataWindowCheck);
+  queue(&W::_SignalClose, &W::_SlotOnClose);
+  queue(&W::_SignalFinAsyncAppInit, &W::_SlotOnFinAsyncAppInit);
+  queue(&W::_SignalOnNewMail, &W::_SlotOnNewMail);
+  queue(&W::_SignalInterrupt, &W::_SlotOnInterrupt);
+  // Coming back from another program checks all data files. A click into the window alone gives
+  // the focus to one of its children, which focusInEvent doesn't see.
+  connect(qApp, &QGuiApplication::applicationStateChanged, this,
+          [this](Qt::ApplicationState state) {
+            if (state == Qt::ApplicationActive) {
+              CheckFocus(nullptr);
+            }
+          });
+}
+
+// Keeps the window alive while a post of the GUI thread waits for a slot of the ring.
+int MainWindow::PollGui(void* /*pArg*/) {
+  if (g_pMainWindow == nullptr || !g_pMainWindow->IsGuiThread()) {
+    return 0;
+  }
+  if (g_pMainWindow->m_IsInFileDialog) {
+    return -1;  // the job that has to end first waits for a dialog below in the stack
+  }
+  QCoreApplication::processEvents(QEventLoop::AllEvents, kPollMs);
+  return 0;
+}
+
+void MainWindow::PumpGui(void* /*pArg*/) {
+  QCoreApplication::processEvents(QEventLoop::AllEvents, kPumpMs);
+}
+
+bool MainWindow::IsGuiThread() const {
+  return SYS_GetCurrentThreadId() == m_GuiThreadId;
+}
+
+void MainWindow::_SlotOnFinAsyncAppInit() {
+  if (m_Start.CloseAfterInit != 0) {
+    close();
+    return;
+  }
+  if (!m_IsClosing) {
+    APP_PostUpdateMenuBar();
+  }
+}
+
+void MainWindow::_SlotOnClose() {
+  close();
+}
+
+// Whatever asked for it, the window stays until the jobs that were posted before have run. Nothing
+// new starts meanwhile.
+void MainWindow::closeEvent(QCloseEvent* pEvent) {
+  pEvent->ignore();
+  if (m_HasEnded) {
+    pEvent->accept();
+    return;
+  }
+  if (m_IsClosing || m_IsInFileDialog) {
+    m_CloseAgain = m_IsInFileDialog;
+    return;
+  }
+  m_IsClosing = true;
+  menuBar()->setEnabled(false);
+  setAcceptDrops(false);
+  if (!APP_ShutDown(PumpGui, this)) {
+    m_IsClosing = false;
+    menuBar()->setEnabled(true);
+    setAcceptDrops(true);
+    SYS_LOCK_GUARD lock(m_Lock);
+    m_IsInterrupted = false;
+    return;
+  }
+  _SlotOnNewMail();  // of the last jobs
+  EndGui();
+  pEvent->accept();
+  QCoreApplication::exit(0);
+}
+
+// From here on nobody answers: whoever asks gets what the request was preset to.
+void MainWindow::EndGui() {
+  SYS_LOCK_GUARD lock(m_Lock);
+  m_HasEnded = true;
+  for (const SYS_HANDLE* phDone :
+       {&m_Request.MsgBox.hDone, &m_Request.EditVal.hDone, &m_Request.FileDialog.hDone,
+        &m_Request.CreateWindow.hDone, &m_Request.UpdateWindow.hDone}) {
+    SYS_SetEvent(*phDone);
+  }
+}
+
+void MainWindow::SetUnattended() {
+  m_IsUnattended = true;
+}
+
+void MainWindow::PostInterrupt() {
+  {
+    SYS_LOCK_GUARD lock(m_Lock);
+    m_IsInterrupted = true;
+  }
+  Q_EMIT _SignalInterrupt();
+}
+
+// Closes like the frame: what runs is cancelled, an open question counts as closed. A question that
+// the end itself asks, such as whether to save, stays; another interrupt closes that one, too.
+void MainWindow::_SlotOnInterrupt() {
+  for (ProgressDialog* pDialog : std::as_const(m_Progress)) {
+    pDialog->reject();
+  }
+  QWidget* pModal = QApplication::activeModalWidget();
+  if (pModal != nullptr && qobject_cast<ProgressDialog*>(pModal) == nullptr) {
+    pModal->close();
+  }
+  close();
+}
+
+// There is nothing to go on with, and this is the application thread: no shut-down is possible.
+void MainWindow::Terminate(int ExitCode) {
+  std::_Exit(ExitCode);
+}

@@ -1,0 +1,261 @@
+#pragma once
+
+#include <QtWidgets>
+
+#include <array>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "app/engine/frontend.h"
+#include "app/operations/jobs.h"
+#include "ui/window/action_table.h"
+#include "ui/window/gui_request.h"
+#include "ui/window/mail_ring.h"
+
+class CHexEditor;
+class CustTextView;
+class DataWindowArea;
+class DataWindowHandle;
+class ProgressDialog;
+class ProjInfoTree;
+
+// The one top-level window, and the end point of the GUI thread's traffic with the application
+// thread. It holds no data of its own: what it shows are copies, handed over by jobs.
+//
+// Services (APP_FRONTEND) run on the application thread: they store what they are given under
+// m_Lock and send a signal to this object; its slot runs on the GUI thread, in the order of
+// sending. m_Lock is never held while a dialog is open or a job is posted: a dialog's answer must
+// reach the job even when the ring is full and the GUI thread waits in a post below the dialog.
+class MainWindow : public QMainWindow, public APP_FRONTEND {
+  Q_OBJECT
+
+ public:
+  // Becomes the front end of the core, starts the application thread and posts Init. The arguments
+  // are used until the end.
+  MainWindow(int argc, char** argv, u32 ShowCmd);
+  ~MainWindow() override;
+
+  // True once the application thread has ended and the event loop is told to.
+  bool HasEnded() const { return m_HasEnded; }
+  // Without a person in front of it boxes answer with their defaults and log and boxes go to
+  // standard output, as in the console program. Before the event loop runs.
+  void SetUnattended();
+  // Ctrl+C: cancels what runs, drops an open question, closes. Any thread.
+  void PostInterrupt();
+
+  // ---- APP_FRONTEND ----
+  void ShowMsgBox(MSGBOX_INFO* pInfo) override;
+  int ShowEditValDialog(const char* sTitle, EDIT_VALUE_ITEM* pItems, u32 NumItems) override;
+  int ShowFileDialogOpen(const char* sTitle, const char* sFilters, const char* sSelected,
+                         char* pBuf, u32 BufSize) override;
+  int ShowFileDialogSave(const char* sTitle, const char* sFilters, const char* sSelected,
+                         char* pBuf, u32 BufSize) override;
+  APP_DATA_WINDOW* CreateDataWindow(MEMAREA* pArea, const char* sTitle, bool ReadOnly,
+                                    bool BigEndian) override;
+  void UpdateDataWindow(APP_DATA_WINDOW* pWindow, MEMAREA* pArea) override;
+  void CloseDataWindow(APP_DATA_WINDOW* pWindow) override;
+  void UpdateGUI(const APP_RECENT_LISTS& lists) override;
+  void SetWindowTitleText(const char* sText) override;
+  void SetStatusText(const char* sText, u32 Index) override;
+  void UpdateMenuBar(const MENU_STATE& state) override;
+  void SetVisibility(u32 Visibility) override;
+  void UpdateProjectInfo(const PROJ_INFO& info) override;
+  void EnableGUI(bool OnOff) override;
+  void EnableDataWindowCheck(bool OnOff) override;
+  void PostClose() override;
+  void FinishAsyncInit() override;
+  PROGRESS_INFO* CreateProgressDialog(const char* sTitle, const char* sText, u32 Flags) override;
+  void CloseProgressDialog(PROGRESS_INFO** ppInfo) override;
+  void AddLogLine(const char* sText) override;
+  APP_DATA_WINDOW* GetFocusedDataWindow() override;
+  void Terminate(int ExitCode) override;
+
+ Q_SIGNALS:
+  void _SignalShowCustMsgBox();
+  void _SignalShowEditValDialog();
+  void _SignalShowFileDialogOpen();
+  void _SignalShowFileDialogSave();
+  void _SignalCreateDataWindow();
+  void _SignalUpdateDataWindow();
+  void _SignalCloseDataWindow(APP_DATA_WINDOW* pWindow);
+  void _SignalDataWindowForgotten(APP_DATA_WINDOW* pWindow);
+  void _SignalUpdateGUI();
+  void _SignalUpdateMenuBar();
+  void _SignalUpdateVisibility();
+  void _SignalUpdateProjectInfo();
+  void _SignalEnableGUI();
+  void _SignalEnableDataWindowCheck();
+  void _SignalClose();
+  void _SignalFinAsyncAppInit();
+  void _SignalOnNewMail();
+  void _SignalInterrupt();
+
+ protected:
+  void focusInEvent(QFocusEvent* pEvent) override;
+  void closeEvent(QCloseEvent* pEvent) override;
+  void dragEnterEvent(QDragEnterEvent* pEvent) override;
+  void dragMoveEvent(QDragMoveEvent* pEvent) override;
+  void dropEvent(QDropEvent* pEvent) override;
+
+ private Q_SLOTS:
+  // What the application thread asks and tells.
+  void _SlotOnShowCustMsgBox();
+  void _SlotOnShowEditValDialog();
+  void _SlotOnShowFileDialogOpen();
+  void _SlotOnShowFileDialogSave();
+  void _SlotOnCreateDataWindow();
+  void _SlotOnUpdateDataWindow();
+  void _SlotOnCloseDataWindow(APP_DATA_WINDOW* pWindow);
+  void _SlotOnDataWindowForgotten(APP_DATA_WINDOW* pWindow);
+  void _SlotOnGUIUpdate();
+  void _SlotOnMenuBarUpdate();
+  void _SlotOnVisibilityUpdate();
+  void _SlotOnUpdateProjectInfo();
+  void _SlotOnEnableGUI();
+  void _SlotOnEnableDataWindowCheck();
+  void _SlotOnClose();
+  void _SlotOnFinAsyncAppInit();
+  void _SlotOnNewMail();
+  void _SlotOnInterrupt();
+
+  // What the user does, apart from the menus.
+  void _SlotOnHoverMenu(QAction* pAction);
+  void _SlotOnMenuHide();
+  void _SlotOnDataWindowInFocus(CHexEditor* pEditor);
+  void _SlotOnDataWindowClose();
+  void _SlotOnDataWindowUpdate();
+  void _SlotOnActMRUDataFile(const QString& sFile);
+  void _SlotOnActMRUProjFile(const QString& sFile);
+
+  // Rows of the menus.
+  void _SlotOnActOpenDataFile();
+  void _SlotOnActMergeDataFile();
+  void _SlotOnActSaveDataFile();
+  void _SlotOnActSaveDataFileAs();
+  void _SlotOnActShowFilesOnZelmont();
+  void _SlotOnActNewProj();
+  void _SlotOnActOpenProj();
+  void _SlotOnActSaveProjFile();
+  void _SlotOnActSaveProjFileAs();
+  void _SlotOnActCloseProject();
+  void _SlotOnActSaveFlashConfFile();
+  void _SlotOnActSaveFlashDataFile();
+  void _SlotOnActDownloadConfigFiles();
+  void _SlotOnActDownloadSNFiles();
+  void _SlotOnActExit();
+  void _SlotOnActRelocate();
+  void _SlotOnActDelRange();
+  void _SlotOnActElimBlank();
+  void _SlotOnActConnection();
+  void _SlotOnActEraseSectors();
+  void _SlotOnActEraseChip();
+  void _SlotOnActProgram();
+  void _SlotOnActProgramNVerify();
+  void _SlotOnActProdProg();
+  void _SlotOnActVerify();
+  void _SlotOnActGenerateTestData();
+  void _SlotOnActReadChip();
+  void _SlotOnActReadRange();
+  void _SlotOnActProjSettings();
+  void _SlotOnActGlobalSettings();
+  void _SlotOnActShowProjInfo();
+  void _SlotOnActShowLog();
+  void _SlotOnActWikiKorvaneSPI();
+  void _SlotOnActWikiVortic();
+  void _SlotOnActWikiZelmont();
+  void _SlotOnActWikiZelmontHub();
+  void _SlotOnActManualKorvane();
+  void _SlotOnActAbout();
+
+ private:
+  using SLOT = void (MainWindow::*)();
+  static SLOT GetActionSlot(u32 Action);
+
+  // Construction, in this order.
+  void CreateMenus();
+  void CreateMenuRow(const UI_ACTION_ROW& row);
+  void CreateCenter();
+  void CreateDocks();
+  void CreateStatusBar();
+  void ConnectSignals();
+
+  // ---- Application thread ----
+  // Stores a request under the lock, sends its signal, waits until its event is set. With the GUI
+  // ended it returns at once: the results are what fill preset.
+  void AskGui(SYS_HANDLE* phDone, const std::function<void()>& fill, SLOT pfSignal);
+  int AskFile(SLOT pfSignal, const char* sTitle, const char* sFilters, const char* sSelected,
+              char* pBuf, u32 BufSize);
+  void SendMail(const GUI_MAIL& mail);
+  // Sends the signal unless one is still on its way.
+  void RequestGuiUpdate();
+
+  // ---- GUI thread ----
+  bool IsGuiThread() const;
+  // Sets the event of a request, if somebody still waits for it.
+  void FinishRequest(SYS_HANDLE* phDone);
+  bool IsRequested(const SYS_HANDLE* phDone) const;
+  // done is called when the box has been answered; without it the call returns then.
+  void RunMsgBox(MSGBOX_INFO* pInfo, const std::function<void()>& done);
+  void AnswerUnattended(MSGBOX_INFO* pInfo);
+  void ServeFileDialog(bool IsOpen);
+  void CreateProgress(PROGRESS_INFO* pInfo);
+  void CloseProgress(PROGRESS_INFO* pInfo);
+  DataWindowHandle* FindHandle(const CHexEditor* pEditor) const;
+  // Null for a window that is not known any more.
+  DataWindowHandle* FindHandle(const APP_DATA_WINDOW* pWindow) const;
+  DataWindowHandle* GetFocused() const;
+  MEMAREA* GetFocusedImage();
+  void CheckFocus(APP_DATA_WINDOW* pWindow);
+  void EndGui();
+  static int PollGui(void* pArg);
+  static void PumpGui(void* pArg);
+  static void OnWindowForgotten(void* pOwner, APP_DATA_WINDOW* pWindow);
+
+  void ShowRecent(UI_MENU Menu, const std::array<std::string, APP_NUM_RECENT>& paths,
+                  QSignalMapper* pMapper, bool IsProject);
+  void ShowDock(QDockWidget* pDock, bool OnOff);
+  void FitWindow();
+  void CenterWindow();
+  // Asks for a data file; false when none was chosen. pBuf has room for 512 bytes.
+  bool AskDataFile(const char* sTitle, char* pBuf);
+  void SaveDataFile(bool SaveAs);
+  void OpenHelp(u32 Action);
+
+  APP_START_INFO m_Start{};
+  u64 m_GuiThreadId;
+  SYS_MUTEX m_Lock;  // recursive; guards m_Request, m_pProjInfo, m_IsInterrupted
+  GUI_REQUEST_BLOCK m_Request;
+  std::unique_ptr<PROJ_INFO> m_pProjInfo;
+  bool m_IsInterrupted = false;  // everything that starts is cancelled at once
+  GUI_MAIL_RING m_Mail;
+  std::atomic<bool> m_HasEnded{false};  // nobody answers a request any more
+  std::atomic<bool> m_IsUpdatePending{false};
+  std::atomic<bool> m_IsUnattended{false};
+
+  // Below: GUI thread only.
+  std::vector<std::unique_ptr<DataWindowHandle>> m_Handles;
+  QHash<PROGRESS_INFO*, ProgressDialog*> m_Progress;
+  std::array<QMenu*, UI_NUM_MENUS> m_apMenu{};
+  std::array<QAction*, UI_NUM_ACTIONS> m_apAction{};
+  std::array<QLabel*, APP_NUM_STATUS_TEXTS> m_apStatusLabel{};
+  QSignalMapper* m_pDataMapper = nullptr;
+  QSignalMapper* m_pProjMapper = nullptr;
+  DataWindowArea* m_pArea = nullptr;
+  ProjInfoTree* m_pProjTree = nullptr;
+  CustTextView* m_pLogView = nullptr;
+  QDockWidget* m_pLogDock = nullptr;
+  QDockWidget* m_pProjDock = nullptr;
+  std::array<std::string, APP_NUM_RECENT> m_ShownData;  // what the recent menus show
+  std::array<std::string, APP_NUM_RECENT> m_ShownProj;
+  bool m_DataWindowCheckOn = true;
+  bool m_FirstResize = true;
+  bool m_IsClosing = false;
+  bool m_IsCreatingWindow = false;  // a job waits for the window: nothing may be posted
+  bool m_IsInFileDialog = false;    // a job waits for the dialog below in the stack
+  bool m_CloseAgain = false;        // a close that came meanwhile
+};
+
+// A box with one button over the main window; a null title means the product's. Modal waits for the
+// answer.
+void MainWindow_ShowBox(const char* sTitle, const char* sText, bool Modal);

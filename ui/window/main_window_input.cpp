@@ -1,0 +1,139 @@
+// Data windows, focus, drag and drop, size and place of the main window.
+#include <algorithm>
+
+#include "app/operations/jobs.h"
+#include "ui/common/qt_helper.h"
+#include "ui/hex/hex_editor.h"
+#include "ui/window/data_window_area.h"
+#include "ui/window/data_window_handle.h"
+#include "ui/window/main_window.h"
+#include "ui/window/window_rules.h"
+
+namespace {
+
+constexpr u64 kNoAddr = ~u64{0};
+constexpr u32 kFileSize = 512;
+constexpr int kNoMaximum = 0xFFFFFF;
+
+UI_SIZE ToSize(const QSize& size) {
+  return {size.width(), size.height()};
+}
+
+}  // namespace
+
+DataWindowHandle* MainWindow::FindHandle(const CHexEditor* pEditor) const {
+  const auto it = std::find_if(m_Handles.begin(), m_Handles.end(), [pEditor](const auto& pHandle) {
+    return pHandle->GetEditor() == pEditor;
+  });
+  return pEditor == nullptr || it == m_Handles.end() ? nullptr : it->get();
+}
+
+DataWindowHandle* MainWindow::FindHandle(const APP_DATA_WINDOW* pWindow) const {
+  const auto it = std::find_if(m_Handles.begin(), m_Handles.end(),
+                               [pWindow](const auto& pHandle) { return pHandle.get() == pWindow; });
+  return it == m_Handles.end() ? nullptr : it->get();
+}
+
+void MainWindow::CheckFocus(APP_DATA_WINDOW* pWindow) {
+  if (isEnabled() && m_DataWindowCheckOn && !m_IsClosing && !m_HasEnded && !m_IsCreatingWindow) {
+    APP_PostCheckForFileModifications(pWindow, this);
+    APP_PostUpdateMenuBar();
+  }
+}
+
+void MainWindow::focusInEvent(QFocusEvent* pEvent) {
+  QMainWindow::focusInEvent(pEvent);
+  CheckFocus(nullptr);
+}
+
+// Stored before anything is posted: a job that waits for its new window goes on with that window.
+void MainWindow::_SlotOnDataWindowInFocus(CHexEditor* pEditor) {
+  DataWindowHandle* pHandle = FindHandle(pEditor);
+  {
+    SYS_LOCK_GUARD lock(m_Lock);
+    m_Request.pFocusedDataWindow = pHandle;
+  }
+  if (pHandle != nullptr) {
+    CheckFocus(pHandle);
+  }
+}
+
+// The editor lets go of its image, and the handle of the editor, before the core may delete the
+// image. The handle stays until the core has done so.
+void MainWindow::_SlotOnDataWindowClose() {
+  auto* pEditor = qobject_cast<CHexEditor*>(sender());
+  DataWindowHandle* pHandle = FindHandle(pEditor);
+  if (pHandle == nullptr) {
+    return;
+  }
+  disconnect(pEditor, nullptr, this, nullptr);
+  pHandle->Detach();
+  pEditor->SetMemArea(nullptr);
+  {
+    SYS_LOCK_GUARD lock(m_Lock);
+    if (m_Request.pFocusedDataWindow == pHandle) {
+      m_Request.pFocusedDataWindow = nullptr;
+    }
+  }
+  APP_PostOnDataWindowClose(pHandle, this, OnWindowForgotten);
+  APP_PostUpdateMenuBar();
+}
+
+void MainWindow::_SlotOnDataWindowUpdate() {
+  APP_PostUpdateMenuBar();
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* pEvent) {
+  if (pEvent->mimeData()->hasUrls()) {
+    pEvent->acceptProposedAction();
+  }
+}
+
+void MainWindow::dragMoveEvent(QDragMoveEvent* pEvent) {
+  pEvent->acceptProposedAction();
+}
+
+// The modification check sleeps until the last file is open.
+void MainWindow::dropEvent(QDropEvent* pEvent) {
+  const QList<QUrl> urls = pEvent->mimeData()->urls();
+  APP_PostBeginFileDrop(this);
+  for (const QUrl& url : urls) {
+    char acFile[kFileSize];
+    QTHelper_ToLocal8Bit(QDir::toNativeSeparators(url.toLocalFile()), acFile, sizeof acFile);
+    const std::string refusal = UI_CheckDroppedFile(acFile);
+    if (refusal.empty()) {
+      APP_PostOpenDataFile(acFile, kNoAddr, false, this);
+    } else {
+      MainWindow_ShowBox(nullptr, refusal.c_str(), false);
+    }
+  }
+  APP_PostEndFileDrop(this);
+  pEvent->acceptProposedAction();
+}
+
+void MainWindow::FitWindow() {
+  const QSize area = m_pArea->size();
+  if (m_FirstResize) {
+    m_pArea->setMinimumSize(0, 0);
+    m_pArea->setMaximumSize(kNoMaximum, kNoMaximum);
+    m_FirstResize = false;
+  }
+  std::vector<UI_DOCK_EXTENT> docks;
+  for (QDockWidget* pDock : {m_pProjDock, m_pLogDock}) {
+    const Qt::DockWidgetArea side = dockWidgetArea(pDock);
+    const bool isBeside = side == Qt::LeftDockWidgetArea || side == Qt::RightDockWidgetArea;
+    docks.push_back({ToSize(pDock->size()),
+                     isBeside ? UI_DOCK_SIDE::LeftOrRight : UI_DOCK_SIDE::TopOrBottom,
+                     pDock->isVisible() && !pDock->isFloating()});
+  }
+  const UI_SIZE size = UI_GetWindowSize(ToSize(area), docks);
+  resize(size.Width, size.Height);
+}
+
+void MainWindow::CenterWindow() {
+  if (screen() == nullptr) {
+    return;
+  }
+  const UI_POINT at = UI_CenterFrame(ToSize(frameGeometry().size()), ToSize(screen()->size()));
+  move(at.X, at.Y);
+}

@@ -1,0 +1,203 @@
+// Menus of the main window: built from the table, enabled by its rules, kept up to date.
+#include "ui/common/qt_helper.h"
+#include "ui/window/main_window.h"
+#include "ui/window/window_rules.h"
+
+MainWindow::SLOT MainWindow::GetActionSlot(u32 Action) {
+  using W = MainWindow;
+  // By UI_ACTION. Submenus have none.
+  static constexpr SLOT kSlots[] = {
+      &W::_SlotOnActOpenDataFile,
+      &W::_SlotOnActMergeDataFile,
+      &W::_SlotOnActSaveDataFile,
+      &W::_SlotOnActSaveDataFileAs,
+      &W::_SlotOnActShowFilesOnZelmont,
+      &W::_SlotOnActNewProj,
+      &W::_SlotOnActOpenProj,
+      &W::_SlotOnActSaveProjFile,
+      &W::_SlotOnActSaveProjFileAs,
+      &W::_SlotOnActCloseProject,
+      &W::_SlotOnActSaveFlashConfFile,
+      &W::_SlotOnActSaveFlashDataFile,
+      &W::_SlotOnActDownloadConfigFiles,
+      &W::_SlotOnActDownloadSNFiles,
+      nullptr,
+      nullptr,
+      &W::_SlotOnActExit,
+      &W::_SlotOnActRelocate,
+      &W::_SlotOnActDelRange,
+      &W::_SlotOnActElimBlank,
+      &W::_SlotOnActConnection,
+      nullptr,
+      &W::_SlotOnActEraseSectors,
+      &W::_SlotOnActEraseChip,
+      &W::_SlotOnActProgram,
+      &W::_SlotOnActProgramNVerify,
+      &W::_SlotOnActProdProg,
+      &W::_SlotOnActVerify,
+      nullptr,
+      &W::_SlotOnActGenerateTestData,
+      &W::_SlotOnActReadChip,
+      &W::_SlotOnActReadRange,
+      &W::_SlotOnActProjSettings,
+      &W::_SlotOnActGlobalSettings,
+      &W::_SlotOnActShowProjInfo,
+      &W::_SlotOnActShowLog,
+      &W::_SlotOnActWikiKorvaneSPI,
+      &W::_SlotOnActWikiVortic,
+      &W::_SlotOnActWikiZelmont,
+      &W::_SlotOnActWikiZelmontHub,
+      &W::_SlotOnActManualKorvane,
+      &W::_SlotOnActAbout,
+  };
+  static_assert(std::size(kSlots) == UI_NUM_ACTIONS);
+  return kSlots[Action];
+}
+
+void MainWindow::CreateMenus() {
+  m_pDataMapper = new QSignalMapper(this);
+  m_pProjMapper = new QSignalMapper(this);
+  connect(m_pDataMapper, &QSignalMapper::mappedString, this, &MainWindow::_SlotOnActMRUDataFile);
+  connect(m_pProjMapper, &QSignalMapper::mappedString, this, &MainWindow::_SlotOnActMRUProjFile);
+  for (u32 i = 0; i < UI_NUM_MENUS; ++i) {
+    const UI_MENU_ROW& row = UI_GetMenuRow(i);
+    m_apMenu[i] = new QMenu(row.sText, this);
+    m_apMenu[i]->setObjectName(row.sName);
+    connect(m_apMenu[i], &QMenu::aboutToHide, this, &MainWindow::_SlotOnMenuHide);
+    if (i < UI_NUM_TOP_MENUS) {
+      menuBar()->addMenu(m_apMenu[i]);
+      connect(m_apMenu[i], &QMenu::hovered, this, &MainWindow::_SlotOnHoverMenu);
+    }
+  }
+  for (const UI_ACTION_ROW& row : UI_GetActionRows()) {
+    CreateMenuRow(row);
+  }
+}
+
+void MainWindow::CreateMenuRow(const UI_ACTION_ROW& row) {
+  QMenu* pMenu = m_apMenu[row.Menu];
+  if (row.Action == UI_ACT_SEPARATOR) {
+    pMenu->addSeparator();
+    return;
+  }
+  if (row.sTip == nullptr) {
+    for (u32 i = UI_NUM_TOP_MENUS; i < UI_NUM_MENUS; ++i) {
+      if (UI_GetMenuRow(i).Action == row.Action) {
+        m_apAction[row.Action] = pMenu->addMenu(m_apMenu[i]);
+      }
+    }
+    return;
+  }
+  auto* pAction = new QAction(row.sText, this);
+  pAction->setObjectName(row.sName);
+  pAction->setToolTip(UI_IsActionMissing(row.Action)
+                          ? QString(row.sTip) + " (not available in this version)"
+                          : QString(row.sTip));
+  if (row.sShortcut != nullptr) {
+    pAction->setShortcut(QKeySequence(row.sShortcut));
+  }
+  pAction->setCheckable(row.IsCheckable);
+  pAction->setChecked(row.IsCheckable);
+  // A shortcut must not start anything behind the last job.
+  connect(pAction, &QAction::triggered, this, [this, slot = GetActionSlot(row.Action)] {
+    if (!m_IsClosing) {
+      (this->*slot)();
+    }
+  });
+  pMenu->addAction(pAction);
+  m_apAction[row.Action] = pAction;
+}
+
+void MainWindow::_SlotOnMenuBarUpdate() {
+  SYS_MUTEX_Lock(m_Lock, SYS_INFINITE);
+  const MENU_STATE state = m_Request.MenuState;
+  SYS_MUTEX_Unlock(m_Lock);
+  const u64 enabled = UI_GetEnabledActions(state);
+  for (u32 i = 0; i < UI_NUM_ACTIONS; ++i) {
+    m_apAction[i]->setEnabled((enabled >> i & 1) != 0);
+  }
+  m_apAction[UI_ACT_CONNECTION]->setText(UI_GetConnectionText(state));
+  // Hidden with the whole window is not hidden by the user.
+  m_apAction[UI_ACT_SHOW_PROJ_INFO]->setChecked(m_pProjDock != nullptr && !m_pProjDock->isHidden());
+  m_apAction[UI_ACT_SHOW_LOG]->setChecked(m_pLogDock != nullptr && !m_pLogDock->isHidden());
+}
+
+void MainWindow::_SlotOnHoverMenu(QAction* pAction) {
+  m_apStatusLabel[0]->setText(pAction->toolTip());
+}
+
+void MainWindow::_SlotOnMenuHide() {
+  _SlotOnGUIUpdate();
+}
+
+void MainWindow::_SlotOnGUIUpdate() {
+  m_IsUpdatePending = false;  // first: what is stored from here on sends anew
+  SYS_LOCK_GUARD lock(m_Lock);
+  setWindowTitle(QTHelper_FromLocal8Bit(m_Request.sTitle.c_str()));
+  for (u32 i = 0; i < APP_NUM_STATUS_TEXTS; ++i) {
+    m_apStatusLabel[i]->setText(QTHelper_FromLocal8Bit(m_Request.asStatus[i].c_str()));
+  }
+  // Status texts change often, the lists hardly ever; a menu that is open stays as it is.
+  if (m_ShownData != m_Request.apRecentData) {
+    m_ShownData = m_Request.apRecentData;
+    ShowRecent(UI_MENU_RECENT_FILES, m_ShownData, m_pDataMapper, false);
+  }
+  if (m_ShownProj != m_Request.apRecentProj) {
+    m_ShownProj = m_Request.apRecentProj;
+    ShowRecent(UI_MENU_RECENT_PROJECTS, m_ShownProj, m_pProjMapper, true);
+  }
+}
+
+void MainWindow::ShowRecent(UI_MENU Menu, const std::array<std::string, APP_NUM_RECENT>& paths,
+                            QSignalMapper* pMapper, bool IsProject) {
+  QMenu* pMenu = m_apMenu[Menu];
+  pMenu->clear();  // deletes the actions, and with them their mappings
+  for (const std::string& path : paths) {
+    if (path.empty()) {
+      continue;
+    }
+    const UI_RECENT_TEXT texts = UI_GetRecentText(path, IsProject);
+    QAction* pAction = pMenu->addAction(QTHelper_FromLocal8Bit(texts.Text.c_str()));
+    pAction->setToolTip(QTHelper_FromLocal8Bit(texts.Tip.c_str()));
+    pMapper->setMapping(pAction, QTHelper_FromLocal8Bit(path.c_str()));
+    connect(pAction, &QAction::triggered, pMapper, qOverload<>(&QSignalMapper::map));
+  }
+}
+
+void MainWindow::ShowDock(QDockWidget* pDock, bool OnOff) {
+  pDock->setVisible(OnOff);
+  if (OnOff) {
+    pDock->raise();
+    pDock->activateWindow();
+  }
+}
+
+void MainWindow::_SlotOnActShowProjInfo() {
+  ShowDock(m_pProjDock, m_apAction[UI_ACT_SHOW_PROJ_INFO]->isChecked());
+}
+
+void MainWindow::_SlotOnActShowLog() {
+  ShowDock(m_pLogDock, m_apAction[UI_ACT_SHOW_LOG]->isChecked());
+}
+
+void MainWindow::_SlotOnVisibilityUpdate() {
+  SYS_MUTEX_Lock(m_Lock, SYS_INFINITE);
+  const u32 visibility = m_Request.Visibility;
+  SYS_MUTEX_Unlock(m_Lock);
+  switch (visibility) {
+    case 1:
+      show();
+      break;
+    case 2:
+      showMinimized();
+      break;
+    case 3:
+      showMaximized();
+      break;
+    default:
+      hide();
+      return;
+  }
+  FitWindow();
+  CenterWindow();
+}

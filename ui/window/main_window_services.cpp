@@ -1,0 +1,271 @@
+// The services of the main window for the application thread: store, send a signal, perhaps wait.
+#include <cstdio>
+
+#include "project/proj_info.h"
+#include "sys/time.h"
+#include "ui/log/text_view.h"
+#include "ui/window/data_window_handle.h"
+#include "ui/window/main_window.h"
+
+namespace {
+
+constexpr u32 kMailRetryMs = 1;
+
+void CopyPaths(const char* const (&apPaths)[APP_NUM_RECENT],
+               std::array<std::string, APP_NUM_RECENT>* pCopies) {
+  for (u32 i = 0; i < APP_NUM_RECENT; ++i) {
+    (*pCopies)[i] = apPaths[i] != nullptr ? apPaths[i] : "";
+  }
+}
+
+}  // namespace
+
+void MainWindow::AskGui(SYS_HANDLE* phDone, const std::function<void()>& fill, SLOT pfSignal) {
+  const SYS_HANDLE hDone = SYS_CreateEvent(false, false);
+  {
+    SYS_LOCK_GUARD lock(m_Lock);
+    fill();
+    if (m_HasEnded || hDone == 0) {
+      SYS_CloseHandle(hDone);
+      return;
+    }
+    *phDone = hDone;
+  }
+  Q_EMIT(this->*pfSignal)();
+  SYS_WaitForObject(hDone, SYS_INFINITE);
+  SYS_LOCK_GUARD lock(m_Lock);
+  *phDone = 0;
+  SYS_CloseHandle(hDone);
+}
+
+void MainWindow::ShowMsgBox(MSGBOX_INFO* pInfo) {
+  if (m_IsUnattended) {
+    AnswerUnattended(pInfo);
+    return;
+  }
+  if (IsGuiThread()) {
+    RunMsgBox(pInfo, nullptr);
+    return;
+  }
+  AskGui(
+      &m_Request.MsgBox.hDone,
+      [&] {
+        pInfo->Result = pInfo->DefaultBtn;
+        pInfo->Rejected = 1;
+        m_Request.MsgBox.pInfo = pInfo;
+      },
+      &MainWindow::_SignalShowCustMsgBox);
+}
+
+int MainWindow::ShowEditValDialog(const char* sTitle, EDIT_VALUE_ITEM* pItems, u32 NumItems) {
+  auto& request = m_Request.EditVal;
+  AskGui(
+      &request.hDone,
+      [&] {
+        request.sTitle = sTitle;
+        request.pItems = pItems;
+        request.NumItems = NumItems;
+        request.Result = -1;
+      },
+      &MainWindow::_SignalShowEditValDialog);
+  SYS_LOCK_GUARD lock(m_Lock);
+  return request.Result;
+}
+
+int MainWindow::AskFile(SLOT pfSignal, const char* sTitle, const char* sFilters,
+                        const char* sSelected, char* pBuf, u32 BufSize) {
+  auto& request = m_Request.FileDialog;
+  AskGui(
+      &request.hDone,
+      [&] {
+        request.sTitle = sTitle;
+        request.sFilters = sFilters;
+        request.sSelected = sSelected;
+        request.pBuf = pBuf;
+        request.BufSize = BufSize;
+        request.Result = -1;
+      },
+      pfSignal);
+  SYS_LOCK_GUARD lock(m_Lock);
+  return request.Result;
+}
+
+int MainWindow::ShowFileDialogOpen(const char* sTitle, const char* sFilters, const char* sSelected,
+                                   char* pBuf, u32 BufSize) {
+  return AskFile(&MainWindow::_SignalShowFileDialogOpen, sTitle, sFilters, sSelected, pBuf,
+                 BufSize);
+}
+
+int MainWindow::ShowFileDialogSave(const char* sTitle, const char* sFilters, const char* sSelected,
+                                   char* pBuf, u32 BufSize) {
+  return AskFile(&MainWindow::_SignalShowFileDialogSave, sTitle, sFilters, sSelected, pBuf,
+                 BufSize);
+}
+
+APP_DATA_WINDOW* MainWindow::CreateDataWindow(MEMAREA* pArea, const char* sTitle, bool ReadOnly,
+                                              bool BigEndian) {
+  auto& request = m_Request.CreateWindow;
+  AskGui(
+      &request.hDone,
+      [&] {
+        request.pArea = pArea;
+        request.sTitle = sTitle;
+        request.ReadOnly = ReadOnly;
+        request.BigEndian = BigEndian;
+        request.pResult = nullptr;
+      },
+      &MainWindow::_SignalCreateDataWindow);
+  SYS_LOCK_GUARD lock(m_Lock);
+  return request.pResult;
+}
+
+void MainWindow::UpdateDataWindow(APP_DATA_WINDOW* pWindow, MEMAREA* pArea) {
+  auto& request = m_Request.UpdateWindow;
+  AskGui(
+      &request.hDone,
+      [&] {
+        request.pWindow = pWindow;
+        request.pArea = pArea;
+      },
+      &MainWindow::_SignalUpdateDataWindow);
+}
+
+// With its argument in the signal: a job may close several windows in a row.
+void MainWindow::CloseDataWindow(APP_DATA_WINDOW* pWindow) {
+  Q_EMIT _SignalCloseDataWindow(pWindow);
+}
+
+void MainWindow::OnWindowForgotten(void* pOwner, APP_DATA_WINDOW* pWindow) {
+  Q_EMIT static_cast<MainWindow*>(pOwner)->_SignalDataWindowForgotten(pWindow);
+}
+
+void MainWindow::RequestGuiUpdate() {
+  if (!m_IsUpdatePending.exchange(true)) {
+    Q_EMIT _SignalUpdateGUI();
+  }
+}
+
+void MainWindow::UpdateGUI(const APP_RECENT_LISTS& lists) {
+  {
+    SYS_LOCK_GUARD lock(m_Lock);
+    CopyPaths(lists.apDataFiles, &m_Request.apRecentData);
+    CopyPaths(lists.apProjects, &m_Request.apRecentProj);
+  }
+  RequestGuiUpdate();
+}
+
+void MainWindow::SetWindowTitleText(const char* sText) {
+  {
+    SYS_LOCK_GUARD lock(m_Lock);
+    m_Request.sTitle = sText;
+  }
+  RequestGuiUpdate();
+}
+
+void MainWindow::SetStatusText(const char* sText, u32 Index) {
+  if (Index >= APP_NUM_STATUS_TEXTS) {
+    return;
+  }
+  {
+    SYS_LOCK_GUARD lock(m_Lock);
+    m_Request.asStatus[Index] = sText != nullptr ? sText : "";
+  }
+  RequestGuiUpdate();
+}
+
+void MainWindow::UpdateMenuBar(const MENU_STATE& state) {
+  {
+    SYS_LOCK_GUARD lock(m_Lock);
+    m_Request.MenuState = state;
+  }
+  Q_EMIT _SignalUpdateMenuBar();
+}
+
+void MainWindow::SetVisibility(u32 Visibility) {
+  {
+    SYS_LOCK_GUARD lock(m_Lock);
+    m_Request.Visibility = Visibility;
+  }
+  Q_EMIT _SignalUpdateVisibility();
+}
+
+void MainWindow::UpdateProjectInfo(const PROJ_INFO& info) {
+  {
+    SYS_LOCK_GUARD lock(m_Lock);
+    *m_pProjInfo = info;
+  }
+  Q_EMIT _SignalUpdateProjectInfo();
+}
+
+void MainWindow::EnableGUI(bool OnOff) {
+  {
+    SYS_LOCK_GUARD lock(m_Lock);
+    m_Request.EnableGUI = OnOff;
+  }
+  Q_EMIT _SignalEnableGUI();
+}
+
+void MainWindow::EnableDataWindowCheck(bool OnOff) {
+  {
+    SYS_LOCK_GUARD lock(m_Lock);
+    m_Request.EnableDataWindowCheck = OnOff;
+  }
+  Q_EMIT _SignalEnableDataWindowCheck();
+}
+
+void MainWindow::PostClose() {
+  Q_EMIT _SignalClose();
+}
+
+void MainWindow::FinishAsyncInit() {
+  Q_EMIT _SignalFinAsyncAppInit();
+}
+
+PROGRESS_INFO* MainWindow::CreateProgressDialog(const char* sTitle, const char* sText, u32 Flags) {
+  {
+    SYS_LOCK_GUARD lock(m_Lock);
+    if (m_Request.Visibility == 0) {
+      Flags |= PROGRESS_HIDDEN;
+    } else if (m_Request.Visibility == 2) {
+      Flags |= PROGRESS_MINIMIZED;
+    }
+  }
+  PROGRESS_INFO* pInfo = PROGRESS_Create(sTitle, sText, Flags);
+  if (pInfo != nullptr) {
+    SYS_MUTEX_Lock(m_Lock, SYS_INFINITE);
+    const bool isInterrupted = m_IsInterrupted;
+    SYS_MUTEX_Unlock(m_Lock);
+    if (isInterrupted) {
+      PROGRESS_Cancel(pInfo);
+    }
+    SendMail({pInfo, 0, GUI_MAIL_CREATE_PROGRESS});
+  }
+  return pInfo;
+}
+
+void MainWindow::CloseProgressDialog(PROGRESS_INFO** ppInfo) {
+  if (*ppInfo != nullptr) {
+    SendMail({*ppInfo, 0, GUI_MAIL_CLOSE_PROGRESS});
+    *ppInfo = nullptr;
+  }
+}
+
+// A full ring empties as soon as the GUI thread gets to it, or never again once that has ended.
+void MainWindow::SendMail(const GUI_MAIL& mail) {
+  while (!m_Mail.Put(mail)) {
+    if (m_HasEnded) {
+      return;
+    }
+    SYS_Sleep(kMailRetryMs);
+  }
+  Q_EMIT _SignalOnNewMail();
+}
+
+void MainWindow::AddLogLine(const char* sText) {
+  m_pLogView->AddTextFromThread(sText);
+}
+
+APP_DATA_WINDOW* MainWindow::GetFocusedDataWindow() {
+  SYS_LOCK_GUARD lock(m_Lock);
+  return m_Request.pFocusedDataWindow;
+}
