@@ -47,6 +47,7 @@ int Download(const char* sHeadline, SEND&& send) {
   return isDone ? 0 : -1;
 }
 
+// False: too large, logged.
 bool Describe(const DYNBUFFER& buffer, const char* sName, ZELMONT_FILE_INFO* pInfo) {
   return ZELMONT_SetFileInfo(pInfo, sName, buffer.pBuffer, DYNBUFFER_GetNumBytes(buffer));
 }
@@ -67,7 +68,7 @@ LoadResult Load(const char* sSuffix, const char* sNoName, SideFile* pFile) {
     APP_LogError(sNoName);
     return LoadResult::Failed;
   }
-  std::array<char, 1> acSmall{};
+  std::array<char, 1> acSmall{};  // for an empty file, which needs no block
   void* pData = APP_LoadFile(pFile->acName.data(), acSmall.data(), 0, &pFile->NumBytes);
   if (pData == nullptr) {
     return SYS_GetLastError() == SYS_ERROR_FILE_NOT_FOUND ? LoadResult::NoFile : LoadResult::Failed;
@@ -78,7 +79,7 @@ LoadResult Load(const char* sSuffix, const char* sNoName, SideFile* pFile) {
   return LoadResult::Loaded;
 }
 
-// 0, or -1 reported.
+// Programmers read the number as a text up to its NUL. 0, or -1 reported.
 int EndText(SideFile* pFile) {
   if (pFile->NumBytes == 0 || pFile->pText.get()[pFile->NumBytes - 1] == '\0') {
     return 0;
@@ -129,7 +130,7 @@ int APP_DownloadConfigFiles(MEMAREA* pArea) {
     DYNBUFFER data;
     DYNBUFFER config;
     {
-      const SYS_LOCK_GUARD lock(APP_GetLock());
+      const SYS_LOCK_GUARD lock(APP_GetLock());  // not for the transfer, which takes its time
       if (ZELMONT_BuildDataFile(pArea, &data) != 0) {
         return -1;
       }

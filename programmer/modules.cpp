@@ -10,6 +10,9 @@
 #include "project/settings.h"
 #include "sys/util_format.h"
 
+// A gang programmer shows itself as a hub. The library reaches one of its modules instead when it
+// was told so while closed; to go from one to the next it is closed, told and opened again.
+
 namespace {
 
 // What the library was last told. It keeps that beyond closing, so that after a failure on a module
@@ -57,6 +60,7 @@ bool TellModule(u32 Module) {
   return true;
 }
 
+// The target's power isn't looked at: a programmer is filled at a desk, without a board.
 bool OpenProbe() {
   APP_LOG_SECTION section("Connecting to probe/ programmer...");
   const bool isOpen = PROBE_Open(false, true);
@@ -64,7 +68,7 @@ bool OpenProbe() {
   return isOpen;
 }
 
-// "2, 5", or "none".
+// Those of the selection from First to Last: "2, 5", or "none".
 std::string PrintModules(const PROBE_CONNECTION& connection, u32 First, u32 Last) {
   std::string text;
   for (u32 module = First; module <= Last; ++module) {
@@ -88,7 +92,8 @@ int DownloadToModule(u32 Module, const ZELMONT_FILE_INFO* paFiles, u32 NumFiles,
   return APP_DownloadFileList(acText.data(), "", paFiles, NumFiles, pProgress);
 }
 
-// Ends back at the hub; a failure ends where it happened.
+// Ends back at the hub; a failure ends where it happened, since what is connected then may help to
+// find out why. Whoever has to clean up needs to know which modules differ from the others now.
 int DownloadToModules(const PROBE_CONNECTION& connection, const ZELMONT_FILE_INFO* paFiles,
                       u32 NumFiles, PROGRESS_INFO* pProgress) {
   bool isAnySelected = false;
@@ -147,6 +152,8 @@ int APP_DownloadFiles(const ZELMONT_FILE_INFO* paFiles, u32 NumFiles) {
     return -1;
   }
   const APP_PROGRESS progress("");
+  // A selection that doesn't fit the programmer means that the project or the programmer is not the
+  // one that the user has in mind: nothing is sent then.
   const PROBE_CONNECTION connection = GetConnection();
   const bool isSelecting = connection.UseATEModuleSelection != 0;
   if (FLASH_State().ProbeIsGang == 0) {

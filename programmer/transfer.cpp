@@ -14,11 +14,14 @@
 
 namespace {
 
+// What some file system takes for something else than a part of a name: separators of either side,
+// drives, patterns.
 constexpr std::string_view kReserved = "<>:\"/\\|?*";
-constexpr u32 kMaxPrinted = 80;
+constexpr u32 kMaxPrinted = 80;  // bytes of a name in a log line
 constexpr u32 kFirstMajorWithApps = 5;
 
-// What is known of a file on the device.
+// What is known of a file on the device. Unknown: the link failed in the call that would have
+// removed the old one.
 enum class RemoteState { Unchanged, Unknown, Removed, Incomplete, Complete };
 
 constexpr const char* GetText(RemoteState state) {
@@ -55,6 +58,7 @@ class Sender {
   RemoteState GetState() const { return m_State; }
 
  private:
+  // All: 0, or -1 with the cause logged and m_State telling what is left.
   int Remove();
   int Download(const ZELMONT_FILE_INFO& file);
   int Replace(const ZELMONT_FILE_INFO& file);
@@ -90,6 +94,8 @@ int Sender::Remove() {
   return -1;
 }
 
+// A cancel counts even when it comes behind the last piece: the user was told that it would end the
+// download. The file is whole then and stays.
 int Sender::Download(const ZELMONT_FILE_INFO& file) {
   APP_LogBeginf("Downloading file to %s [%s] ...", m_Label.c_str(), m_Path.c_str());
   APP_LogInfof("0x%X (%d) bytes", file.NumBytes, file.NumBytes);
@@ -120,6 +126,7 @@ int Sender::Replace(const ZELMONT_FILE_INFO& file) {
     m_State = RemoteState::Unknown;
     return -1;
   }
+  // Reserves the whole size: a full programmer says so before anything is on its way.
   if (VORTIC_FileWrite(m_Path.c_str(), nullptr, static_cast<u32>(file.NumBytes), 0) < 0) {
     APP_LogErrorf("Could not create \"%s\" (%d bytes) on %s.", m_Path.c_str(), file.NumBytes,
                   m_Label.c_str());
@@ -136,7 +143,8 @@ int Sender::Replace(const ZELMONT_FILE_INFO& file) {
   return 0;
 }
 
-// 0 when all is written; -1 after a failure, which is logged, or a stop.
+// 0 when all is written; -1 after a failure, which is logged, or a stop. A piece that was taken in
+// part goes on where that ended.
 int Sender::WritePieces(const ZELMONT_FILE_INFO& file) {
   const u32 numBytes = static_cast<u32>(file.NumBytes);
   u32 numDone = 0;
@@ -159,7 +167,8 @@ int Sender::WritePieces(const ZELMONT_FILE_INFO& file) {
   return 0;
 }
 
-// A reserved file has its full size from the start and would pass for a whole one.
+// A reserved file has its full size from the start and would pass for a whole one. With the link
+// gone neither call succeeds, and the state stays what it was when it was last known.
 void Sender::Discard() {
   if (VORTIC_FileDelete(m_Path.c_str()) >= 0) {
     m_State = RemoteState::Removed;
@@ -170,7 +179,7 @@ void Sender::Discard() {
 
 // Which programmers take app files; the user may know that there is none in the config.
 void WarnOldHardware() {
-  constexpr u32 kMajorUnit = 10000;
+  constexpr u32 kMajorUnit = 10000;  // minor and revision have two digits each, the product above
   if (VORTIC_GetHWVersion() / kMajorUnit % 100 < kFirstMajorWithApps) {
     APP_MsgBox(
         "Zelmont V4 or earlier detected. Storing *.pex files in the config file requires a "

@@ -70,10 +70,12 @@ class Uploader {
   const std::string m_Label;
   PROGRESS_INFO* const m_pProgress;
   std::vector<u8> m_Buffer;
+  // Counted all; named as far as a line has room.
   u32 m_NumRefused = 0;
-  std::string m_Refused;  // the first of them, for a line
+  std::string m_Refused;
 };
 
+// False: the cause is logged.
 bool MakeFolder(const std::string& dir) {
   if (SYS_DIR_Exists(dir.c_str()) != 0 || SYS_DIR_CreatePath((dir + "/").c_str()) == 0) {
     return true;
@@ -99,6 +101,7 @@ int Uploader::Fetch(const std::string& destDir, const std::string& srcDir,
     if (ZELMONT_IsCanceled(m_pProgress)) {
       return -1;
     }
+    // Only the device knows what is a folder: a name from the caller's list doesn't tell.
     const i32 size = VORTIC_FileGetSize(source.c_str());
     const int result = size >= 0 ? FetchFile(destDir, target, source, static_cast<u32>(size))
                                  : FetchFolder(target, source, depth);
@@ -128,6 +131,7 @@ int Uploader::TellRefused() const {
   return -1;
 }
 
+// The file appears under its name when its last byte is there and flushed.
 int Uploader::FetchFile(const std::string& destDir, const std::string& target,
                         const std::string& source, u32 numBytes) {
   APP_LogBeginf("Uploading \"%s\" (%d bytes) from %s to %s ...", source.c_str(), numBytes,
@@ -179,6 +183,7 @@ int Uploader::CopyContent(const std::string& source, u32 numBytes, LocalFile* pF
   return pFile->Keep() ? 0 : FailWrite(source, numBytes, 0);
 }
 
+// An empty folder leaves nothing behind. The depth ends a programmer whose folders hold themselves.
 int Uploader::FetchFolder(const std::string& target, const std::string& source, u32 depth) {
   if (depth == 0) {
     APP_LogErrorf("Failed to upload \"%s\" from %s to %s. Max. folder depth reached (%d)...",
@@ -218,6 +223,7 @@ bool Uploader::List(const std::string& source, const std::string& target,
   }
   for (u32 i = 0; i < static_cast<u32>(result); ++i) {
     const char* acName = entries[i].acName;
+    // A name that fills the field isn't terminated. It is too long then and will be refused.
     std::string name(acName, strnlen(acName, sizeof(entries[i].acName)));
     if (name != "." && name != "..") {
       pNames->push_back(std::move(name));

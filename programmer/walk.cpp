@@ -11,10 +11,13 @@
 #include "project/text/file_error.h"
 #include "sys/path.h"
 
-// Local files and folders on their way to a programmer.
+// Local files and folders on their way to a programmer. Two walks, one that only counts and judges
+// and one that loads, so that nothing is sent of a tree that can't be sent whole. The folders may
+// change in between: the second walk takes no more than the first has counted.
 
 namespace {
 
+// A programmer has a few MiB; this is what its interface can tell at all.
 constexpr u64 kMaxTotal = std::numeric_limits<i32>::max();
 
 // Calls back for what lies in folders, depth first. All failures are logged.
@@ -57,7 +60,7 @@ class Walker {
         }) < 0) {
       return FailFolder(path);
     }
-    std::sort(entries.begin(), entries.end());
+    std::sort(entries.begin(), entries.end());  // the same order, and so the same log, each time
     for (const std::string& entry : entries) {
       if (Visit(path + "/" + entry, name + "/" + entry, depth) != 0) {
         return FailFolder(path);
@@ -95,6 +98,7 @@ struct Batch {
   u64 NumUsed = 0;  // of NumBytes, by the files so far
 };
 
+// Each part has to be a name by itself: a host's name may hold what is a separator on the device.
 bool IsPathOfNames(std::string_view path) {
   while (!path.empty()) {
     const std::size_t end = std::min(path.find('/'), path.size());
@@ -147,6 +151,7 @@ int LoadFile(void* pContext, SYS_HANDLE hFile, const char* sName) {
   return 0;
 }
 
+// False: logged.
 bool LoadBatch(const char* pNames, u32 numNames, Batch* pBatch) {
   if (APP_WalkFiles(pNames, numNames, ZELMONT_MAX_FOLDER_DEPTH, pBatch, CountFile) != 0) {
     return false;
