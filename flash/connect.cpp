@@ -125,7 +125,7 @@ bool ConnectFlash(u32 NumErrors) {
 
 }  // namespace
 
-FLASH_HOOKS FLASH_Hooks = {DoNothing};
+FLASH_HOOKS FLASH_Hooks = {DoNothing, [](MEMAREA*) {}};
 
 FLASH_CONNECTION& FLASH_State() {
   static FLASH_CONNECTION state = kClosed;

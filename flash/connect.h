@@ -37,10 +37,14 @@ struct FLASH_CONNECTION {
 };
 FLASH_CONNECTION& FLASH_State();
 
+struct MEMAREA;
+
 // What the flash engine needs of the layers above it; filled once at start-up.
 struct FLASH_HOOKS {
   // Connected or disconnected: project information and menu state.
   void (*pfOnConnectionChanged)();
+  // The bytes of an image have changed in place: its window shows it anew.
+  void (*pfOnImageChanged)(MEMAREA* pArea);
 };
 extern FLASH_HOOKS FLASH_Hooks;
 

@@ -28,14 +28,15 @@ bool IsBlankBlock(const u8* pData, u64 NumBytes) {
   return pData[0] == kBlank && std::memcmp(pData, pData + 1, NumBytes - 1) == 0;
 }
 
-// Adding without blank runs answers alike to "all blank" and "failed", hence the second look.
+// A block that ends blank is as good as any other; only the flag tells of a failure.
 int StoreBlock(MEMAREA* pDest, u64 Addr, u64 NumBytes, bool SkipBlank) {
   const u8* pData = ReadBuffer.data();
   if (!SkipBlank) {
     return MEMAREA_AddRange(pDest, Addr, NumBytes, pData);
   }
-  const bool isAdded = MEMAREA_AddNonBlank(pDest, Addr, NumBytes, pData, kMinBlankRun, kBlank);
-  return isAdded || IsBlankBlock(pData, NumBytes) ? 0 : -1;
+  bool isFailed = false;
+  MEMAREA_AddNonBlank(pDest, Addr, NumBytes, pData, kMinBlankRun, kBlank, &isFailed);
+  return isFailed ? -1 : 0;
 }
 
 // One block from the chip into the area. 0, or -1 reported.

@@ -47,7 +47,7 @@ constexpr CMDLINE_OPTION kOptions[CMDLINE_NUM_OPTIONS] = {
     {"-erasechip", kExecute, CMDLINE_OnEraseChip, "  \t Erases entire flash chip"},
     {"-programverify", kExecute, CMDLINE_OnProgramVerify, "  \t Programs and verifies target"},
     {"-program", kExecute, CMDLINE_OnProgram, "\t\t Programs target"},
-    {"-auto", kExecute, CMDLINE_OnNotAvailable, "\t\t Erases, programs and verifies target"},
+    {"-auto", kExecute, CMDLINE_OnAuto, "\t\t Erases, programs and verifies target"},
     {"-verify", kExecute, CMDLINE_OnVerify, "\t\t Verifies target program"},
     {"-readchip", kExecute, CMDLINE_OnReadChip, "\t\t Reads the entire flash chip"},
     {"-readrange", kExecute, CMDLINE_OnReadRange,

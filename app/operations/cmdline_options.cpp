@@ -11,6 +11,7 @@
 #include "app/operations/data_ops.h"
 #include "app/operations/data_windows.h"
 #include "app/operations/init_exit.h"
+#include "flash/auto.h"
 #include "flash/connect.h"
 #include "flash/erase.h"
 #include "flash/program.h"
@@ -156,6 +157,11 @@ int CMDLINE_OnProgramVerify(const char* /*sText*/, u32 /*WordLen*/, u32 /*Pass*/
 
 int CMDLINE_OnProgram(const char* /*sText*/, u32 /*WordLen*/, u32 /*Pass*/) {
   FLASH_Program(APP_GetFocusedImage(), false);
+  return 0;
+}
+
+int CMDLINE_OnAuto(const char* /*sText*/, u32 /*WordLen*/, u32 /*Pass*/) {
+  FLASH_Auto(APP_GetFocusedImage());
   return 0;
 }
 

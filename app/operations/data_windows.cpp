@@ -102,6 +102,17 @@ int APP_ShowReadImage(MEMAREA* pArea, const char* sTitle) {
   return 0;
 }
 
+void APP_UpdateImageWindow(MEMAREA* pArea) {
+  SYS_LOCK_GUARD lock(APP_GetLock());
+  for (const DATA_WINDOW_INFO& row : Rows()) {
+    if (row.pArea == pArea) {
+      APP_GetFrontEnd()->UpdateDataWindow(row.hWindow, pArea);
+      APP_UpdateMenuBar();
+      return;
+    }
+  }
+}
+
 bool APP_IsListedImage(const MEMAREA* pArea) {
   const auto& rows = Rows();
   return std::any_of(rows.begin(), rows.end(),

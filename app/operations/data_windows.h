@@ -31,6 +31,8 @@ MEMAREA* APP_GetFocusedImage();
 int APP_ShowReadImage(MEMAREA* pArea, const char* sTitle);
 // True while a row holds the image.
 bool APP_IsListedImage(const MEMAREA* pArea);
+// Shows the image anew. One without a window is ignored.
+void APP_UpdateImageWindow(MEMAREA* pArea);
 // Deletes the row and its image. An unknown window does nothing.
 void APP_RemoveDataWindow(const APP_DATA_WINDOW* hWindow);
 // Binds the row to the file and takes the file's last write time.

@@ -6,6 +6,7 @@
 #include "app/operations/data_windows.h"
 #include "app/operations/init_exit.h"
 #include "app/operations/status.h"
+#include "flash/auto.h"
 #include "flash/connect.h"
 #include "flash/erase.h"
 #include "flash/program.h"
@@ -27,6 +28,12 @@ u32 Value(const APP_JOB_CONTEXT* pContext) {
 template <class PARAMS>
 const PARAMS& Params(const APP_JOB_CONTEXT* pContext) {
   return *static_cast<const PARAMS*>(pContext->pParams);
+}
+
+// The window may have been closed since the post: an image that is no longer listed is gone.
+MEMAREA* ListedImage(const APP_JOB_CONTEXT* pContext) {
+  MEMAREA* pImage = Params<APP_IMAGE_PARAMS>(pContext).pImage;
+  return APP_IsListedImage(pImage) ? pImage : nullptr;
 }
 
 // Tells whoever waits for the job.
@@ -121,10 +128,12 @@ void APP_OnEliminateBlankJob(APP_JOB_CONTEXT* /*pContext*/) {
   APP_EliminateBlank();
 }
 
-// The window may have been closed since the post: an image that is no longer listed is gone.
 void APP_OnVerifyJob(APP_JOB_CONTEXT* pContext) {
-  MEMAREA* pImage = Params<APP_IMAGE_PARAMS>(pContext).pImage;
-  FLASH_Verify(APP_IsListedImage(pImage) ? pImage : nullptr);
+  FLASH_Verify(ListedImage(pContext));
+}
+
+void APP_OnExecProdProgJob(APP_JOB_CONTEXT* pContext) {
+  FLASH_Auto(ListedImage(pContext));
 }
 
 void APP_OnReadJob(APP_JOB_CONTEXT* pContext) {

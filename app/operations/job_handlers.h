@@ -66,6 +66,7 @@ void APP_OnGenerateTestDataJob(APP_JOB_CONTEXT* pContext);
 void APP_OnRelocateDataJob(APP_JOB_CONTEXT* pContext);
 void APP_OnDeleteRangeJob(APP_JOB_CONTEXT* pContext);
 void APP_OnEliminateBlankJob(APP_JOB_CONTEXT* pContext);
+void APP_OnExecProdProgJob(APP_JOB_CONTEXT* pContext);
 void APP_OnVerifyJob(APP_JOB_CONTEXT* pContext);
 void APP_OnReadJob(APP_JOB_CONTEXT* pContext);
 void APP_OnDetectJob(APP_JOB_CONTEXT* pContext);

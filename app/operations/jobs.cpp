@@ -45,7 +45,7 @@ constexpr WORKER_JOB_ENTRY kJobTable[APP_NUM_JOBS] = {
     {APP_OnConnectJob, "Connect to target"},
     {APP_OnDisconnectJob, "Disconnect from target"},
     {APP_OnGenerateTestDataJob, "Generate test data"},
-    {nullptr, "Execute production programming"},
+    {APP_OnExecProdProgJob, "Execute production programming"},
     {APP_OnRelocateDataJob, "Relocate data"},
     {APP_OnDeleteRangeJob, "Delete data range"},
     {APP_OnEliminateBlankJob, "Eliminate blank data"},

@@ -41,6 +41,7 @@ enum APP_JOB_ID : u32 {
   APP_JOB_CONNECT = 18,
   APP_JOB_DISCONNECT = 19,
   APP_JOB_GENERATE_TEST_DATA = 20,
+  APP_JOB_EXEC_PROD_PROG = 21,
   APP_JOB_RELOCATE_DATA = 22,
   APP_JOB_DELETE_RANGE = 23,
   APP_JOB_ELIMINATE_BLANK = 24,
@@ -114,6 +115,7 @@ void APP_PostGenerateTestData(void* pOwner);
 void APP_PostRelocateData();
 void APP_PostDeleteDataRange();
 void APP_PostEliminateBlankData();
+void APP_PostExecProdProg(MEMAREA* pImage);
 void APP_PostVerify(MEMAREA* pImage);
 void APP_PostRead(bool EntireChip);
 // The core forgets the window. pfnDone, may be null, is called on the application thread when no

@@ -4,9 +4,11 @@
 #include "app/engine/frontend.h"
 #include "app/engine/log.h"
 #include "app/operations/data_edit.h"
+#include "app/operations/data_windows.h"
 #include "app/operations/status.h"
 #include "flash/connect.h"
 #include "flash/driver.h"
+#include "flash/serial_number.h"
 #include "programmer/hooks.h"
 #include "project/project.h"
 #include "project/settings.h"
@@ -53,17 +55,20 @@ void APP_ConnectLayers() {
   APP_EngineHooks.pfGetLogFileName = GetLogFileName;
   APP_EngineHooks.pfDisconnect = FLASH_Disconnect;
 
-  // A changed project is shown; its power settings go to the connection; a closing one disconnects.
-  // Serial numbers are not read yet: pfLoadSerial keeps its default.
+  // A changed project is shown; its power settings go to the connection; a closing one disconnects;
+  // an opened one takes its next serial number from the file beside it.
   PROJECT_Hooks.pfOnChanged = OnProjectChanged;
   PROJECT_Hooks.pfSetTargetPower = FLASH_SetTargetPower;
   PROJECT_Hooks.pfSetFixedVTref = FLASH_SetFixedVTref;
   PROJECT_Hooks.pfDisconnect = FLASH_Disconnect;
+  PROJECT_Hooks.pfLoadSerial = SN_LoadValue;
 
   // The files of a stand-alone programmer hold what fits the chip, moved there if the user likes.
   ZELMONT_Hooks.pfCheckDataFits = APP_CheckDataFits;
 
-  // A changed connection is shown; without a driver library the program ends.
+  // A changed connection is shown, and an image with its new serial number; without a driver
+  // library the program ends.
   FLASH_Hooks.pfOnConnectionChanged = OnConnectionChanged;
+  FLASH_Hooks.pfOnImageChanged = APP_UpdateImageWindow;
   FLASH_DriverHooks.pfOnFatal = OnDriverMissing;
 }

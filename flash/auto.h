@@ -1,0 +1,25 @@
+#pragma once
+
+#include "image/memarea.h"
+
+// The one button of a production line: connect, stamp the next serial number, erase as the project
+// says, program, verify, exit sequence, count the serial number on. Application thread only.
+//
+// What the run does stands in the project's PROJ_PRODUCTION, read once at its start. The first
+// error skips all later steps but the closing ones; the serial number then stays, so that the next
+// unit gets it. The image keeps the stamped number in any case.
+void FLASH_Auto(MEMAREA* pArea);
+
+// ---- Inner steps: sets of whole sectors ----
+//
+// Results are new areas that the caller owns. A sector counts as its whole image, bytes that an
+// area doesn't have as 0xFF: a read back may have left out what was blank. Null, or what was
+// gathered so far, after a failure, reported. The areas are the run's own: nobody else has them
+// locked.
+
+// Sectors of pNew that differ from pCurrent, with the bytes of pNew.
+MEMAREA* FLASH_DiffSectors(MEMAREA* pNew, MEMAREA* pCurrent);
+// What pCurrent holds in the sectors of pDiff.
+MEMAREA* FLASH_CurrentOfSectors(MEMAREA* pCurrent, MEMAREA* pDiff);
+// Sectors of pCurrent from the first to the last address of pSpan that hold anything but 0xFF.
+MEMAREA* FLASH_NotBlankSectors(MEMAREA* pSpan, MEMAREA* pCurrent);

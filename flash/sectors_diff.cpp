@@ -1,0 +1,122 @@
+#include <algorithm>
+#include <cstring>
+
+#include "flash/auto.h"
+#include "flash/geometry.h"
+#include "flash/operation.h"
+#include "sys/util_number.h"
+
+// Sets of sectors for a run that touches no more than it has to. Sectors are taken one at a time,
+// smaller ones in groups: parts without an erase have sectors of one byte.
+
+namespace {
+
+constexpr u64 kMinBlock = 4096;
+constexpr u8 kBlank = 0xFF;
+
+// Block of one area and what the other area has there, both of whole sectors.
+struct SectorBlock {
+  u64 Addr;
+  u64 NumBytes;
+  const u8* pData;
+  const u8* pOther;
+};
+
+// Adds runs of sectors for which IsKept(Addr, pData, pOther) holds. 0 or -1.
+template <class IS_KEPT>
+int AddKept(MEMAREA* pDest, const SectorBlock& block, u64 SectorSize, IS_KEPT IsKept) {
+  u64 numRun = 0;
+  for (u64 pos = 0; pos <= block.NumBytes; pos += SectorSize) {
+    if (pos < block.NumBytes && IsKept(block.Addr + pos, block.pData + pos, block.pOther + pos)) {
+      numRun += SectorSize;
+      continue;
+    }
+    const u64 start = pos - numRun;
+    if (numRun != 0 &&
+        MEMAREA_AddRange(pDest, block.Addr + start, numRun, block.pData + start) != 0) {
+      return -1;
+    }
+    numRun = 0;
+  }
+  return 0;
+}
+
+void ReportNoMemory(u64 NumBytes) {
+  APP_LogErrorf("Failed to allocate %llu bytes of memory", NumBytes);
+}
+
+// Holes within a sector come with its alignment; those between sectors stay out, since a part with
+// sectors of one byte keeps what it has there.
+constexpr u64 kMaxGap = 0;
+
+template <class IS_KEPT>
+MEMAREA* GatherSectors(MEMAREA* pArea, u64 FirstAddr, u64 LastAddr, MEMAREA* pOther,
+                       IS_KEPT IsKept) {
+  const Geometry geometry = GEOMETRY_Get();
+  const u64 sectorSize = geometry.GetSectorSize();
+  if (sectorSize == 0) {
+    APP_LogError("The sectors of the chip are not known.");
+    return nullptr;
+  }
+  const u64 blockSize = std::max(sectorSize, kMinBlock);
+  MEMAREA_PTR pResult(MEMAREA_Create());
+  const std::unique_ptr<u8[]> pData = AllocBuffer(blockSize);
+  const std::unique_ptr<u8[]> pOtherData = AllocBuffer(blockSize);
+  if (pResult == nullptr || pData == nullptr || pOtherData == nullptr) {
+    ReportNoMemory(blockSize);
+    return nullptr;
+  }
+  for (u64 next = FirstAddr; next <= LastAddr && !HasErrors();) {
+    u64 addr = 0;
+    const u64 numBytes =
+        MEMAREA_GetData(pArea, next, LastAddr, kMaxGap, kBlank, pData.get(), nullptr, &addr,
+                        blockSize, geometry.SectorShift, geometry.SectorShift);
+    if (numBytes == 0) {
+      break;
+    }
+    std::memset(pOtherData.get(), kBlank, numBytes);
+    MEMAREA_Read(pOther, addr, numBytes, pOtherData.get(), kBlank);
+    if (AddKept(pResult.get(), {addr, numBytes, pData.get(), pOtherData.get()}, sectorSize,
+                IsKept) != 0) {
+      ReportNoMemory(numBytes);
+    }
+    if (addr + numBytes < addr) {
+      break;  // past the last address there is
+    }
+    next = addr + numBytes;
+  }
+  return pResult.release();
+}
+
+}  // namespace
+
+MEMAREA* FLASH_DiffSectors(MEMAREA* pNew, MEMAREA* pCurrent) {
+  const u64 size = GEOMETRY_Get().GetSectorSize();
+  return GatherSectors(pNew, MEMAREA_GetMinAddr(pNew), MEMAREA_GetMaxAddr(pNew), pCurrent,
+                       [size](u64 /*Addr*/, const u8* pData, const u8* pOther) {
+                         return std::memcmp(pData, pOther, size) != 0;
+                       });
+}
+
+// A matching sector of the chip stands in no set: the next step would erase it for nothing, or for
+// good.
+MEMAREA* FLASH_CurrentOfSectors(MEMAREA* pCurrent, MEMAREA* pDiff) {
+  const u64 size = GEOMETRY_Get().GetSectorSize();
+  return GatherSectors(pCurrent, MEMAREA_GetMinAddr(pCurrent), MEMAREA_GetMaxAddr(pCurrent), pDiff,
+                       [size, pDiff](u64 Addr, const u8* pData, const u8* pOther) {
+                         return std::memcmp(pData, pOther, size) != 0 &&
+                                MEMAREA_ContainsRange(pDiff, Addr, size);
+                       });
+}
+
+MEMAREA* FLASH_NotBlankSectors(MEMAREA* pSpan, MEMAREA* pCurrent) {
+  // An empty span has the same addresses as one of the first byte.
+  if (MEMAREA_GetNumRanges(pSpan) == 0) {
+    return MEMAREA_Create();
+  }
+  const u64 size = GEOMETRY_Get().GetSectorSize();
+  return GatherSectors(pCurrent, MEMAREA_GetMinAddr(pSpan), MEMAREA_GetMaxAddr(pSpan), nullptr,
+                       [size](u64 /*Addr*/, const u8* pData, const u8* /*pOther*/) {
+                         return !UTIL_IsFilled(pData, kBlank, size);
+                       });
+}

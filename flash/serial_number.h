@@ -1,0 +1,29 @@
+#pragma once
+
+#include "image/memarea.h"
+#include "project/project.h"
+#include "sys/types.h"
+
+// Serial numbers of production. Application thread only.
+//
+// Two text files beside the project, for a project p.korvane:
+//
+//   p_Serial.txt   the next number: decimal, or hexadecimal behind "0x". Without the file it is the
+//                  project's SNValue. Written anew after each good run, replaced as a whole.
+//   p_SNList.txt   optional: line number SNValue, counted from 0, holds the data of that number as
+//                  pairs of hexadecimal digits. Lines end with LF or CR LF.
+//
+// Without a list the data is SNValue in 4 bytes and its complement in 4 more, little-endian. SNLen
+// bytes of the data, at most 32, are stamped at SNAddr; what the data doesn't have is 0.
+//
+// A number is given away once its successor is on disk, and only then a run reports success. What
+// can't be read for sure (a file that is there but can't be opened, a number of more than 32 bits)
+// ends the run before the chip is touched: going on with another number could give one away twice.
+
+// Loads the number and stamps it. 0, also when ProgramSN is off; negative on failure, reported.
+int SN_Prepare(MEMAREA* pArea);
+// Writes the next number to the file, then stores it in the project. 0, also when ProgramSN is off,
+// or -1; file and project then keep the old one.
+int SN_Advance();
+// Refreshes SNValue of the block from the file; null takes and stores the project's block.
+void SN_LoadValue(PROJ_PRODUCTION* pProduction);
