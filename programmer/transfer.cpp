@@ -21,8 +21,9 @@ constexpr u32 kMaxPrinted = 80;  // bytes of a name in a log line
 constexpr u32 kFirstMajorWithApps = 5;
 
 // What is known of a file on the device. Unknown: the link failed in the call that would have
-// removed the old one.
-enum class RemoteState { Unchanged, Unknown, Removed, Incomplete, Complete };
+// removed the old one. NotCreated: the device doesn't show it, but nobody knows whether that is
+// because the link is gone.
+enum class RemoteState { Unchanged, Unknown, Removed, NotCreated, Incomplete, Complete };
 
 constexpr const char* GetText(RemoteState state) {
   switch (state) {
@@ -32,6 +33,8 @@ constexpr const char* GetText(RemoteState state) {
       return "in an unknown state";
     case RemoteState::Removed:
       return "removed";
+    case RemoteState::NotCreated:
+      return "missing, or incomplete and must not be used";
     case RemoteState::Incomplete:
       return "incomplete and must not be used";
     case RemoteState::Complete:
@@ -130,6 +133,7 @@ int Sender::Replace(const ZELMONT_FILE_INFO& file) {
   if (VORTIC_FileWrite(m_Path.c_str(), nullptr, static_cast<u32>(file.NumBytes), 0) < 0) {
     APP_LogErrorf("Could not create \"%s\" (%d bytes) on %s.", m_Path.c_str(), file.NumBytes,
                   m_Label.c_str());
+    m_State = RemoteState::NotCreated;
     Discard();
     return -1;
   }

@@ -118,12 +118,12 @@ TEST(Download, TellsWhatHasArrived) {
        {2, 5},
        {{"module2/", "none"}, {"module5/", "none"}},
        {"Could not create \"Zelmont.dat\" (331776 bytes) on Module 2.", "Failed to download files",
-        "State of Module 2: 0 of 2 files done, \"Zelmont.dat\" is unchanged."}},
+        "State of Module 2: 0 of 2 files done, \"Zelmont.dat\" is missing, or incomplete"}},
       {{{"FileSystemKiB", "325"}},
        {},
        {{"", "data"}},
        {"Could not create \"Zelmont.cfg\" (2049 bytes) on Programmer.",
-        "State of Programmer: 1 of 2 files done, \"Zelmont.cfg\" is unchanged."}},
+        "State of Programmer: 1 of 2 files done, \"Zelmont.cfg\" is missing, or incomplete"}},
       {{{"FileSystem", "Vortic.ini"}}, {}, {}, {"Vortic.ini"}},
   };
   for (const auto& c : cases) {
