@@ -288,9 +288,3 @@ int CMDLINE_OnSaveDat(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
 int CMDLINE_OnDownload(const char* /*sText*/, u32 /*WordLen*/, u32 /*Pass*/) {
   return APP_DownloadConfigFiles(APP_GetFocusedImage());
 }
-
-int CMDLINE_OnNotAvailable(const char* sText, u32 wordLen, u32 /*Pass*/) {
-  const std::string word(sText - wordLen, wordLen);
-  APP_ShowErrorf("The option %s is not available in this version.", word.c_str());
-  return -1;
-}

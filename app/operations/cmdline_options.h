@@ -37,6 +37,4 @@ CMDLINE_HANDLER(Usb);
 CMDLINE_HANDLER(Ip);
 CMDLINE_HANDLER(Min);
 CMDLINE_HANDLER(Hide);
-// For options whose work this version doesn't do yet: one clear error.
-CMDLINE_HANDLER(NotAvailable);
 #undef CMDLINE_HANDLER
