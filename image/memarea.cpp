@@ -12,8 +12,10 @@ constexpr u32 LOCK_TIMEOUT_MS = 10000;
 }  // namespace
 
 MEMAREA_LOCK_GUARD::MEMAREA_LOCK_GUARD(MEMAREA* pArea)
-    : m_pArea(pArea),
-      m_Locked(pArea != nullptr && SYS_MUTEX_Lock(pArea->Lock, LOCK_TIMEOUT_MS) == 0) {}
+    : MEMAREA_LOCK_GUARD(pArea, LOCK_TIMEOUT_MS) {}
+
+MEMAREA_LOCK_GUARD::MEMAREA_LOCK_GUARD(MEMAREA* pArea, u32 TimeoutMs)
+    : m_pArea(pArea), m_Locked(pArea != nullptr && SYS_MUTEX_Lock(pArea->Lock, TimeoutMs) == 0) {}
 
 MEMAREA_LOCK_GUARD::~MEMAREA_LOCK_GUARD() {
   if (m_Locked) {

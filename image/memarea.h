@@ -88,6 +88,8 @@ void MEMAREA_SetNumChanges(MEMAREA* pArea, u32 NumChanges);
 class MEMAREA_LOCK_GUARD {
  public:
   explicit MEMAREA_LOCK_GUARD(MEMAREA* pArea);
+  // With a limit of its own, for a thread that has better things to do than wait.
+  MEMAREA_LOCK_GUARD(MEMAREA* pArea, u32 TimeoutMs);
   ~MEMAREA_LOCK_GUARD();
   MEMAREA_LOCK_GUARD(const MEMAREA_LOCK_GUARD&) = delete;
   MEMAREA_LOCK_GUARD& operator=(const MEMAREA_LOCK_GUARD&) = delete;
