@@ -93,7 +93,7 @@ int Uploader::Fetch(const std::string& destDir, const std::string& srcDir,
   }
   for (const std::string& name : names) {
     const std::string source = srcDir + name;
-    const std::string target = destDir + "/" + name;
+    const std::string target = ZELMONT_Join(destDir, name);
     if (!ZELMONT_IsFileName(name) || target.size() >= SYS_MAX_PATH) {
       Refuse(name);
       continue;

@@ -62,7 +62,7 @@ class Walker {
     }
     std::sort(entries.begin(), entries.end());  // the same order, and so the same log, each time
     for (const std::string& entry : entries) {
-      if (Visit(path + "/" + entry, name + "/" + entry, depth) != 0) {
+      if (Visit(ZELMONT_Join(path, entry), ZELMONT_Join(name, entry), depth) != 0) {
         return FailFolder(path);
       }
     }
