@@ -1,0 +1,95 @@
+#include "ui/common/progress_dialog.h"
+
+#include <cstring>
+
+#include "ui/common/qt_helper.h"
+
+namespace {
+
+constexpr int kTitleSpace = 150;
+
+// A range of 32 bits in one of 31.
+int Halve(u32 Value) {
+  return static_cast<int>(Value >> 1);
+}
+
+}  // namespace
+
+ProgressDialog::ProgressDialog(QWidget* pParent, PROGRESS_INFO* pInfo)
+    : QDialog(pParent), m_pInfo(pInfo) {
+  hide();
+  setResult(QDialog::Accepted);
+  setObjectName("ProgressDialog");
+  m_pText = QTHelper_CreateLabel(this, {});
+  m_pText->setObjectName("Text");
+  m_pText->setTextFormat(Qt::PlainText);
+  m_pSubText = QTHelper_CreateLabel(this, {});
+  m_pSubText->setObjectName("SubText");
+  m_pSubText->setTextFormat(Qt::PlainText);
+  m_pBar = QTHelper_CreateProgressBar(this);
+  m_pBar->setObjectName("Bar");
+  m_pBar->setAccessibleName("Progress");
+  QPushButton* pCancel = QTHelper_CreateFixedButton(this, "Cancel", [this] { reject(); });
+  pCancel->setObjectName("Cancel");
+  QGridLayout* pGrid = QTHelper_CreateGrid(this);
+  pGrid->addWidget(m_pText, 0, 0, Qt::AlignCenter);
+  pGrid->addWidget(m_pSubText, 1, 0, Qt::AlignCenter);
+  pGrid->addWidget(m_pBar, 2, 0);
+  pGrid->addWidget(pCancel, 3, 0, Qt::AlignCenter);
+  setModal(true);
+  QTHelper_HideHelpButton(this);
+  SYS_MUTEX_Lock(pInfo->Lock, SYS_INFINITE);
+  setWindowTitle(QTHelper_FromLocal8Bit(pInfo->sTitle));
+  const u32 flags = pInfo->Flags;
+  SYS_MUTEX_Unlock(pInfo->Lock);
+  m_Largest = QSize(QTHelper_GetTextWidth(this, windowTitle()) + kTitleSpace, 0);
+  connect(this, &ProgressDialog::_SignalUpdateGUI, this, &ProgressDialog::_SlotOnUpdateGUI,
+          Qt::QueuedConnection);
+  connect(this, &QDialog::rejected, this, &ProgressDialog::_SlotOnRejected);
+  PROGRESS_SetRefresh(pInfo, OnRefresh, this);
+  _SlotOnUpdateGUI();
+  if ((flags & PROGRESS_MINIMIZED) != 0) {
+    showMinimized();
+  } else if ((flags & PROGRESS_HIDDEN) == 0) {
+    show();
+  }
+}
+
+ProgressDialog::~ProgressDialog() {
+  PROGRESS_SetRefresh(m_pInfo, nullptr, nullptr);
+  PROGRESS_Free(m_pInfo);
+}
+
+// On the thread of the change. A job changes its progress faster than it can be shown.
+void ProgressDialog::OnRefresh(PROGRESS_INFO* /*pInfo*/, void* pContext) {
+  auto* pDialog = static_cast<ProgressDialog*>(pContext);
+  if (!pDialog->m_IsAsked.exchange(true)) {
+    Q_EMIT pDialog->_SignalUpdateGUI();
+  }
+}
+
+void ProgressDialog::_SlotOnUpdateGUI() {
+  m_IsAsked = false;
+  SYS_MUTEX_Lock(m_pInfo->Lock, SYS_INFINITE);
+  std::memcpy(m_Shown.sText, m_pInfo->sText, sizeof(m_Shown.sText));
+  std::memcpy(m_Shown.sSubText, m_pInfo->sSubText, sizeof(m_Shown.sSubText));
+  m_Shown.Value = m_pInfo->Value;
+  m_Shown.Min = m_pInfo->Min;
+  m_Shown.Max = m_pInfo->Max;
+  SYS_MUTEX_Unlock(m_pInfo->Lock);
+  m_pText->setText(QTHelper_FromLocal8Bit(m_Shown.sText));
+  m_pText->setHidden(m_Shown.sText[0] == 0);
+  m_pSubText->setText(QTHelper_FromLocal8Bit(m_Shown.sSubText));
+  m_pSubText->setHidden(m_Shown.sSubText[0] == 0);
+  // A range of nothing would show the bar as busy without end.
+  const int min = Halve(m_Shown.Min);
+  m_pBar->setRange(min, std::max(Halve(m_Shown.Max), min + 1));
+  m_pBar->setValue(Halve(m_Shown.Value));
+  // The dialog only grows, so that changing texts don't make it jitter.
+  m_Largest = m_Largest.expandedTo(sizeHint());
+  setFixedSize(m_Largest);
+}
+
+void ProgressDialog::_SlotOnRejected() {
+  PROGRESS_Cancel(m_pInfo);
+}
