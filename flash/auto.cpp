@@ -190,10 +190,10 @@ void FLASH_Auto(MEMAREA* pArea) {
   Operation op("Auto programming target (%llu bytes, %d range%s) ...", MEMAREA_GetNumBytes(pArea),
                numRanges, Plural(numRanges));
   const u64 startTicks = SYS_GetPerfTicks();
-  if (!PrepareAuto(pArea)) {
-    return;
+  if (PrepareAuto(pArea)) {
+    PROJ_PRODUCTION production{};
+    PROJECT_GetProduction(&production);
+    AutoRun(production, startTicks).Run(pArea);
   }
-  PROJ_PRODUCTION production{};
-  PROJECT_GetProduction(&production);
-  AutoRun(production, startTicks).Run(pArea);
+  SN_Release();
 }

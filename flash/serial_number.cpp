@@ -3,43 +3,45 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <string_view>
 
 #include "app/engine/files.h"
 #include "flash/erase.h"
 #include "flash/operation.h"
+#include "flash/side_file.h"
 #include "project/text/file_error.h"
-#include "sys/file.h"
 #include "sys/util_format.h"
 #include "sys/util_number.h"
 
 namespace {
 
 constexpr u32 kMaxSNBytes = 32;
-constexpr u32 kValueText = 64;   // bytes of the number's file that are looked at
-constexpr u32 kLineText = 256;   // the same for a line of the list
-constexpr u64 kPiece = 0x10000;  // in which the list is searched
+constexpr u64 kValueText = 64;  // bytes of the number's file that are looked at, less one
 constexpr u64 kMaxValue = 0xFFFFFFFF;
 
-// What one run stamps.
-struct SerialData {
-  std::array<u8, kMaxSNBytes> abSNData{};
-  i64 SNListPos = -1;  // offset of the number's line; -1: there is no list
-  std::array<char, SYS_MAX_PATH> acListFile{};
-};
+using SerialData = std::array<u8, kMaxSNBytes>;
 
-enum class LoadResult { Loaded, NoFile, Failed };
+// The number's file while a run needs it: whoever else runs with the same numbers is refused.
+SYS_HANDLE hHeldFile = SYS_INVALID_FILE;
+
+// Invalid: what the file holds isn't a number for sure, and only a run is told so. Failed has been
+// reported.
+enum class LoadResult { Loaded, NoFile, Invalid, Failed };
 
 u32 GetNumSNBytes(const PROJ_PRODUCTION& production) {
   return std::min(production.SNLen, kMaxSNBytes);
 }
 
-// The number that the text starts with; 0 for any other text. False: it has more than 32 bits.
-bool ParseValue(const char* sText, u32* pValue) {
-  const bool isHex = sText[0] == '0' && (sText[1] == 'x' || sText[1] == 'X');
+// The number that the text starts with, 0 for any other text. False unless the text is that number
+// and nothing else: taken for another number, it could be given away twice.
+bool ParseValue(std::string_view Text, u32* pValue) {
+  const bool isHex = Text.starts_with("0x") || Text.starts_with("0X");
   const u32 base = isHex ? 16 : 10;
+  const std::size_t start = isHex ? 2 : 0;
+  std::size_t pos = start;
   u64 value = 0;
-  for (const char* s = isHex ? sText + 2 : sText; value <= kMaxValue; ++s) {
-    const int digit = UTIL_HexDigit(*s);
+  for (; pos < Text.size() && value <= kMaxValue; ++pos) {
+    const int digit = UTIL_HexDigit(Text[pos]);
     if (digit < 0 || static_cast<u32>(digit) >= base) {
       break;
     }
@@ -49,121 +51,95 @@ bool ParseValue(const char* sText, u32* pValue) {
     return false;
   }
   *pValue = static_cast<u32>(value);
-  return true;
+  const bool isEnded = pos == Text.size() || std::strchr(" \t\r\n", Text[pos]) != nullptr;
+  return pos != start && isEnded && pos < kValueText - 1;
 }
 
-// All but a missing file is told, except for a number that is too large: whoever only opens the
-// project doesn't need it.
-LoadResult LoadValue(PROJ_PRODUCTION* pProduction, bool* pIsTooLarge) {
-  std::array<char, SYS_MAX_PATH> acName{};
-  *pIsTooLarge = false;
-  if (PROJECT_GetSideFileName("_Serial", acName.data(), acName.size()) != 0) {
+LoadResult LoadValue(u32* pValue) {
+  SideFile file("_Serial");
+  if (file.GetState() == SideFile::State::NoName) {
     APP_ShowError("Failed to get S/N file name");
-    return LoadResult::Failed;
+  }
+  if (file.GetState() != SideFile::State::Open) {
+    return file.GetState() == SideFile::State::Missing ? LoadResult::NoFile : LoadResult::Failed;
   }
   std::array<char, kValueText> acText{};
-  u64 numRead = 0;
-  if (APP_LoadFileEx(acName.data(), 0, acText.data(), acText.size(), acText.size(), &numRead,
-                     false) == nullptr) {
-    return SYS_GetLastError() == SYS_ERROR_FILE_NOT_FOUND ? LoadResult::NoFile : LoadResult::Failed;
+  if (file.Read(acText.data(), acText.size() - 1) < 0) {
+    return LoadResult::Failed;
   }
-  acText.back() = '\0';
-  *pIsTooLarge = !ParseValue(acText.data(), &pProduction->SNValue);
-  return *pIsTooLarge ? LoadResult::Failed : LoadResult::Loaded;
+  return ParseValue(acText.data(), pValue) ? LoadResult::Loaded : LoadResult::Invalid;
 }
 
-// Offset of the line with this index, the file's size when it has too few, or -1 reported.
-i64 FindLine(SYS_HANDLE hFile, const char* sName, u32 Index) {
-  const std::unique_ptr<u8[]> pPiece = AllocBuffer(kPiece);
-  if (pPiece == nullptr) {
-    APP_LogErrorf("Failed to allocate %llu bytes of memory", kPiece);
-    return -1;
-  }
-  i64 offset = 0;
-  while (Index != 0) {
-    const i64 numRead = APP_ReadFile(hFile, sName, pPiece.get(), kPiece);
-    if (numRead <= 0) {
-      return numRead < 0 ? -1 : offset;
-    }
-    const u8* const pEnd = pPiece.get() + numRead;
-    const u8* p = pPiece.get();
-    while (Index != 0 && (p = std::find(p, pEnd, u8{'\n'})) != pEnd) {
-      ++p;
-      --Index;
-    }
-    offset += Index != 0 ? numRead : p - pPiece.get();
-  }
-  return offset;
+void ReportInvalid() {
+  std::array<char, SYS_MAX_PATH> acName{};
+  PROJECT_GetSideFileName("_Serial", acName.data(), acName.size());
+  APP_LogErrorf(
+      "File [%s], line 1: not a serial number. It is decimal, or hexadecimal behind 0x, and has at "
+      "most 32 bits.",
+      acName.data());
 }
 
-// 0, or -1 reported. A list that is there but can't be read must not pass for none.
-int LocateInList(const PROJ_PRODUCTION& production, SerialData* pSerial) {
-  char* sName = pSerial->acListFile.data();
-  if (PROJECT_GetSideFileName("_SNList", sName, SYS_MAX_PATH) != 0) {
-    APP_LogError("Failed to get S/N list file name.");
+int ReportHold(const char* sName) {
+  if (SYS_GetLastError() == SYS_ERROR_SHARING_VIOLATION) {
+    APP_LogErrorf("File [%s] is in use: another run gives away the serial numbers of this project.",
+                  sName);
     return -1;
   }
-  const SYS_HANDLE hFile = SYS_FILE_Open(sName, SYS_FILE_READ | SYS_FILE_SHARE_READ);
-  if (hFile == SYS_INVALID_FILE) {
-    if (SYS_GetLastError() == SYS_ERROR_FILE_NOT_FOUND) {
-      APP_LogInfo("No SN list file detected.");
-      return 0;
-    }
-    char acError[1024];
-    APP_FormatOpenError(sName, acError, sizeof(acError));
-    APP_LogError(acError);
-    return -1;
-  }
-  pSerial->SNListPos = FindLine(hFile, sName, production.SNValue);
-  SYS_FILE_Close(hFile);
-  return pSerial->SNListPos < 0 ? -1 : 0;
+  char acError[1024];
+  APP_FormatFileError(sName, "write", acError, sizeof(acError));
+  APP_LogError(acError);
+  return -1;
 }
 
-// 0, or -1 when the line has no data or something else than digits where digits are wanted. The
-// line may end early; an empty one isn't the data of any number.
-int ParseLine(const char* pText, u64 NumChars, u32 NumBytes, u8* pDest) {
-  const char* const pEnd = pText + NumChars;
-  const char* const pLineEnd =
-      std::find_if(pText, pEnd, [](char c) { return c == '\r' || c == '\n'; });
-  if (pLineEnd == pText) {
+// Takes the file from other runs and sees to it that the next number can be written behind this
+// one, before the chip is touched: it may be write-protected, or stand in a folder that is. What
+// only shows then, such as a full disk, still ends the run. 0, or -1 reported.
+int HoldFile(bool IsThere) {
+  std::array<char, SYS_MAX_PATH> acName{};
+  if (PROJECT_GetSideFileName("_Serial", acName.data(), acName.size()) != 0) {
     return -1;
   }
-  for (u32 i = 0; i < NumBytes && pText != pLineEnd; ++i, pText += 2) {
-    if (pEnd - pText < 2) {
-      break;
+  if (IsThere) {
+    hHeldFile = SYS_FILE_Open(acName.data(), SYS_FILE_READ | SYS_FILE_WRITE | SYS_FILE_SHARE_READ);
+    if (hHeldFile == SYS_INVALID_FILE) {
+      return ReportHold(acName.data());
     }
-    const int high = UTIL_HexDigit(pText[0]);
-    const int low = UTIL_HexDigit(pText[1]);
-    if (high < 0 || low < 0) {
+  }
+  const SYS_HANDLE hTrial = SYS_FILE_BeginReplace(acName.data(), false);
+  return hTrial == SYS_INVALID_FILE ? ReportHold(acName.data())
+                                    : SYS_FILE_EndReplace(hTrial, false);
+}
+
+// The number of this run, from the file and into the project. 0, or -1 reported.
+int TakeValue(PROJ_PRODUCTION* pProduction) {
+  LoadResult result = LoadValue(&pProduction->SNValue);
+  if (result == LoadResult::Loaded || result == LoadResult::NoFile) {
+    const bool isThere = result == LoadResult::Loaded;
+    if (HoldFile(isThere) != 0) {
       return -1;
     }
-    pDest[i] = static_cast<u8>(high << 4 | low);
+    // Another run may have counted on before the file was held.
+    result = isThere ? LoadValue(&pProduction->SNValue) : result;
   }
+  if (result == LoadResult::Invalid) {
+    ReportInvalid();
+  }
+  if (result == LoadResult::Invalid || result == LoadResult::Failed) {
+    return -1;
+  }
+  PROJECT_SetProduction(pProduction);
   return 0;
 }
 
-int FetchFromList(const PROJ_PRODUCTION& production, SerialData* pSerial) {
-  const char* sName = pSerial->acListFile.data();
-  std::array<char, kLineText> acText{};
-  u64 numRead = 0;
-  if (APP_LoadFileEx(sName, static_cast<u64>(pSerial->SNListPos), acText.data(), acText.size(),
-                     acText.size(), &numRead, true) == nullptr) {
-    return -1;
+// 0, or -1 reported.
+int Fetch(const PROJ_PRODUCTION& production, SerialData* pData) {
+  const ListResult result =
+      SERIAL_FetchFromList(production.SNValue, pData->data(), GetNumSNBytes(production));
+  if (result == ListResult::NoList) {
+    UTIL_StoreU32LE(pData->data(), production.SNValue);
+    UTIL_StoreU32LE(pData->data() + 4, ~production.SNValue);
   }
-  if (ParseLine(acText.data(), numRead, GetNumSNBytes(production), pSerial->abSNData.data()) != 0) {
-    APP_LogErrorf("Could not read data for SN=%u from file [%s]", production.SNValue, sName);
-    return -1;
-  }
-  return 0;
-}
-
-int Fetch(const PROJ_PRODUCTION& production, SerialData* pSerial) {
-  if (pSerial->SNListPos >= 0) {
-    return FetchFromList(production, pSerial);
-  }
-  UTIL_StoreU32LE(&pSerial->abSNData[0], production.SNValue);
-  UTIL_StoreU32LE(&pSerial->abSNData[4], ~production.SNValue);
-  return 0;
+  return result == ListResult::Failed ? -1 : 0;
 }
 
 // The data would be stamped nowhere on the chip, and the unit would pass without a number.
@@ -183,12 +159,12 @@ bool CanStamp(const PROJ_PRODUCTION& production) {
 }
 
 // Edits that were not saved lie above the bytes of the image and would hide the number. 0 or -1.
-int Stamp(MEMAREA* pArea, const PROJ_PRODUCTION& production, const SerialData& serial) {
+int Stamp(MEMAREA* pArea, const PROJ_PRODUCTION& production, const SerialData& data) {
   const u32 numBytes = GetNumSNBytes(production);
   {
     const MEMAREA_LOCK_GUARD lock(pArea);
     if (MEMAREA_CommitPatches(pArea) != 0 ||
-        MEMAREA_Write(pArea, production.SNAddr, numBytes, serial.abSNData.data()) != 0) {
+        MEMAREA_Write(pArea, production.SNAddr, numBytes, data.data()) != 0) {
       APP_LogError("The serial number could not be written into the image.");
       return -1;
     }
@@ -196,45 +172,52 @@ int Stamp(MEMAREA* pArea, const PROJ_PRODUCTION& production, const SerialData& s
   APP_LogInfof("Serial number %u stamped (%d bytes @ address 0x%.8X)", production.SNValue, numBytes,
                production.SNAddr);
   if (production.SNInc == 0) {
-    APP_LogInfo("The increment is 0: the next unit gets the same number.");
+    APP_LogWarning("The increment of the serial number is 0: the next unit gets the same number.");
   }
   FLASH_Hooks.pfOnImageChanged(pArea);
   return 0;
 }
 
+// Where files can't be held, as on some network drives, another run may have given the number away.
+bool IsStillNext(const PROJ_PRODUCTION& production, const char* sName) {
+  u32 value = production.SNValue;
+  const LoadResult result = LoadValue(&value);
+  if (result == LoadResult::Failed) {
+    return false;
+  }
+  if (result == LoadResult::Invalid || value != production.SNValue) {
+    APP_LogErrorf("File [%s] has changed during the run: serial number %u may be given away twice.",
+                  sName, production.SNValue);
+    return false;
+  }
+  return true;
+}
+
 }  // namespace
 
+// A file that isn't a number is a matter of the run that needs it, not of opening a project.
 void SN_LoadValue(PROJ_PRODUCTION* pProduction) {
   PROJ_PRODUCTION own{};
   if (pProduction == nullptr) {
     PROJECT_GetProduction(&own);
   }
-  bool isTooLarge = false;
-  const LoadResult result = LoadValue(pProduction != nullptr ? pProduction : &own, &isTooLarge);
-  if (pProduction == nullptr && result == LoadResult::Loaded) {
+  const LoadResult result = LoadValue(&(pProduction != nullptr ? pProduction : &own)->SNValue);
+  if (pProduction == nullptr && (result == LoadResult::Loaded || result == LoadResult::Invalid)) {
     PROJECT_SetProduction(&own);
   }
 }
 
 int SN_Prepare(MEMAREA* pArea) {
+  SN_Release();
   PROJ_PRODUCTION production{};
   PROJECT_GetProduction(&production);
   if (production.ProgramSN == 0) {
     return 0;
   }
-  bool isTooLarge = false;
-  const LoadResult result = LoadValue(&production, &isTooLarge);
-  if (isTooLarge) {
-    APP_LogError("The number in the S/N file has more than 32 bits.");
-  }
-  if (result == LoadResult::Failed || !CanStamp(production)) {
-    return -1;
-  }
-  PROJECT_SetProduction(&production);
-  SerialData serial;
-  return LocateInList(production, &serial) != 0 || Fetch(production, &serial) != 0
-             ? -1
-             : Stamp(pArea, production, serial);
+  SerialData data{};
+  const bool isReady =
+      TakeValue(&production) == 0 && CanStamp(production) && Fetch(production, &data) == 0;
+  return isReady ? Stamp(pArea, production, data) : -1;
 }
 
 // The file first: what the project knows counts only while there is no file.
@@ -244,13 +227,16 @@ int SN_Advance() {
   if (production.ProgramSN == 0) {
     return 0;
   }
+  std::array<char, SYS_MAX_PATH> acName{};
+  if (PROJECT_GetSideFileName("_Serial", acName.data(), acName.size()) != 0) {
+    return -1;
+  }
+  if (!IsStillNext(production, acName.data())) {
+    return -1;
+  }
   const u64 next = static_cast<u64>(production.SNValue) + production.SNInc;
   if (next > kMaxValue) {
     APP_LogError("There is no further serial number.");  // the first ones are given away
-    return -1;
-  }
-  std::array<char, SYS_MAX_PATH> acName{};
-  if (PROJECT_GetSideFileName("_Serial", acName.data(), acName.size()) != 0) {
     return -1;
   }
   production.SNValue = static_cast<u32>(next);
@@ -261,4 +247,11 @@ int SN_Advance() {
   }
   PROJECT_SetProduction(&production);
   return 0;
+}
+
+void SN_Release() {
+  if (hHeldFile != SYS_INVALID_FILE) {
+    SYS_FILE_Close(hHeldFile);
+    hHeldFile = SYS_INVALID_FILE;
+  }
 }

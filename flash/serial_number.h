@@ -17,13 +17,18 @@
 // bytes of the data, at most 32, are stamped at SNAddr; what the data doesn't have is 0.
 //
 // A number is given away once its successor is on disk, and only then a run reports success. What
-// can't be read for sure (a file that is there but can't be opened, a number of more than 32 bits)
-// ends the run before the chip is touched: going on with another number could give one away twice.
+// can't be read for sure (a file that is there but can't be opened, or that holds anything but one
+// number of at most 32 bits) ends the run before the chip is touched, and so does a file that
+// another run has in use: going on could give a number away twice.
 
-// Loads the number and stamps it. 0, also when ProgramSN is off; negative on failure, reported.
+// Loads the number, holds its file against other runs, and stamps it. 0, also when ProgramSN is
+// off; negative on failure, reported.
 int SN_Prepare(MEMAREA* pArea);
 // Writes the next number to the file, then stores it in the project. 0, also when ProgramSN is off,
-// or -1; file and project then keep the old one.
+// or -1; the project then keeps the old one.
 int SN_Advance();
-// Refreshes SNValue of the block from the file; null takes and stores the project's block.
+// The end of a run, good or bad: other runs may have the file. Does nothing if it isn't held.
+void SN_Release();
+// Refreshes SNValue of the block from the file, with 0 when that holds no number; null takes and
+// stores the project's block.
 void SN_LoadValue(PROJ_PRODUCTION* pProduction);

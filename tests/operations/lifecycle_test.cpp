@@ -177,4 +177,32 @@ TEST(Lifecycle, JobsOfAUserFillAProgrammer) {
   EXPECT_EQ(ReadFile(run.Core().Path("fs/module2/Serial.txt")), std::string("7\0", 2));
 }
 
+// A window that was closed since the post has no image any more.
+TEST(Lifecycle, JobsOfAUserRunProduction) {
+  PROGRAM_RUN run({"-exit"});
+  WriteFile(run.Core().Path("p.korvane"),
+            "[PRODUCTION]\r\n  ProgramSN = 1\r\n  SNAddr = 0x100\r\n  SNLen = 4\r\n");
+  WriteFile(run.Core().Path("a.hex"), ":0400100001020304E2\n:00000001FF\n");
+  WriteFile(run.Core().Path("p_Serial.txt"), "7");
+  run.Start();
+  run.WaitInit();
+  APP_State().SuppressGUI = 0;
+  APP_PostOpenProjFile(run.Core().Path("p.korvane").c_str());
+  APP_PostOpenDataFile(run.Core().Path("a.hex").c_str(), ~u64{0}, false, nullptr);
+  while (run.FrontEnd().GetWindows().empty()) {
+    std::this_thread::yield();
+  }
+  MEMAREA* const pImage = run.FrontEnd().GetWindows()[0]->pArea;
+  APP_PostExecProdProg(pImage);
+  APP_PostExecProdProg(pImage);
+  APP_PostOnDataWindowClose(run.FrontEnd().GetWindows()[0], nullptr);
+  APP_PostExecProdProg(pImage);
+  APP_PostConnectTarget(false);
+  EXPECT_TRUE(run.End());
+  EXPECT_EQ(run.FrontEnd().CountLog("OK (Total "), 2u) << run.FrontEnd().GetLog();
+  EXPECT_TRUE(run.FrontEnd().HasBox("Could not auto program target, no data file opened."));
+  EXPECT_EQ(ReadFile(run.Core().Path("chip.bin")).substr(0x100, 4), std::string("\x08\0\0\0", 4));
+  EXPECT_EQ(ReadFile(run.Core().Path("p_Serial.txt")), "9");
+}
+
 }  // namespace
