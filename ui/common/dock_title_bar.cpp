@@ -21,7 +21,8 @@ CustDockWidgetTitleBar::CustDockWidgetTitleBar(QDockWidget* pDock)
   m_pLabel->setObjectName("Title");
   m_pLabel->setIndent(kLabelIndent);
   // The title never decides how narrow a dock can be.
-  m_pLabel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+  m_pLabel->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+  m_pLabel->setMinimumWidth(1);
   addWidget(m_pLabel);
   m_pFloatButton = AddButton("FloatButton", "Float");
   m_pFloatButton->setIcon(UI_GetIcon(UI_ICON::FloatDock));

@@ -62,6 +62,11 @@ EditValueDialog::EditValueDialog(QWidget* pParent, const char* sTitle, EDIT_VALU
   }
 }
 
+// A field that loses the focus tells so; the list of the fields must still be there.
+EditValueDialog::~EditValueDialog() {
+  hide();
+}
+
 void EditValueDialog::_SlotOnHexEdit() {
   for (QLineEdit* pEdit : m_Edits) {
     if (pEdit->text().isEmpty() || pEdit->text() == "-") {

@@ -12,6 +12,7 @@ class EditValueDialog : public QDialog {
 
  public:
   EditValueDialog(QWidget* pParent, const char* sTitle, EDIT_VALUE_ITEM* pItems, u32 NumItems);
+  ~EditValueDialog() override;
 
  private Q_SLOTS:
   void _SlotOnBtnOK();

@@ -8,9 +8,9 @@ namespace {
 
 constexpr int kTitleSpace = 150;
 
-// A range of 32 bits in one of 31.
-int Halve(u32 Value) {
-  return static_cast<int>(Value >> 1);
+// The bar takes numbers of 31 bits: larger ranges are shown in units of 2.
+int ToBar(u32 Value, u32 Max) {
+  return static_cast<int>(Max > 0x7FFFFFFF ? Value >> 1 : Value);
 }
 
 }  // namespace
@@ -82,9 +82,10 @@ void ProgressDialog::_SlotOnUpdateGUI() {
   m_pSubText->setText(QTHelper_FromLocal8Bit(m_Shown.sSubText));
   m_pSubText->setHidden(m_Shown.sSubText[0] == 0);
   // A range of nothing would show the bar as busy without end.
-  const int min = Halve(m_Shown.Min);
-  m_pBar->setRange(min, std::max(Halve(m_Shown.Max), min + 1));
-  m_pBar->setValue(Halve(m_Shown.Value));
+  const u32 max = m_Shown.Max;
+  const int min = std::min(ToBar(m_Shown.Min, max), 0x7FFFFFFE);
+  m_pBar->setRange(min, std::max(ToBar(max, max), min + 1));
+  m_pBar->setValue(ToBar(m_Shown.Value, max));
   // The dialog only grows, so that changing texts don't make it jitter.
   m_Largest = m_Largest.expandedTo(sizeHint());
   setFixedSize(m_Largest);
