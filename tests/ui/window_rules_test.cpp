@@ -35,12 +35,9 @@ TEST(MenuTable, EveryActionStandsOnceWithTextTipAndNameAndKeysAreUnique) {
     EXPECT_TRUE(row.sShortcut == nullptr || keys.insert(row.sShortcut).second) << row.sShortcut;
     EXPECT_EQ(UI_FindActionRow(row.Action), &row);
     // A row without a tip opens a menu.
-    bool opensMenu = false;
-    for (u32 i = 0; i < UI_NUM_MENUS; ++i) {
-      opensMenu = opensMenu || (UI_GetMenuRow(i).Action == row.Action &&
-                                std::string(UI_GetMenuRow(i).sText) == row.sText);
-    }
-    EXPECT_EQ(row.sTip == nullptr, opensMenu) << row.sText;
+    const u32 menu = UI_FindMenu(row.Action);
+    EXPECT_EQ(row.sTip == nullptr, menu < UI_NUM_MENUS) << row.sText;
+    EXPECT_TRUE(menu == UI_NUM_MENUS || std::string(UI_GetMenuRow(menu).sText) == row.sText);
   }
   EXPECT_EQ(actions.size(), std::size_t{UI_NUM_ACTIONS});
   EXPECT_EQ(UI_FindActionRow(UI_ACT_SEPARATOR), nullptr);

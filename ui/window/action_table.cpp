@@ -173,6 +173,14 @@ const UI_MENU_ROW& UI_GetMenuRow(u32 menu) {
   return kMenus[menu];
 }
 
+u32 UI_FindMenu(u32 action) {
+  u32 menu = UI_NUM_TOP_MENUS;
+  while (menu < UI_NUM_MENUS && kMenus[menu].Action != action) {
+    ++menu;
+  }
+  return menu;
+}
+
 u64 UI_GetEnabledActions(const MENU_STATE& state) {
   const u32 offer = GetOffer(state);
   u64 enabled = 0;

@@ -92,6 +92,8 @@ struct UI_MENU_ROW {
   UI_ACTION Action;  // the row that opens it; UI_ACT_SEPARATOR for those of the menu bar
 };
 const UI_MENU_ROW& UI_GetMenuRow(u32 Menu);
+// The menu that an action opens, or UI_NUM_MENUS.
+u32 UI_FindMenu(u32 Action);
 
 // Bit n stands for action n.
 u64 UI_GetEnabledActions(const MENU_STATE& state);

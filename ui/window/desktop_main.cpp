@@ -4,6 +4,9 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
+#include <string_view>
+#include <vector>
 
 #include "app/engine/app_state.h"
 #include "app/operations/cmdline.h"
@@ -16,8 +19,28 @@ namespace {
 constexpr int kPointSize = 8;
 constexpr u32 kShowNormal = 1;
 
+// The window that interrupts go to. They may come before there is one, and after.
+struct INTERRUPT_TARGET {
+  std::mutex Lock;  // guards the others
+  MainWindow* pWindow = nullptr;
+  bool IsPending = false;
+
+  void SetWindow(MainWindow* pNew) {
+    const std::lock_guard guard(Lock);
+    pWindow = pNew;
+    if (pWindow != nullptr && IsPending) {
+      pWindow->PostInterrupt();
+    }
+  }
+};
+
 void OnInterrupt(void* pContext) {
-  static_cast<MainWindow*>(pContext)->PostInterrupt();
+  auto* pTarget = static_cast<INTERRUPT_TARGET*>(pContext);
+  const std::lock_guard guard(pTarget->Lock);
+  pTarget->IsPending = true;
+  if (pTarget->pWindow != nullptr) {
+    pTarget->pWindow->PostInterrupt();
+  }
 }
 
 bool HasOption(int argc, char** argv, const char* sWord) {
@@ -63,12 +86,12 @@ bool ChoosePlatform(bool isHiddenRun) {
   return hasDisplay || isHiddenRun;
 }
 
-int RunWindow(int argc, char** argv, bool isHiddenRun) {
+int RunWindow(int argc, char** argv, bool isHiddenRun, INTERRUPT_TARGET* pInterrupts) {
   MainWindow window(argc, argv, kShowNormal);
   if (isHiddenRun && QGuiApplication::platformName() == "offscreen") {
     window.SetUnattended();
   }
-  const INTERRUPTS interrupts(OnInterrupt, &window);
+  pInterrupts->SetWindow(&window);
   // Whoever else ends the loop, such as the end of the session: the window closes first.
   do {
     QCoreApplication::exec();
@@ -76,6 +99,7 @@ int RunWindow(int argc, char** argv, bool isHiddenRun) {
       window.close();
     }
   } while (!window.HasEnded());
+  pInterrupts->SetWindow(nullptr);
   return APP_State().ExitCode;
 }
 
@@ -87,6 +111,8 @@ int UI_Main(int argc, char** argv) {
     TellNoDisplay();
     return 1;
   }
+  INTERRUPT_TARGET interruptTarget;
+  const INTERRUPTS interrupts(OnInterrupt, &interruptTarget);  // before the toolkit's threads
   WORKER_Reset();  // tests start the program more than once
   APP_ResetState();
   const QtMessageHandler oldHandler = qInstallMessageHandler(OnToolkitMessage);
@@ -100,7 +126,7 @@ int UI_Main(int argc, char** argv) {
     QFont font = QApplication::font();
     font.setPointSize(kPointSize);
     QApplication::setFont(font, "QWidget");
-    status = RunWindow(argc, argv, isHiddenRun);
+    status = RunWindow(argc, argv, isHiddenRun, &interruptTarget);
   }
   APP_TearDown();
   qInstallMessageHandler(oldHandler);

@@ -59,21 +59,20 @@ void MainWindow::CreateMenus() {
   m_pProjMapper = new QSignalMapper(this);
   connect(m_pDataMapper, &QSignalMapper::mappedString, this, &MainWindow::_SlotOnActMRUDataFile);
   connect(m_pProjMapper, &QSignalMapper::mappedString, this, &MainWindow::_SlotOnActMRUProjFile);
-  for (u32 i = 0; i < UI_NUM_MENUS; ++i) {
-    const UI_MENU_ROW& row = UI_GetMenuRow(i);
-    m_apMenu[i] = new QMenu(row.sText, this);
-    m_apMenu[i]->setObjectName(row.sName);
-    connect(m_apMenu[i], &QMenu::aboutToHide, this, &MainWindow::_SlotOnMenuHide);
-    if (i < UI_NUM_TOP_MENUS) {
-      menuBar()->addMenu(m_apMenu[i]);
-      connect(m_apMenu[i], &QMenu::hovered, this, &MainWindow::_SlotOnHoverMenu);
-    }
+  for (u32 i = 0; i < UI_NUM_TOP_MENUS; ++i) {
+    m_apMenu[i] = QTHelper_CreateMenu(menuBar(), UI_GetMenuRow(i).sText);
+    connect(m_apMenu[i], &QMenu::hovered, this, &MainWindow::_SlotOnHoverMenu);
   }
   for (const UI_ACTION_ROW& row : UI_GetActionRows()) {
     CreateMenuRow(row);
   }
+  for (u32 i = 0; i < UI_NUM_MENUS; ++i) {
+    m_apMenu[i]->setObjectName(UI_GetMenuRow(i).sName);
+    connect(m_apMenu[i], &QMenu::aboutToHide, this, &MainWindow::_SlotOnMenuHide);
+  }
 }
 
+// A menu's rows come behind the row that opens it.
 void MainWindow::CreateMenuRow(const UI_ACTION_ROW& row) {
   QMenu* pMenu = m_apMenu[row.Menu];
   if (row.Action == UI_ACT_SEPARATOR) {
@@ -81,30 +80,23 @@ void MainWindow::CreateMenuRow(const UI_ACTION_ROW& row) {
     return;
   }
   if (row.sTip == nullptr) {
-    for (u32 i = UI_NUM_TOP_MENUS; i < UI_NUM_MENUS; ++i) {
-      if (UI_GetMenuRow(i).Action == row.Action) {
-        m_apAction[row.Action] = pMenu->addMenu(m_apMenu[i]);
-      }
-    }
+    QMenu* pSubMenu = QTHelper_CreateSubMenu(pMenu, row.sText);
+    m_apMenu[UI_FindMenu(row.Action)] = pSubMenu;
+    m_apAction[row.Action] = pSubMenu->menuAction();
     return;
   }
-  auto* pAction = new QAction(row.sText, this);
+  QAction* pAction = QTHelper_CreateActionTip(
+      pMenu, row.sText, row.sShortcut, row.sTip, [this, slot = GetActionSlot(row.Action)] {
+        if (!m_IsClosing) {  // a key must not start anything behind the last job
+          (this->*slot)();
+        }
+      });
   pAction->setObjectName(row.sName);
-  pAction->setToolTip(UI_IsActionMissing(row.Action)
-                          ? QString(row.sTip) + " (not available in this version)"
-                          : QString(row.sTip));
-  if (row.sShortcut != nullptr) {
-    pAction->setShortcut(QKeySequence(row.sShortcut));
-  }
   pAction->setCheckable(row.IsCheckable);
   pAction->setChecked(row.IsCheckable);
-  // A shortcut must not start anything behind the last job.
-  connect(pAction, &QAction::triggered, this, [this, slot = GetActionSlot(row.Action)] {
-    if (!m_IsClosing) {
-      (this->*slot)();
-    }
-  });
-  pMenu->addAction(pAction);
+  if (UI_IsActionMissing(row.Action)) {
+    pAction->setToolTip(QString(row.sTip) + " (not available in this version)");
+  }
   m_apAction[row.Action] = pAction;
 }
 
