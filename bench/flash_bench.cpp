@@ -14,6 +14,7 @@
 #include "app/engine/log.h"
 #include "app/operations/wiring.h"
 #include "bench/bench.h"
+#include "flash/auto.h"
 #include "flash/connect.h"
 #include "flash/driver.h"
 #include "flash/program.h"
@@ -28,6 +29,10 @@ constexpr u64 kPageBytes = 256;
 constexpr double kNsPerBit = 20;           // 50 MHz
 constexpr double kPageProgramNs = 700000;  // as the data sheet says, and the simulator too
 constexpr double kMegabytes = 16;
+constexpr u64 kSectorBytes = 65536;
+constexpr double kSectorEraseNs = 150e6;
+// Of a page: a write enable, instruction and address, the data.
+constexpr double kPageFrameBits = 8 + (1 + 3 + static_cast<double>(kPageBytes)) * 8;
 
 struct COUNTS {
   unsigned long long ClockNs, Calls, RoundTrips, Bits, BusyNs, IdleNs, Faults;
@@ -51,9 +56,8 @@ COUNTS TakeCounts() {
 // then one read of everything.
 double UnavoidableNs() {
   const double pages = static_cast<double>(kChipBytes / kPageBytes);
-  const double frameBits = 8 + (1 + 3 + static_cast<double>(kPageBytes)) * 8;
   const double readBits = (1 + 3 + static_cast<double>(kChipBytes)) * 8;
-  return pages * (frameBits * kNsPerBit + kPageProgramNs) + readBits * kNsPerBit;
+  return pages * (kPageFrameBits * kNsPerBit + kPageProgramNs) + readBits * kNsPerBit;
 }
 
 void WriteConfig(const std::string& fileName, u32 latencyUs) {
@@ -92,8 +96,8 @@ void RunLatency(const std::string& dir, MEMAREA* pArea, u32 latencyUs, double bo
             BENCH_BOUND::AtMost, 0);
 }
 
-MEMAREA_PTR MakeRandomImage() {
-  std::mt19937_64 random(16);
+MEMAREA_PTR MakeRandomImage(u64 seed) {
+  std::mt19937_64 random(seed);
   std::vector<u8> data(kChipBytes);
   for (std::size_t i = 0; i < data.size(); i += sizeof(u64)) {
     const u64 value = random();
@@ -102,6 +106,58 @@ MEMAREA_PTR MakeRandomImage() {
   MEMAREA_PTR pArea(MEMAREA_Create());
   MEMAREA_AddRange(pArea.get(), 0, data.size(), data.data());
   return pArea;
+}
+
+// One unit of a production run: what it has to move and to wait for at least, and what it took.
+void RunUnit(const char* sName, MEMAREA* pArea, u64 NumErased, u64 NumProgrammed) {
+  const double reads = static_cast<double>(kChipBytes + NumProgrammed * kSectorBytes) * 8;
+  const double pages = static_cast<double>(NumProgrammed * kSectorBytes / kPageBytes);
+  const double unavoidableNs = reads * kNsPerBit + static_cast<double>(NumErased) * kSectorEraseNs +
+                               pages * (kPageFrameBits * kNsPerBit + kPageProgramNs);
+  APP_State().ExitCode = 0;
+  const COUNTS before = TakeCounts();
+  FLASH_Auto(pArea);
+  const COUNTS after = TakeCounts();
+  const bool isPassed = APP_State().ExitCode == 0 && FLASH_IsConnected();
+  const double clockNs = static_cast<double>(after.ClockNs - before.ClockNs);
+  const std::string name = std::string("auto, ") + sName;
+  BENCH_Row(name + ": clock / unavoidable", isPassed ? clockNs / unavoidableNs : 99, "x",
+            BENCH_BOUND::AtMost, 1.03);
+  BENCH_Note(name + ": clock", clockNs / 1e9, "s");
+  BENCH_Row(name + ": client faults", static_cast<double>(after.Faults - before.Faults), "",
+            BENCH_BOUND::AtMost, 0);
+}
+
+void SetProduction(bool HasSerial) {
+  PROJ_PRODUCTION production = {};
+  PROJECT_GetProduction(&production);
+  production.EraseType = 2;
+  production.PerformCompare = 1;
+  production.ProgramSN = HasSerial ? 1 : 0;
+  production.SNAddr = kSectorBytes;
+  production.SNLen = 8;
+  production.SNInc = 1;
+  PROJECT_SetProduction(&production);
+}
+
+// Compare, erase if not blank, program, verify, with a serial number.
+void RunAuto(const std::string& dir, MEMAREA* pImage) {
+  BENCH_Section("Production run: the same chip, comparing first, with a serial number");
+  WriteConfig(dir + "/Vortic.ini", 0);
+  PROJECT_New((dir + "/auto.korvane").c_str());
+  SetProduction(true);
+  if (FLASH_Connect() != 0) {
+    BENCH_Row("connect", 1, "", BENCH_BOUND::AtMost, 0);
+    return;
+  }
+  constexpr u64 all = kChipBytes / kSectorBytes;
+  RunUnit("a blank chip", pImage, 0, all);
+  RunUnit("another number only", pImage, 1, 1);
+  SetProduction(false);
+  RunUnit("a chip that matches", pImage, 0, 0);
+  SetProduction(true);
+  RunUnit("a chip with other data", MakeRandomImage(17).get(), all, all);
+  FLASH_Disconnect();
 }
 
 void BenchStart() {
@@ -155,9 +211,10 @@ void BenchFlash() {
   WriteConfig(dir + "/Vortic.ini", 0);
   VORTIC_SetErrorOutHandler(APP_LogError);
   PROJECT_New(nullptr);
-  const MEMAREA_PTR pImage = MakeRandomImage();
+  const MEMAREA_PTR pImage = MakeRandomImage(16);
   RunLatency(dir, pImage.get(), 0, 1.03);
   RunLatency(dir, pImage.get(), 125, 1.15);
+  RunAuto(dir, pImage.get());
   PROJECT_Shutdown();
   if (BENCH_GetNumMissed() != numMissed) {
     log.Show();
