@@ -1,0 +1,72 @@
+#include <gtest/gtest.h>
+
+#include "ui/hex/clipboard_text.h"
+#include "ui/hex/memory_fields.h"
+
+namespace {
+
+std::vector<u8> Count(size_t num) {
+  std::vector<u8> data(num);
+  for (size_t i = 0; i < num; ++i) {
+    data[i] = static_cast<u8>(i);
+  }
+  return data;
+}
+
+TEST(ClipboardText, Initializer) {
+  EXPECT_EQ(HEX_MakeInitializer(Count(17), 1, 16),
+            "0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08, 0x09, 0x0A, 0x0B, 0x0C, 0x0D, "
+            "0x0E, 0x0F\n0x10");
+  EXPECT_EQ(HEX_MakeInitializer(Count(11), 4, 8), "0x03020100, 0x07060504\n");
+  EXPECT_EQ(HEX_MakeInitializer(Count(3), 2, 2), "0x0100\n");
+  EXPECT_EQ(HEX_MakeInitializer(Count(1), 2, 16), "");
+}
+
+// Bytes 5 to 18 of a block, 16 to a row.
+TEST(ClipboardText, RowsAreCutToTheSelection) {
+  const std::vector<std::string> rows = {"00 01 02 03 04 05 06 07  08 09 0A 0B 0C 0D 0E 0F",
+                                         "10 11 12 13 14 15 16 17  18 19 1A 1B 1C 1D 1E 1F"};
+  EXPECT_EQ(HEX_MakeItemsText(rows, 1, {5, 13}), "05 06 07  08 09 0A 0B 0C 0D 0E 0F\n10 11 12");
+  EXPECT_EQ(HEX_MakeItemsText({"03020100 07060504  0B0A0908 0F0E0D0C"}, 4, {4, 4}),
+            "07060504  0B0A0908");
+  EXPECT_EQ(HEX_MakeItemsText({"00 01"}, 1, {9, 9}), "") << "more cut than there is";
+  EXPECT_EQ(HEX_MakeItemsText({}, 1, {0, 0}), "");
+  EXPECT_EQ(HEX_MakeCharsText({"abcd", "efgh", "ijkl"}, {1, 3}), "bcdefghi");
+  EXPECT_EQ(HEX_MakeCharsText({"abcd"}, {1, 1}), "bc");
+}
+
+TEST(MemoryFields, FollowEachOther) {
+  struct ROW {
+    const char* sStart;  // null: not typed
+    const char* sEnd;
+    const char* sSize;
+    const char* sExpected;  // start, end, size
+  };
+  const ROW rows[] = {
+      {"1000", nullptr, nullptr, "1000/0000100F/10"},
+      {nullptr, "2F", nullptr, "00000020/2F/00000010"},
+      {nullptr, "1F", nullptr, "00000020/1F/"},
+      {nullptr, nullptr, "100", "00000020/0000011F/100"},
+      {nullptr, nullptr, "0", "00000020/00000020/0"},
+      {nullptr, nullptr, "zz", "00000020/00000020/zz"},
+      {"FFFFFFFFFFFFFFF0", nullptr, nullptr, "FFFFFFFFFFFFFFF0//10"},
+      {"FFFFFFFFFFFFFFED", nullptr, nullptr, "FFFFFFFFFFFFFFED/FFFFFFFFFFFFFFFC/10"},
+      {"FFFFFFFFFFFFFFEE", nullptr, nullptr, "FFFFFFFFFFFFFFEE//10"},
+      {"1FFFFFFFFFFFFFFFF", nullptr, nullptr, "1FFFFFFFFFFFFFFFF/0000000F/10"},
+      {"0x40", nullptr, nullptr, "0x40/0000004F/10"},
+  };
+  for (const ROW& row : rows) {
+    MEMORY_FIELDS fields;
+    fields.SetRange(0x20, 0x10);
+    if (row.sStart != nullptr) {
+      fields.SetStart(row.sStart);
+    } else if (row.sEnd != nullptr) {
+      fields.SetEnd(row.sEnd);
+    } else {
+      fields.SetSize(row.sSize);
+    }
+    EXPECT_EQ(fields.Start + "/" + fields.End + "/" + fields.Size, row.sExpected);
+  }
+}
+
+}  // namespace
