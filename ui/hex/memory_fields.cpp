@@ -1,22 +1,28 @@
 #include "ui/hex/memory_fields.h"
 
-#include "sys/util_format.h"
 #include "sys/util_number.h"
 
 namespace {
 
-std::string Format(const char* sFormat, u64 value) {
-  char ac[32];
-  UTIL_snprintf(ac, sizeof(ac), sFormat, value);
-  return ac;
+// Upper-case, with at least so many digits.
+std::string Format(u64 value, u32 minDigits) {
+  char ac[17];
+  u32 pos = sizeof(ac);
+  do {
+    ac[--pos] = UTIL_HexChar(static_cast<u32>(value & 15), 0);
+    value >>= 4;
+  } while (value != 0 || sizeof(ac) - pos < minDigits);
+  return {ac + pos, sizeof(ac) - pos};
 }
+
+constexpr u32 kAddrDigits = 8;
 
 // The end of a range, empty when it would pass the last address there is.
 std::string FormatEnd(u64 start, u64 size) {
   if (start >= static_cast<u64>(-2) - size) {
     return {};
   }
-  return Format("%.08llX", start + size - 1);
+  return Format(start + size - 1, kAddrDigits);
 }
 
 }  // namespace
@@ -49,17 +55,17 @@ void MEMORY_FIELDS::SetStart(const std::string& text) {
 
 void MEMORY_FIELDS::SetSize(const std::string& text) {
   Size = text;
-  End = GetSize() != 0 ? FormatEnd(GetStart(), GetSize()) : Format("%.08llX", GetStart());
+  End = GetSize() != 0 ? FormatEnd(GetStart(), GetSize()) : Format(GetStart(), kAddrDigits);
 }
 
 void MEMORY_FIELDS::SetEnd(const std::string& text) {
   End = text;
   const u64 start = GetStart();
   const u64 end = HEX_ParseField(End);
-  Size = start <= end ? Format("%.08llX", end - start + 1) : std::string();
+  Size = start <= end ? Format(end - start + 1, kAddrDigits) : std::string();
 }
 
 void MEMORY_FIELDS::SetRange(u64 start, u64 numBytes) {
-  Start = Format("%.08llX", start);
-  SetSize(Format("%llX", numBytes));
+  Start = Format(start, kAddrDigits);
+  SetSize(Format(numBytes, 1));
 }
