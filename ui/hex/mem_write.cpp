@@ -60,6 +60,7 @@ MEM_RESULT WriteQueue::WritePiece(JOB& job, MemSource* pSource) {
   const u64 left = job.NumBytes - job.NumWritten;
   m_aPiece.resize(std::min(left, pSource->HasArea() ? PIECE_BYTES : HANDLER_BYTES));
   if (!job.Fetch(job.NumWritten, m_aPiece)) {
+    pSource->Report("Failed to write target memory", true);
     return MEM_RESULT::Failed;
   }
   const MEM_RESULT result =

@@ -12,6 +12,10 @@ OverlayState::BOX OverlayState::Open(u64 ItemAddr, u32 NumDigits, std::string It
     return {typed, 1};
   }
   ItemText.replace(Place, 1, typed);
+  // A blank only makes room.
+  if (Typed == ' ') {
+    return {ItemText, Place};
+  }
   // A single digit in the last place completes the item like one typed inside the box.
   if (Place + 1 == NumDigits) {
     m_IsOverflowed = true;
