@@ -1,9 +1,8 @@
-// The production run on simulated chips: what it erases, programs and verifies, and the serial
-// numbers that it gives away, told beforehand by a model of its own.
+// The production run on simulated chips: what it erases, programs and verifies, told beforehand by
+// a model of its own, and runs that are cut.
 #include "flash/auto.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,70 +17,17 @@
 #include "app/operations/data_ops.h"
 #include "app/operations/data_windows.h"
 #include "flash/connect.h"
-#include "flash/driver.h"
-#include "flash/serial_number.h"
 #include "project/project.h"
 #include "project/settings.h"
 #include "sys/file.h"
-#include "tests/operations/core_scope.h"
-#include "tests/support/fake_time.h"
+#include "tests/operations/auto_scope.h"
 
 namespace {
 
 constexpr u32 kSector = 0x10000;
 constexpr u32 kNumSectors = 4;  // of a W25Q20EW
 constexpr u32 kPage = 256;
-constexpr u32 kSNAddr = 2 * kSector + 0x10;
 constexpr u64 kSectorEraseNs = 150'000'000, kChipEraseNs = 625'000'000, kPageNs = 700'000;
-constexpr char kPassed[] = "Target erased, programmed and verified successfully.";
-
-PROJ_PRODUCTION Production() {
-  PROJ_PRODUCTION production;
-  PROJECT_GetProduction(&production);
-  return production;
-}
-
-void SetProduction(const auto& change) {
-  PROJ_PRODUCTION production = Production();
-  change(production);
-  PROJECT_SetProduction(&production);
-}
-
-// Everything on, sectors erased if not blank, number 5 of 8 bytes to be stamped.
-struct AutoScope : CORE_SCOPE {
-  AutoScope() {
-    SetChip({});
-    PROJECT_New(Path("p.korvane").c_str());
-    SetProduction([](PROJ_PRODUCTION& p) {
-      p.EraseType = 2;
-      p.PerformCompare = p.ProgramSN = 1;
-      p.SNAddr = kSNAddr;
-      p.SNLen = 8;
-      p.SNInc = 1;
-    });
-    SetSerial("5");
-  }
-  void SetChip(std::map<std::string, std::string> keys) {
-    keys["Chip"] = "W25Q20EW";
-    SetProbe(keys);
-  }
-  void SetSerial(const std::string& text) { WriteFile(Path("p_Serial.txt"), text); }
-  std::string Serial() { return ReadFile(Path("p_Serial.txt")); }
-  bool HasPassed() {
-    return FrontEnd().HasLog("OK (Total") && FrontEnd().HasBox(kPassed) &&
-           !FrontEnd().HasLog("ERROR");
-  }
-  // One of the simulator's figures since the connect.
-  u64 Stat(const char* sName) {
-    char acText[256] = "";
-    VORTIC_ExecCommand("SimGetStats", acText, sizeof acText);
-    const char* s = std::strstr(acText, (sName + std::string("=")).c_str());
-    return s != nullptr ? std::strtoull(s + std::strlen(sName) + 1, nullptr, 10) : 0;
-  }
-
-  FakeTime Time{1000000};
-};
-
 struct CASE {
   u32 EraseType;
   bool Compare, Erase, Program, Verify;
@@ -233,6 +179,36 @@ TEST(Auto, EveryCombination) {
   }
 }
 
+// A unit costs what differs on it: one that matches a read of the data's sectors, one that differs
+// in a byte that sector besides.
+TEST(Auto, CostsWhatDiffers) {
+  const struct {
+    u32 Addr;  // of the byte that differs; none at the end of the chip
+    u32 NumPages, NumSectorsRead;
+    const char* sErased;
+  } rows[] = {
+      {kNumSectors * kSector, 0, 3, ""}, {0x123, 3, 4, "0"},      {2 * kSector - 1, 3, 4, "1"},
+      {3 * kSector - 1, 3, 4, "2"},      {3 * kSector, 0, 3, ""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.Addr);
+    AutoScope core;
+    SetProduction([](PROJ_PRODUCTION& p) { p.ProgramSN = 0; });
+    const std::string image = MakeModel().Image;
+    std::string chip = image;
+    row.Addr < chip.size() ? chip.replace(row.Addr, 1, 1, '\x12') : chip;
+    WriteFile(core.Path("chip.bin"), chip);
+    FLASH_Auto(MakeImage().get());
+    EXPECT_TRUE(core.HasPassed());
+    EXPECT_EQ(ErasedSectors(core.FrontEnd()), row.sErased);
+    const u64 numSectors = std::strlen(row.sErased);
+    EXPECT_EQ(core.Stat("BusyNs"), numSectors * kSectorEraseNs + row.NumPages * kPageNs);
+    EXPECT_LT(core.Stat("Bits"), u64{row.NumSectorsRead} * kSector * 8 * 103 / 100 + 10000);
+    FLASH_Disconnect();
+    EXPECT_TRUE(ReadFile(core.Path("chip.bin")) == (numSectors != 0 ? image : chip));
+  }
+}
+
 // Wherever the link or the power of the target goes, the number is counted on exactly when the
 // unit was reported, and no unit is reported that isn't what it should be.
 void CutAtEveryCall(const char* sWithout) {
@@ -317,139 +293,6 @@ TEST(Auto, CutAtEveryFileOperation) {
       const bool isReported = log.find(kPassed) != std::string::npos;
       EXPECT_TRUE(core.Serial() == "6" || (core.Serial() == before && !isReported)) << n << log;
     }
-  }
-}
-
-TEST(SerialNumber, DataOfEveryForm) {
-  const std::string noLines(40000, '\n'), longLine(300000, 'A'), zeros(63, '0'),
-      notNumber = "p_Serial.txt], line 1: not a serial number.";
-  const struct {
-    const char* sSerial;  // null: no file
-    std::string List;     // empty: no file
-    u32 Len, Addr;
-    std::string Stamped;  // hexadecimal; else the error
-  } rows[] = {
-      {nullptr, "", 4, 0, "00000000"},
-      {"5", "", 8, 0, "05000000FAFFFFFF"},
-      {"0x10", "", 4, 0, "10000000"},
-      {"4294967295 ", "", 8, 0, "FFFFFFFF00000000"},
-      {"abc", "", 4, 0, notNumber},
-      {"", "", 4, 0, notNumber},
-      {" 7", "", 4, 0, notNumber},
-      {"1", "", 12, 0, "01000000FEFFFFFF00000000"},
-      {"1", "", 40, 0, "01000000FEFFFFFF" + std::string(48, '0')},
-      {"4294967296", "", 4, 0, notNumber},
-      {"0x", "", 4, 0, notNumber},
-      {"12O4", "", 4, 0, notNumber},
-      {"\xFE\xFF\x31", "", 4, 0, notNumber},
-      {"7\r\nabc", "", 4, 0, "07000000"},
-      {zeros.c_str(), "", 4, 0, notNumber},  // cut behind 63 characters, it may be any
-      {"1", "", 0, 0, "The serial number has a length of 0 bytes."},
-      {"1", "", 8, 0x3FFF8, "01000000FEFFFFFF"},
-      {"1", "", 8, 0x3FFF9, "(0x3FFF9 - 0x40000) does not fit into flash chip."},
-      {"1", "", 32, 0xFFFFFFFF, "(0xFFFFFFFF - 0x10000001E) does not fit into flash chip."},
-      {"0", "0aFf12\n", 2, 0, "0AFF"},
-      {"1", "00\nAABB", 4, 0, "AABB0000"},
-      {"1", "00\r\nAABB\r\nCC", 4, 0, "AABB0000"},
-      {"40000", noLines + "77", 1, 0, "77"},
-      {"1", "00\nAABBC", 4, 0, "AABB0000"},
-      {"1", "00\nAABBC\n", 4, 0, "line 2, column 6: half a byte at the end of the line."},
-      {"1", "00\n\nBB", 1, 0, "p_SNList.txt], line 2: the line is empty."},
-      {"1", "00\n", 1, 0, "line 2: the list ends before this line."},
-      {"7", "00\n11", 1, 0, "line 8: the list ends before this line."},
-      {"0", "\xEF\xBB\xBF", 1, 0, "line 1, column 1: not a hexadecimal digit."},
-      {"0", "0 11", 2, 0, "line 1, column 2: not a hexadecimal digit."},
-      {"0", longLine, 32, 0, std::string(64, 'A')},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.Stamped << " of " << row.List.substr(0, 20));
-    AutoScope core;
-    std::filesystem::remove(core.Path("p_Serial.txt"));
-    row.sSerial != nullptr ? core.SetSerial(row.sSerial) : void();
-    row.List.empty() ? void() : WriteFile(core.Path("p_SNList.txt"), row.List);
-    SetProduction([&](PROJ_PRODUCTION& p) { p.SNLen = row.Len, p.SNAddr = row.Addr; });
-    ASSERT_EQ(FLASH_Connect(), 0);
-    const MEMAREA_PTR pArea(MEMAREA_Create());
-    MEMAREA_AddPatch(pArea.get(), row.Addr, 0xEE);  // typed over the place, not saved
-    const int result = SN_Prepare(pArea.get());
-    std::string stamped;
-    for (u64 i = 0; i < MEMAREA_GetNumBytes(pArea.get()); ++i) {
-      u8 value = 0;
-      MEMAREA_Read(pArea.get(), row.Addr + i, 1, &value, 0);
-      char ac[3];
-      std::snprintf(ac, sizeof ac, "%02X", value);
-      stamped += ac;
-    }
-    EXPECT_TRUE(result == 0 ? stamped == row.Stamped : core.FrontEnd().HasLog(row.Stamped))
-        << stamped << core.FrontEnd().GetLog();
-    EXPECT_EQ(result == 0, stamped != "");
-    EXPECT_EQ(core.FrontEnd().HasLog("Could not read data for SN="),
-              row.Stamped.find("line ") != std::string::npos && row.Stamped != notNumber);
-    EXPECT_EQ(core.FrontEnd().HasLog("No SN list file detected."), result == 0 && row.List.empty());
-  }
-}
-
-// Whatever a file is that isn't what it should be: the chip isn't touched, and the file named.
-TEST(SerialNumber, NoGuesses) {
-  const struct {
-    const char* sName;
-    mode_t Mode;  // of a pipe, a folder, or a file of that mode
-    const char* sSays;
-  } rows[] = {
-      {"p_Serial.txt", S_IFDIR, "Access is denied!"},
-      {"p_SNList.txt", S_IFDIR, "Access is denied!"},
-      {"p_Serial.txt", S_IFIFO, "It is a device or a pipe."},
-      {"p_SNList.txt", S_IFIFO, "It is a device or a pipe."},
-      {"p_Serial.txt", 0444, "File has read only attribute!"},
-      {"p_Serial.txt", 0644, "is in use: another run"},  // by another run
-      {"p_SNList.txt", 0644, "line 6: the list ends before this line."},
-  };
-  for (const auto& row : rows) {
-    AutoScope core;
-    const std::string name = core.Path(row.sName);
-    std::filesystem::remove(name);
-    if (row.Mode < S_IFIFO) {
-      WriteFile(name, "5");
-      chmod(name.c_str(), row.Mode);
-    } else if (row.Mode == S_IFDIR) {
-      std::filesystem::create_directory(name);
-    } else {
-      ASSERT_EQ(mkfifo(name.c_str(), 0666), 0);
-    }
-    const bool isHeld = row.sSays == std::string("is in use: another run");
-    const SYS_HANDLE hOther =
-        isHeld ? SYS_FILE_Open(name.c_str(), SYS_FILE_READ | SYS_FILE_WRITE | SYS_FILE_SHARE_READ)
-               : SYS_INVALID_FILE;
-    FLASH_Auto(MakeImage().get());
-    EXPECT_TRUE(core.FrontEnd().HasBox("Could not prepare data for serial number programming"));
-    EXPECT_TRUE(core.FrontEnd().HasBox(name) && core.FrontEnd().HasBox(row.sSays))
-        << core.FrontEnd().GetLog();
-    EXPECT_FALSE(core.FrontEnd().HasLog("Reading affected sectors"));
-    isHeld ? SYS_FILE_Close(hOther) : void();
-  }
-}
-
-// Going on behind the last number would give away the first one again; so would counting on from a
-// number that another run has given away meanwhile.
-TEST(SerialNumber, NeverTwice) {
-  const struct {
-    const char *sBefore, *sMeanwhile, *sAfter, *sSays;
-  } rows[] = {
-      {"5", "5", "6", kPassed},
-      {"5", "6", "6", "has changed during the run: serial number 5"},
-      {"5", "x", "x", "has changed during the run"},
-      {"4294967295", "4294967295", "4294967295", "There is no further serial number."},
-  };
-  for (const auto& row : rows) {
-    AutoScope core;
-    core.SetSerial(row.sBefore);
-    core.FrontEnd().OnRefresh = [&](PROGRESS_INFO*) { core.SetSerial(row.sMeanwhile); };
-    FLASH_Auto(MakeImage().get());
-    EXPECT_TRUE(core.FrontEnd().HasBox(row.sSays)) << core.FrontEnd().GetLog();
-    EXPECT_EQ(core.HasPassed(), row.sSays == kPassed);
-    EXPECT_EQ(core.Serial(), row.sAfter);
-    FLASH_Auto(MakeImage().get());  // the file isn't held any more
-    EXPECT_FALSE(core.FrontEnd().HasLog("is in use: another run"));
   }
 }
 
