@@ -14,6 +14,29 @@
 #include "ui/window/main_window.h"
 #include "ui/window/proj_info_tree.h"
 
+namespace {
+
+// Tells that a dialog has closed, at once: its deletion may wait until an outer event loop runs
+// again, and that may be waiting for the answer. A window manager hides windows, too (spontaneous).
+class HIDE_WATCH : public QObject {
+ public:
+  HIDE_WATCH(QDialog* pDialog, std::function<void()> done)
+      : QObject(pDialog), m_Done(std::move(done)) {
+    pDialog->installEventFilter(this);
+  }
+  bool eventFilter(QObject* pWatched, QEvent* pEvent) override {
+    if (pEvent->type() == QEvent::Hide && !pEvent->spontaneous() && m_Done != nullptr) {
+      std::exchange(m_Done, nullptr)();
+    }
+    return QObject::eventFilter(pWatched, pEvent);
+  }
+
+ private:
+  std::function<void()> m_Done;
+};
+
+}  // namespace
+
 bool MainWindow::IsRequested(const SYS_HANDLE* phDone) const {
   SYS_LOCK_GUARD lock(m_Lock);
   return *phDone != 0 && !m_HasEnded;
@@ -30,7 +53,7 @@ void MainWindow::RunMsgBox(MSGBOX_INFO* pInfo, const std::function<void()>& done
   if (done == nullptr) {
     pBox->exec();
   } else {
-    connect(pBox, &QObject::destroyed, this, done);
+    new HIDE_WATCH(pBox, done);  // belongs to the box
   }
 }
 
