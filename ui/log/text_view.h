@@ -1,61 +1,60 @@
 #pragma once
 
-#include <QScrollArea>
+#include <QtWidgets>
 #include <atomic>
-#include <functional>
-#include <string>
 
-#include "sys/types.h"
-#include "ui/log/log_types.h"
+#include "ui/log/text_area.h"
 
-class CustTextArea;
-class LogFindBar;
-class QMenu;
-class QAction;
+struct CUST_TEXT_VIEW_CONFIG {
+  const char* sName;  // may be null; copied
+  u32 TextMode;       // TEXT_MODE_PLAIN, TEXT_MODE_ANSI or TEXT_MODE_TERMINAL
+  u32 ColorScheme;    // COLOR_SCHEME_LIGHT, COLOR_SCHEME_DARK or COLOR_SCHEME_SYSTEM
+  u32 NumLinesInitial;
+  u32 ShowClearAll;  // non-zero: the context menu offers it
+};
 
-// The log view: a scrolling text panel with colours, selection, copy and find, that takes text from
-// any thread and keeps the last 10000 lines. GUI thread only, but for AddTextFromThread.
-//
-// Text from another thread goes into a locked buffer; one queued signal at a time asks the GUI
-// thread to follow, so that any amount of text costs a repaint per turn of its event loop.
+// The log of the program.
+constexpr CUST_TEXT_VIEW_CONFIG CUST_TEXT_VIEW_LOG = {nullptr, TEXT_MODE_ANSI, COLOR_SCHEME_LIGHT,
+                                                      100, 0};
+
+// A scrolling text panel with colours, selection and a find bar. Text may come from any thread; all
+// else belongs to the GUI thread.
 class CustTextView : public QScrollArea {
   Q_OBJECT
- public:
-  // Mirrors completed lines: each as it is stored, without colours, and then CR LF. Called under
-  // the view's lock, from the thread that adds the text.
-  using LINE_HANDLER = std::function<void(const char* pText, u32 NumBytes)>;
-  // The view's name and what went wrong. Called like the one above.
-  using MESSAGE_HANDLER = std::function<void(const char* sName, const char* sText)>;
 
-  CustTextView(QWidget* pParent, const CUST_TEXT_VIEW_CONFIG* pConfig);
-  // The program's log: coloured, on white, text in the system's code page.
-  explicit CustTextView(QWidget* pParent);
+ public:
+  using TEXT_HANDLER = std::function<void(const char* sName, const char* sText)>;
+
+  explicit CustTextView(QWidget* pParent, const CUST_TEXT_VIEW_CONFIG& Config = CUST_TEXT_VIEW_LOG);
   ~CustTextView() override;
 
-  // Any thread. 0, or the first negative result; null text gives 0.
+  // Any thread. 0 or a negative result. Null text is ignored.
   int AddTextFromThread(const char* pText);
-  // GUI thread: the view follows at once.
-  int AddText(const char* pText);
-
-  // Whether text is in the system's code page, or one byte a character. Returns the old state.
-  u32 SetLocal8Bit(u32 OnOff);
-  void SetLineHandler(LINE_HANDLER pfOnLine);
-  // An incomplete last line goes to the handler first.
+  static int AddTextFromThread(CustTextView* pView, const char* pText);
+  // Text as UTF-8 rather than as single bytes; the old state.
+  bool SetLocal8Bit(bool OnOff);
+  void SetFontSize(int PointSize) { m_pArea->SetFontSize(PointSize); }
+  void SetMessageHandlers(TEXT_HANDLER pfOnError, TEXT_HANDLER pfOnWarning);
+  // Mirrors completed lines, under the buffer's lock, on the thread that adds the text.
+  void SetLineHandler(TextBuffer::LINE_HANDLER pfOnLine);
   void ResetLineHandler();
-  void SetMessageHandlers(MESSAGE_HANDLER pfOnError, MESSAGE_HANDLER pfOnWarning);
-  // In points; sizes above 64 are ignored.
-  void SetFontSize(u32 PointSize);
-  // Frees the text. No thread may add any after that.
-  void Cleanup();
-
+  int GetLineHeight() const { return m_pArea->GetLineHeight(); }
   CustTextArea* GetArea() const { return m_pArea; }
-  void ScrollToBottom();
 
  Q_SIGNALS:
-  void SignalRequestGUIUpdate();  // from any thread
+  void SignalRequestGUIUpdate();
   void SignalTextUpdated();
 
- public Q_SLOTS:
+ protected:
+  void resizeEvent(QResizeEvent* pEvent) override;
+  void showEvent(QShowEvent* pEvent) override;
+  void focusInEvent(QFocusEvent* pEvent) override;
+  void focusOutEvent(QFocusEvent* pEvent) override;
+  void contextMenuEvent(QContextMenuEvent* pEvent) override;
+
+ private Q_SLOTS:
+  void _OnUpdateGUI();
+  void _OnTextUpdated();
   void _OnCopy();
   void _OnSelectAll();
   void _OnScrollToTop();
@@ -67,24 +66,23 @@ class CustTextView : public QScrollArea {
   void _SlotOnEscape();
   void _SlotOnClearAll();
 
- protected:
-  void resizeEvent(QResizeEvent* pEvent) override;
-  void showEvent(QShowEvent* pEvent) override;
-  void focusInEvent(QFocusEvent* pEvent) override;
-  void focusOutEvent(QFocusEvent* pEvent) override;
-
  private:
-  void BuildActions(bool ShowClearAll);
-  void SetBackground(u32 ColorScheme);
+  struct MENU_ROW;
+  static const MENU_ROW aMenuRows[];
+  void CreateMenu(bool ShowClearAll);
+  void CreateFindBar();
   void PlaceFindBar();
-  void Find(bool IsBackward);
-  void _OnUpdateGUI();
-  void _OnTextUpdated();
-  void _OnContextMenuRequest(const QPoint& pos);
+  void ShowFindFailure(bool OnOff);
+  void Find(bool Backward);
 
+  std::string m_sName;
   CustTextArea* m_pArea;
-  LogFindBar* m_pFindBar;
-  QMenu* m_pMenu = nullptr;
-  QAction* m_pActCopy = nullptr;
-  std::atomic<bool> m_IsUpdateQueued = false;  // a request is on its way to the GUI thread
+  QMenu* m_pMenu;
+  QAction* m_pCopyAction = nullptr;
+  QFrame* m_pFindBar;
+  QLineEdit* m_pFindEdit;
+  TEXT_POS m_FindPos;
+  u64 m_FindVersion = 0;  // of the text that the position points into
+  bool m_IsFindActive = false;
+  std::atomic<bool> m_IsUpdateRequested = false;  // one queued signal serves many texts
 };

@@ -1,0 +1,157 @@
+// Looking at the lines of a text buffer: selections, words, search, cells.
+#include <algorithm>
+
+#include "ui/log/text_buffer.h"
+#include "ui/log/text_bytes.h"
+
+namespace {
+
+char Fold(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c;
+}
+
+bool IsDelimiter(char c) {
+  return c == ' ' || c == '\'' || c == ',' || c == '.';
+}
+
+constexpr auto kNotFound = std::string_view::npos;
+
+// The first or the last occurrence; needle is folded already.
+size_t FindInLine(std::string_view line, std::string_view needle, bool isBackward) {
+  const auto isEqual = [](char a, char b) { return Fold(a) == b; };
+  if (isBackward) {
+    const auto at = std::find_end(line.begin(), line.end(), needle.begin(), needle.end(), isEqual);
+    return at == line.end() ? kNotFound : static_cast<size_t>(at - line.begin());
+  }
+  const auto at = std::search(line.begin(), line.end(), needle.begin(), needle.end(), isEqual);
+  return at == line.end() ? kNotFound : static_cast<size_t>(at - line.begin());
+}
+
+}  // namespace
+
+TEXT_SELECTION TextBuffer::GetSelection(TEXT_POS A, TEXT_POS B) const {
+  const std::lock_guard lock(m_Lock);
+  if (m_NumLines == 0) {
+    return {};
+  }
+  const auto limit = [&](TEXT_POS pos) {
+    if (pos.Line >= m_NumLines) {
+      return TEXT_POS{m_NumLines - 1, GetLine(m_NumLines - 1).NumChars};
+    }
+    pos.Col = std::min(pos.Col, GetLine(pos.Line).NumChars);
+    return pos;
+  };
+  TEXT_SELECTION selection{limit(A), limit(B), 0};
+  if (selection.End < selection.Start) {
+    std::swap(selection.Start, selection.End);
+  }
+  selection.NumLines =
+      selection.Start == selection.End ? 0 : selection.End.Line - selection.Start.Line + 1;
+  return selection;
+}
+
+std::string TextBuffer::GetText(const TEXT_SELECTION& Selection) const {
+  const std::lock_guard lock(m_Lock);
+  std::string text;
+  for (u32 i = 0; i < Selection.NumLines; ++i) {
+    const u32 line = Selection.Start.Line + i;
+    if (line >= m_NumLines) {
+      break;
+    }
+    const std::string_view whole = GetLine(line).Text();
+    const size_t begin = i == 0 ? Selection.Start.Col : 0;
+    const size_t end = line == Selection.End.Line ? Selection.End.Col : whole.size();
+    if (begin < end) {
+      text += whole.substr(std::min(begin, whole.size()), end - begin);
+    }
+    if (line != Selection.End.Line) {
+      text += "\r\n";
+    }
+  }
+  return text;
+}
+
+TEXT_SELECTION TextBuffer::GetWord(TEXT_POS Pos) const {
+  const std::lock_guard lock(m_Lock);
+  if (m_NumLines == 0) {
+    return {};
+  }
+  const u32 line = std::min(Pos.Line, m_NumLines - 1);
+  const std::string_view text = GetLine(line).Text();
+  const u32 hit = std::min(Pos.Col, static_cast<u32>(text.size()));
+  u32 end = hit;
+  while (end < text.size() && !IsDelimiter(text[end])) {
+    ++end;
+  }
+  u32 begin = hit;
+  if (hit < text.size() && IsDelimiter(text[hit])) {
+    end = hit + 1;
+  } else {
+    while (begin > 0 && !IsDelimiter(text[begin - 1])) {
+      --begin;
+    }
+  }
+  return GetSelection({line, begin}, {line, end});
+}
+
+bool TextBuffer::Find(std::string_view Text, bool Backward, bool IsAtHit, TEXT_POS* pPos) const {
+  const std::lock_guard lock(m_Lock);
+  if (Text.empty() || m_NumLines == 0) {
+    return false;
+  }
+  std::string needle(Text);
+  std::transform(needle.begin(), needle.end(), needle.begin(), Fold);
+  TEXT_POS start{std::min(pPos->Line, m_NumLines - 1), pPos->Col};
+  const u32 numVisits = m_NumLines + 1;  // the start line comes twice: behind and before the start
+  if (IsAtHit && !Backward) {
+    // One character on, so that the present hit is passed.
+    ++start.Col;
+    if (start.Col >= GetLine(start.Line).NumChars) {
+      start = {(start.Line + 1) % m_NumLines, 0};
+    }
+  }
+  for (u32 i = 0; i < numVisits; ++i) {
+    const u32 step = i % m_NumLines;
+    const u32 line = (start.Line + (Backward ? m_NumLines - step : step)) % m_NumLines;
+    std::string_view whole = GetLine(line).Text();
+    size_t skipped = 0;
+    if (i == 0 && Backward) {
+      whole = start.Col >= whole.size() ? std::string_view() : whole.substr(0, start.Col);
+    } else if (i == 0) {
+      skipped = std::min<size_t>(start.Col, whole.size());
+      whole.remove_prefix(skipped);
+    }
+    const size_t at =
+        whole.size() < needle.size() ? kNotFound : FindInLine(whole, needle, Backward);
+    if (at != kNotFound) {
+      *pPos = {line, static_cast<u32>(at + skipped)};
+      return true;
+    }
+  }
+  return false;
+}
+
+u32 TextBuffer::ColumnToCell(u32 Line, u32 Col) const {
+  const LineContext& line = GetLine(Line);
+  if (line.IsAscii) {
+    return Col;
+  }
+  const std::string_view text = line.Text().substr(0, Col);
+  return static_cast<u32>(text.size() - static_cast<size_t>(std::count_if(text.begin(), text.end(),
+                                                                          TEXT_IsContinuation)));
+}
+
+u32 TextBuffer::CellToColumn(u32 Line, u32 Cell) const {
+  const LineContext& line = GetLine(Line);
+  if (line.IsAscii) {
+    return std::min(Cell, line.NumChars);
+  }
+  const std::string_view text = line.Text();
+  u32 col = 0;
+  for (; col < text.size(); ++col) {
+    if (!TEXT_IsContinuation(text[col]) && Cell-- == 0) {
+      break;
+    }
+  }
+  return col;
+}
