@@ -80,6 +80,7 @@ void MainWindow::CreateCenter() {
 
 void MainWindow::CreateDocks() {
   m_pLogView = new CustTextView(this);
+  m_pLogView->SetLocal8Bit(true);
   m_pLogView->setObjectName("LogView");
   m_pLogView->setAccessibleName("Log");
   setDockNestingEnabled(true);
