@@ -79,7 +79,11 @@ int TextBuffer::ReportNoMemory() const {
 int TextBuffer::AddText(std::string_view Text) {
   const std::lock_guard lock(m_Lock);
   ++m_Version;
-  return m_TextMode == TEXT_MODE_TERMINAL ? AddTerminalText(Text) : AddPlainText(Text);
+  try {
+    return m_TextMode == TEXT_MODE_TERMINAL ? AddTerminalText(Text) : AddPlainText(Text);
+  } catch (const std::bad_alloc&) {
+    return ReportNoMemory();
+  }
 }
 
 // A line without a tab goes on as it stands in the text; only tabs cost a copy.
@@ -195,7 +199,8 @@ int TextBuffer::AddLine(std::string_view Text, bool IsComplete) {
   }
   const u32 slot = GetSlot(isFresh ? m_NumLines : m_NumLines - 1);
   LineContext* pLine = m_apLines[slot].get();
-  const u32 oldLength = isFresh ? 0 : pLine->NumChars;
+  const u32 prefix = m_TextMode == TEXT_MODE_TERMINAL ? kPrefixChars : 0;
+  const u32 oldLength = isFresh ? prefix : pLine->NumChars;
   if (oldLength + Text.size() > TEXT_MAX_LINE_CHARS) {
     return ReportTooLong();
   }
@@ -228,14 +233,15 @@ int TextBuffer::AddLine(std::string_view Text, bool IsComplete) {
 }
 
 int TextBuffer::PrepareLine(LineContext* pLine, u32 NumChars) {
-  const u32 extra = m_TextMode == TEXT_MODE_TERMINAL ? kPrefixChars : 0;
-  if (pLine->BufSize < NumChars + extra + 1) {
-    const u32 size = std::min(NumChars + kSlack, TEXT_MAX_LINE_CHARS + 1) + extra;
+  if (pLine->BufSize < NumChars + 1) {
+    const u32 size = std::min(NumChars + kSlack, TEXT_MAX_LINE_CHARS + 1);
     std::unique_ptr<char[]> pBuf(new (std::nothrow) char[size]);
     if (pBuf == nullptr) {
       return ReportNoMemory();
     }
-    std::memcpy(pBuf.get(), pLine->pBuf.get(), pLine->pBuf != nullptr ? pLine->NumChars : 0);
+    if (pLine->pBuf != nullptr) {
+      std::memcpy(pBuf.get(), pLine->pBuf.get(), pLine->NumChars);
+    }
     pLine->pBuf = std::move(pBuf);
     pLine->BufSize = size;
   }

@@ -3,28 +3,12 @@
 
 #include "ui/log/text_buffer.h"
 #include "ui/log/text_bytes.h"
+#include "ui/log/text_match.h"
 
 namespace {
 
-char Fold(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c;
-}
-
 bool IsDelimiter(char c) {
   return c == ' ' || c == '\'' || c == ',' || c == '.';
-}
-
-constexpr auto kNotFound = std::string_view::npos;
-
-// The first or the last occurrence; needle is folded already.
-size_t FindInLine(std::string_view line, std::string_view needle, bool isBackward) {
-  const auto isEqual = [](char a, char b) { return Fold(a) == b; };
-  if (isBackward) {
-    const auto at = std::find_end(line.begin(), line.end(), needle.begin(), needle.end(), isEqual);
-    return at == line.end() ? kNotFound : static_cast<size_t>(at - line.begin());
-  }
-  const auto at = std::search(line.begin(), line.end(), needle.begin(), needle.end(), isEqual);
-  return at == line.end() ? kNotFound : static_cast<size_t>(at - line.begin());
 }
 
 }  // namespace
@@ -99,8 +83,7 @@ bool TextBuffer::Find(std::string_view Text, bool Backward, bool IsAtHit, TEXT_P
   if (Text.empty() || m_NumLines == 0) {
     return false;
   }
-  std::string needle(Text);
-  std::transform(needle.begin(), needle.end(), needle.begin(), Fold);
+  const TextMatcher matcher(Text);
   TEXT_POS start{std::min(pPos->Line, m_NumLines - 1), pPos->Col};
   const u32 numVisits = m_NumLines + 1;  // the start line comes twice: behind and before the start
   if (IsAtHit && !Backward) {
@@ -121,10 +104,8 @@ bool TextBuffer::Find(std::string_view Text, bool Backward, bool IsAtHit, TEXT_P
       skipped = std::min<size_t>(start.Col, whole.size());
       whole.remove_prefix(skipped);
     }
-    const size_t at =
-        whole.size() < needle.size() ? kNotFound : FindInLine(whole, needle, Backward);
-    if (at != kNotFound) {
-      *pPos = {line, static_cast<u32>(at + skipped)};
+    if (const auto at = Backward ? matcher.FindLast(whole) : matcher.FindFirst(whole)) {
+      *pPos = {line, static_cast<u32>(*at + skipped)};
       return true;
     }
   }
