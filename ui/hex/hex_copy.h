@@ -18,8 +18,10 @@ class HexCopy {
  public:
   HexCopy(HexView* pView, HEX_COPY Format);
 
-  // Above this a copy is refused.
-  static constexpr u64 MAX_BYTES = 4 << 20;
+  // Above this a copy is refused: texts are several times as long as their bytes.
+  static constexpr u64 GetMaxBytes(HEX_COPY Format) {
+    return Format == HEX_COPY::Binary ? 64 << 20 : 4 << 20;
+  }
 
   enum class STEP { Done, More, Busy };
   STEP Step();

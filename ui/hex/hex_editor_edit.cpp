@@ -1,4 +1,5 @@
 // Typing, writing and the clipboard of the hex editor.
+#include <cctype>
 #include <cstring>
 
 #include "ui/hex/addr_history.h"
@@ -205,8 +206,12 @@ void CHexEditor::StartCopy(HEX_COPY Format) {
     source.Report("Copy action could not be performed: no data to copy", true);
     return;
   }
-  if (m_pView->GetSelLen() > HexCopy::MAX_BYTES) {
-    source.Report("Copy action could not be performed: too much data for the clipboard", true);
+  if (m_pView->GetSelLen() > HexCopy::GetMaxBytes(Format)) {
+    static constexpr char TOO_MUCH[] =
+        "Copy action could not be performed: too much data for the clipboard";
+    source.Report(TOO_MUCH, true);
+    // Nobody may listen to the report, and a copy that isn't there is missed too late.
+    QToolTip::showText(m_pTextEditor->mapToGlobal(m_pTextEditor->rect().center()), TOO_MUCH, this);
     return;
   }
   m_pCopy = std::make_unique<HexCopy>(m_pView.get(), Format);
