@@ -28,9 +28,7 @@ const CustTextView::MENU_ROW CustTextView::aMenuRows[] = {
     {"Clear All", nullptr, &CustTextView::_SlotOnClearAll},
     {nullptr, "Home", &CustTextView::_OnScrollToTop},
     {nullptr, "End", &CustTextView::_OnScrollToBottom},
-    {nullptr, "Shift+F3", &CustTextView::_SlotOnActFindPrev},
     {nullptr, "Shift+Ctrl+G", &CustTextView::_SlotOnActFindPrev},
-    {nullptr, "F3", &CustTextView::_SlotOnActFindNext},
     {nullptr, "Ctrl+G", &CustTextView::_SlotOnActFindNext},
     {nullptr, "Escape", &CustTextView::_SlotOnEscape},
 };
@@ -70,6 +68,10 @@ void CustTextView::CreateMenu(bool ShowClearAll) {
       QAction* pAction = m_pMenu->addAction(row.sText, this, row.pfSlot);
       pAction->setVisible(row.pfSlot != &CustTextView::_SlotOnClearAll || ShowClearAll);
       m_pCopyAction = row.pfSlot == &CustTextView::_OnCopy ? pAction : m_pCopyAction;
+      // Only shown: no window has this menu, so the key below is the one that counts.
+      pAction->setShortcut(row.sShortcut != nullptr ? QKeySequence(row.sShortcut) : QKeySequence());
+      pAction->setShortcutContext(Qt::WidgetShortcut);
+      pAction->setShortcutVisibleInContextMenu(true);
     }
     if (row.sShortcut != nullptr) {
       auto* pShortcut = new QShortcut(QKeySequence(row.sShortcut), this);
@@ -174,10 +176,13 @@ void CustTextView::_OnScrollToTop() {
   verticalScrollBar()->setValue(verticalScrollBar()->minimum());
 }
 
-// The new size of the area reaches the scroll bar with its layout.
+// The new size of the area reaches the scroll bars with their layout; one that appears takes height
+// from the other's range.
 void CustTextView::_OnScrollToBottom() {
-  QResizeEvent sized(viewport()->size(), viewport()->size());
-  QScrollArea::resizeEvent(&sized);
+  for (int i = 0; i < 2; ++i) {
+    QResizeEvent sized(viewport()->size(), viewport()->size());
+    QScrollArea::resizeEvent(&sized);
+  }
   verticalScrollBar()->setValue(verticalScrollBar()->maximum());
 }
 
@@ -197,6 +202,26 @@ void CustTextView::_OnSelectAll() {
 void CustTextView::contextMenuEvent(QContextMenuEvent* pEvent) {
   m_pCopyAction->setEnabled(m_pArea->HasSelection());
   m_pMenu->popup(pEvent->globalPos());
+}
+
+// The window has F3 for an operation on the target. With the focus in here it must not get there.
+bool CustTextView::event(QEvent* pEvent) {
+  if (pEvent->type() == QEvent::ShortcutOverride) {
+    const auto* pKey = static_cast<QKeyEvent*>(pEvent);
+    if (pKey->key() == Qt::Key_F3 && (pKey->modifiers() & ~Qt::ShiftModifier) == 0) {
+      pEvent->accept();
+      return true;
+    }
+  }
+  return QScrollArea::event(pEvent);
+}
+
+void CustTextView::keyPressEvent(QKeyEvent* pEvent) {
+  if (pEvent->key() == Qt::Key_F3) {
+    Find((pEvent->modifiers() & Qt::ShiftModifier) != 0);
+    return;
+  }
+  QScrollArea::keyPressEvent(pEvent);
 }
 
 void CustTextView::focusInEvent(QFocusEvent* pEvent) {

@@ -51,6 +51,8 @@ class CustTextView : public QScrollArea {
   void focusInEvent(QFocusEvent* pEvent) override;
   void focusOutEvent(QFocusEvent* pEvent) override;
   void contextMenuEvent(QContextMenuEvent* pEvent) override;
+  bool event(QEvent* pEvent) override;
+  void keyPressEvent(QKeyEvent* pEvent) override;
 
  private Q_SLOTS:
   void _OnUpdateGUI();
