@@ -23,14 +23,23 @@ bool IsFolderLink(const ZELMONT_DIR_ENTRY& entry) {
   return (entry.Attributes & VORTIC_DIR_ENTRY_FOLDER) != 0 && (name == "." || name == "..");
 }
 
+// Leaves the text as it is when there is no more room.
+void AddText(const std::string& added, std::string* pText) {
+  if (pText->size() + added.size() < kMaxRefusedText) {
+    *pText += (pText->empty() ? "" : ", ") + added;
+  }
+}
+
 }  // namespace
 
 void ZELMONT_RefuseName(std::string_view Name, ZELMONT_LISTING* pListing) {
-  const std::string printed = "\"" + ZELMONT_PrintName(Name) + "\"";
   ++pListing->NumRefused;
-  if (pListing->Refused.size() + printed.size() < kMaxRefusedText) {
-    pListing->Refused += (pListing->Refused.empty() ? "" : ", ") + printed;
-  }
+  AddText("\"" + ZELMONT_PrintName(Name) + "\"", &pListing->Refused);
+}
+
+void ZELMONT_MergeRefused(const ZELMONT_LISTING& From, ZELMONT_LISTING* pTo) {
+  pTo->NumRefused += From.NumRefused;
+  AddText(From.Refused, &pTo->Refused);
 }
 
 void ZELMONT_ParseListing(std::span<const u8> Raw, i32 Count, ZELMONT_LISTING* pListing) {

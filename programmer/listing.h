@@ -2,6 +2,7 @@
 
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "driver/vortic.h"
@@ -37,6 +38,8 @@ struct ZELMONT_LISTING {
 void ZELMONT_ParseListing(std::span<const u8> Raw, i32 Count, ZELMONT_LISTING* pListing);
 // Adds one name to those that are refused.
 void ZELMONT_RefuseName(std::string_view Name, ZELMONT_LISTING* pListing);
+// Adds what another listing has refused.
+void ZELMONT_MergeRefused(const ZELMONT_LISTING& From, ZELMONT_LISTING* pTo);
 
 // Asks the open programmer for a folder, with room for Capacity entries. The number of entries that
 // the folder is said to have, perhaps more than fit; negative failed. Reports nothing. Application

@@ -4,6 +4,7 @@
 
 #include "app/engine/log.h"
 #include "flash/driver.h"
+#include "programmer/listing.h"
 #include "programmer/transfer_internal.h"
 #include "project/text/file_error.h"
 #include "sys/path.h"
@@ -12,9 +13,6 @@
 // (names, sizes, counts) is not to be trusted.
 
 namespace {
-
-constexpr u32 kFirstEntries = 16;
-constexpr std::size_t kMaxRefusedText = 600;  // of a line's 1024 bytes
 
 // Writes a local file that appears, whole, with Keep; until then what was there stays.
 class LocalFile {
@@ -65,14 +63,13 @@ class Uploader {
     return -1;
   }
   bool List(const std::string& source, const std::string& target, std::vector<std::string>* pNames);
-  void Refuse(const std::string& name);
+  void Refuse(const std::string& name, const char* sReason);
+  void RefuseListed(const ZELMONT_LISTING& listing);
 
   const std::string m_Label;
   PROGRESS_INFO* const m_pProgress;
   std::vector<u8> m_Buffer;
-  // Counted all; named as far as a line has room.
-  u32 m_NumRefused = 0;
-  std::string m_Refused;
+  ZELMONT_LISTING m_Refused;  // for its refused names only
 };
 
 // False: the cause is logged.
@@ -95,7 +92,12 @@ int Uploader::Fetch(const std::string& destDir, const std::string& srcDir,
     const std::string source = srcDir + name;
     const std::string target = ZELMONT_Join(destDir, name);
     if (!ZELMONT_IsFileName(name) || target.size() >= SYS_MAX_PATH) {
-      Refuse(name);
+      Refuse(name, "is no plain file name");
+      continue;
+    }
+    // The user chose this folder, not what a link in it leads to.
+    if (SYS_FILE_IsLink(target.c_str()) != 0) {
+      Refuse(name, ("is a symbolic link in " + destDir).c_str());
       continue;
     }
     if (ZELMONT_IsCanceled(m_pProgress)) {
@@ -113,21 +115,27 @@ int Uploader::Fetch(const std::string& destDir, const std::string& srcDir,
 }
 
 // The others still come: one bad name must not keep the user from his files.
-void Uploader::Refuse(const std::string& name) {
-  const std::string printed = "\"" + ZELMONT_PrintName(name) + "\"";
-  AddLogLine(("Refused: " + printed + " is no plain file name.").c_str());
-  ++m_NumRefused;
-  if (m_Refused.size() + printed.size() < kMaxRefusedText) {
-    m_Refused += (m_Refused.empty() ? "" : ", ") + printed;
+void Uploader::Refuse(const std::string& name, const char* sReason) {
+  AddLogLine(("Refused: \"" + ZELMONT_PrintName(name) + "\" " + sReason + ".").c_str());
+  ZELMONT_RefuseName(name, &m_Refused);
+}
+
+// Those of a folder, which came named as far as a line has room.
+void Uploader::RefuseListed(const ZELMONT_LISTING& listing) {
+  if (listing.NumRefused == 0) {
+    return;
   }
+  AddLogLine(("Refused: " + listing.Refused + ": no plain file names.").c_str());
+  ZELMONT_MergeRefused(listing, &m_Refused);
 }
 
 int Uploader::TellRefused() const {
-  if (m_NumRefused == 0) {
+  const u32 count = m_Refused.NumRefused;
+  if (count == 0) {
     return 0;
   }
-  APP_LogErrorf("%u name%s on %s cannot be used on this computer and were left out: %s",
-                m_NumRefused, m_NumRefused == 1 ? "" : "s", m_Label.c_str(), m_Refused.c_str());
+  APP_LogErrorf("%u name%s on %s cannot be used on this computer and were left out: %s", count,
+                count == 1 ? "" : "s", m_Label.c_str(), m_Refused.Refused.c_str());
   return -1;
 }
 
@@ -200,35 +208,27 @@ int Uploader::FetchFolder(const std::string& target, const std::string& source, 
 // The count comes from the device; the buffer never grows beyond what a folder may hold.
 bool Uploader::List(const std::string& source, const std::string& target,
                     std::vector<std::string>* pNames) {
-  auto* const pfList = VORTIC_GetFunctionAs<VORTIC_LIST_DIR>(VORTIC_FUNC_LIST_DIR);
-  std::vector<VORTIC_DIR_ENTRY> entries(kFirstEntries);
-  i32 result = -1;
-  while (pfList != nullptr) {
-    std::fill(entries.begin(), entries.end(), VORTIC_DIR_ENTRY{});
-    result = pfList(source.c_str(), entries.data(), static_cast<u32>(entries.size()));
-    if (result > static_cast<i32>(ZELMONT_MAX_DIR_ENTRIES)) {
-      APP_LogErrorf("Failed to upload \"%s\" from %s to %s. Max. number of entries reached (%d)...",
-                    source.c_str(), m_Label.c_str(), target.c_str(), ZELMONT_MAX_DIR_ENTRIES);
-      return false;
-    }
-    if (result <= static_cast<i32>(entries.size())) {
-      break;
-    }
-    entries.resize(std::min(2 * static_cast<u32>(result), ZELMONT_MAX_DIR_ENTRIES));
+  ZELMONT_LISTING listing;
+  u32 capacity = ZELMONT_FIRST_ENTRIES;
+  i32 count = ZELMONT_ReadListing(source, capacity, &listing);
+  while (count > static_cast<i32>(capacity) && count <= static_cast<i32>(ZELMONT_MAX_DIR_ENTRIES)) {
+    capacity = std::min(2 * static_cast<u32>(count), ZELMONT_MAX_DIR_ENTRIES);
+    count = ZELMONT_ReadListing(source, capacity, &listing);
   }
-  if (result < 0) {
+  if (count > static_cast<i32>(ZELMONT_MAX_DIR_ENTRIES)) {
+    APP_LogErrorf("Failed to upload \"%s\" from %s to %s. Max. number of entries reached (%d)...",
+                  source.c_str(), m_Label.c_str(), target.c_str(), ZELMONT_MAX_DIR_ENTRIES);
+    return false;
+  }
+  if (count < 0) {
     APP_LogErrorf("Failed to upload \"%s\" from %s to %s. It is neither a file nor a folder.",
                   source.c_str(), m_Label.c_str(), target.c_str());
     return false;
   }
-  for (u32 i = 0; i < static_cast<u32>(result); ++i) {
-    const char* acName = entries[i].acName;
-    // A name that fills the field isn't terminated. It is too long then and will be refused.
-    std::string name(acName, strnlen(acName, sizeof(entries[i].acName)));
-    if (name != "." && name != "..") {
-      pNames->push_back(std::move(name));
-    }
+  for (const ZELMONT_DIR_ENTRY& entry : listing.Entries) {
+    pNames->emplace_back(entry.acName);
   }
+  RefuseListed(listing);
   return true;
 }
 

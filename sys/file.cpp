@@ -245,6 +245,11 @@ int SYS_FILE_Exists(const char* sName) {
   return attributes != SYS_ATTR_INVALID && (attributes & SYS_ATTR_DIRECTORY) == 0 ? 1 : 0;
 }
 
+int SYS_FILE_IsLink(const char* sName) {
+  struct stat info {};
+  return SysCheckName(sName) && lstat(sName, &info) == 0 && S_ISLNK(info.st_mode) ? 1 : 0;
+}
+
 int SYS_FILE_Delete(const char* sName) {
   if (SysCheckName(sName) && unlink(sName) != 0) {
     SysNoteError(errno, sName);

@@ -64,6 +64,8 @@ int SYS_FILE_GetTimes(SYS_HANDLE h, SYS_TIME* pAccessed, SYS_TIME* pWritten);
 u32 SYS_FILE_GetAttributes(const char* sName);
 // 1 for an existing entry that isn't a directory, else 0.
 int SYS_FILE_Exists(const char* sName);
+// 1 when the name itself is a symbolic link, wherever that leads, else 0.
+int SYS_FILE_IsLink(const char* sName);
 // Always 0.
 int SYS_FILE_Delete(const char* sName);
 

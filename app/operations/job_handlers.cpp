@@ -11,6 +11,7 @@
 #include "flash/erase.h"
 #include "flash/program.h"
 #include "flash/verify.h"
+#include "programmer/browser.h"
 #include "programmer/download.h"
 #include "programmer/save_files.h"
 #include "project/project.h"
@@ -158,6 +159,15 @@ void APP_OnDetectJob(APP_JOB_CONTEXT* pContext) {
     params.pRecord->AutoDetect = 0;
   }
   Tell(pContext, params.pfnDone);
+}
+
+void APP_OnFileActionJob(APP_JOB_CONTEXT* pContext) {
+  const std::unique_ptr<ZELMONT_FILE_REQUEST> pRequest(
+      static_cast<ZELMONT_FILE_REQUEST*>(pContext->pOwner));
+  ZELMONT_ExecRequest(pRequest.get());
+  if (pRequest->pfFinish != nullptr) {
+    pRequest->pfFinish(pRequest.get());
+  }
 }
 
 void APP_OnDataWindowCloseJob(APP_JOB_CONTEXT* pContext) {

@@ -70,6 +70,8 @@ void APP_OnExecProdProgJob(APP_JOB_CONTEXT* pContext);
 void APP_OnVerifyJob(APP_JOB_CONTEXT* pContext);
 void APP_OnReadJob(APP_JOB_CONTEXT* pContext);
 void APP_OnDetectJob(APP_JOB_CONTEXT* pContext);
+// Owns the request that is the job's pOwner.
+void APP_OnFileActionJob(APP_JOB_CONTEXT* pContext);
 void APP_OnDataWindowCloseJob(APP_JOB_CONTEXT* pContext);
 void APP_OnFileDropJob(APP_JOB_CONTEXT* pContext);
 void APP_OnSetAppStartActionJob(APP_JOB_CONTEXT* pContext);

@@ -6,6 +6,7 @@
 #include "app/operations/init_exit.h"
 #include "app/operations/job_handlers.h"
 #include "app/operations/jobs.h"
+#include "programmer/browser.h"
 #include "sys/memory.h"
 #include "sys/util_string.h"
 
@@ -37,19 +38,22 @@ void Post(u32 jobId, const char* sContextTag, const char* sParamsTag, void* pOwn
   }
 }
 
-void Post(u32 jobId, const char* sContextTag, void* pOwner = nullptr) {
+// False: nothing was posted.
+bool Post(u32 jobId, const char* sContextTag, void* pOwner = nullptr) {
   SYS_MEM_PTR<APP_JOB_CONTEXT> pContext(
       static_cast<APP_JOB_CONTEXT*>(SYS_MEM_Alloc(sizeof(APP_JOB_CONTEXT), sContextTag)));
   if (pContext == nullptr) {
     APP_ShowError("Insufficient memory!");
-    return;
+    return false;
   }
   new (pContext.get()) APP_JOB_CONTEXT{APP_FinishJob, nullptr, pOwner, jobId, 0};
   WORKER_REQUEST request;
   request.pJob = pContext.get();
-  if (WORKER_Post(request) == 0) {
-    static_cast<void>(pContext.release());
+  if (WORKER_Post(request) != 0) {
+    return false;
   }
+  static_cast<void>(pContext.release());
+  return true;
 }
 
 // A job whose params are one number.
@@ -190,6 +194,14 @@ void APP_PostDownloadConfigFiles() {
 
 void APP_PostDownloadSNFiles() {
   Post(APP_JOB_DOWNLOAD_SN, JOB_TAG("DownloadSNFiles"));
+}
+
+bool APP_PostZelmontFileAction(std::unique_ptr<ZELMONT_FILE_REQUEST> pRequest) {
+  if (!Post(APP_JOB_FILE_ACTION, JOB_TAG("ZelmontFileAction"), pRequest.get())) {
+    return false;
+  }
+  static_cast<void>(pRequest.release());
+  return true;
 }
 
 void APP_PostGenerateTestData(void* pOwner) {

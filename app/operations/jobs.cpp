@@ -22,7 +22,7 @@
 
 namespace {
 
-// Rows without a handler are jobs that nothing posts yet.
+// The last row is the stop request.
 constexpr WORKER_JOB_ENTRY kJobTable[APP_NUM_JOBS] = {
     {APP_OnInitJob, "Initialize application"},
     {APP_OnExitJob, "Exit application"},
@@ -54,7 +54,7 @@ constexpr WORKER_JOB_ENTRY kJobTable[APP_NUM_JOBS] = {
     {APP_OnVerifyJob, "Verify flash"},
     {APP_OnReadJob, "Read flash"},
     {APP_OnDetectJob, "Detect flash"},
-    {nullptr, "Execute Zelmont file action"},
+    {APP_OnFileActionJob, "Execute Zelmont file action"},
     {APP_OnDataWindowCloseJob, "Data window close handling"},
     {APP_OnFileDropJob, "Begin/ end file drop"},
     {APP_OnSetAppStartActionJob, "Set AppStart action"},

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "app/engine/worker.h"
 #include "sys/types.h"
 
@@ -9,6 +11,7 @@ struct GLOBAL_SETTINGS;
 struct MEMAREA;
 struct PROJ_DIALOG_INFO;
 struct SPI_FLASH_INFO;
+struct ZELMONT_FILE_REQUEST;
 
 // The jobs of the program, and how a front end starts and ends the core.
 //
@@ -50,6 +53,7 @@ enum APP_JOB_ID : u32 {
   APP_JOB_VERIFY = 27,
   APP_JOB_READ = 28,
   APP_JOB_DETECT = 29,
+  APP_JOB_FILE_ACTION = 30,
   APP_JOB_DATA_WINDOW_CLOSE = 31,
   APP_JOB_FILE_DROP = 32,
   APP_JOB_SET_APP_START_ACTION = 33,
@@ -111,6 +115,9 @@ void APP_PostSaveEmuConfigFile();
 void APP_PostSaveEmuDataFile();
 void APP_PostDownloadConfigFiles();
 void APP_PostDownloadSNFiles();
+// A request on a programmer's files, see programmer/browser.h; it belongs to the job from now on.
+// False: not posted, and the request is gone without its pfFinish having been called.
+bool APP_PostZelmontFileAction(std::unique_ptr<ZELMONT_FILE_REQUEST> pRequest);
 void APP_PostGenerateTestData(void* pOwner);
 void APP_PostRelocateData();
 void APP_PostDeleteDataRange();
