@@ -7,5 +7,6 @@ int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
   }
   QApplication app(argc, argv);
+  BenchUiHex();
   return BENCH_Finish();
 }

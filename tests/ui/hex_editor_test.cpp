@@ -152,6 +152,18 @@ TEST(HexEditor, ClickElsewhereCommitsOnlyAWholeItem) {
   }
 }
 
+// The address box gets the focus that it was given; a digit that is missing doesn't keep the box.
+TEST(HexEditor, FocusElsewhereEndsTheEdit) {
+  Window window;
+  window.Click(11, 1);
+  Window::Press(Qt::Key_Backspace);
+  EXPECT_TRUE(window.pOverlay->isVisible());
+  window.pAddrBox->setFocus();
+  EXPECT_FALSE(window.pOverlay->isVisible());
+  EXPECT_EQ(QApplication::focusWidget(), window.pAddrBox);
+  EXPECT_EQ(window.Read(BASE + 0x10, 1), "10");
+}
+
 TEST(HexEditor, TypingInTheTextColumn) {
   Window window;
   window.Click(61, 1);

@@ -368,6 +368,8 @@ TEST(HexView, BusyAreaIsReadLater) {
   f.View.Retry();
   EXPECT_TRUE(f.View.IsReloadPending());
   EXPECT_EQ(f.RowText(0).substr(0, 5), "10 11");
+  f.View.ReloadAll();
+  EXPECT_EQ(f.RowText(0).substr(0, 5), "10 11") << "stays until there is something else";
   const u8 value = 1;
   EXPECT_EQ(f.View.GetSource().Write(0x1000, 1, &value), MEM_RESULT::Busy);
   enter(2);

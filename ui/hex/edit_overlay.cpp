@@ -41,6 +41,11 @@ bool CEditOverlay::eventFilter(QObject* pWatched, QEvent* pEvent) {
   if (pEvent->type() == QEvent::KeyPress) {
     return OnKeyPressed(static_cast<QKeyEvent*>(pEvent));
   }
+  // The toolkit tells the end of an edit only for a complete text.
+  if (pEvent->type() == QEvent::FocusOut &&
+      static_cast<QFocusEvent*>(pEvent)->reason() != Qt::PopupFocusReason) {
+    Finish();
+  }
   return QLineEdit::eventFilter(pWatched, pEvent);
 }
 
@@ -69,7 +74,7 @@ void CEditOverlay::OnCursorPosChanged(int OldPos, int NewPos) {
   }
 }
 
-void CEditOverlay::OnTextChanged(QString sText) {
+void CEditOverlay::OnTextChanged(const QString& sText) {
   if (!m_State.OnTextEdited(static_cast<u32>(cursorPosition()), sText.toStdString())) {
     return;
   }
@@ -87,6 +92,7 @@ void CEditOverlay::OnEditingFinished() {
 
 void CEditOverlay::Finish() {
   if (m_State.BeginClose()) {
+    m_HadFocus = hasFocus();
     hide();
     Q_EMIT Closed();
   }

@@ -16,6 +16,8 @@ class CEditOverlay : public QLineEdit {
   // item's digits aren't known.
   void Open(u64 ItemAddr, u32 ItemSize, const std::string& ItemText, u32 Place, char Typed,
             const QRect& Rect);
+  // Whether the edit ended in the box, and not because the focus went elsewhere.
+  bool HadFocus() const { return m_HadFocus; }
   // Closes without a word and without writing.
   void Abandon();
 
@@ -30,7 +32,7 @@ class CEditOverlay : public QLineEdit {
 
  private Q_SLOTS:
   void OnCursorPosChanged(int OldPos, int NewPos);
-  void OnTextChanged(QString sText);
+  void OnTextChanged(const QString& sText);
   void OnEditingFinished();
 
  private:
@@ -38,4 +40,5 @@ class CEditOverlay : public QLineEdit {
   void Finish();
 
   OverlayState m_State;
+  bool m_HadFocus = false;
 };

@@ -202,10 +202,8 @@ void CHexEditor::_SlotOnGUIUpdate() {
     m_pView->SetBigEndian(bigEndian != 0);
   }
   if (isReload) {
-    m_pView->GetSource().Update();
-    m_pView->Forget();
-    OnShow();
-    m_pView->ForgetChanges();
+    UpdateSize();
+    m_pView->ReloadAll();
   }
   if (readOnly >= 0) {
     SetReadOnly(readOnly);

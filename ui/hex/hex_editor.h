@@ -154,6 +154,7 @@ class CHexEditor : public QMainWindow {
   // Does what the view left to do: repaints, title, scroll bar, overlay, retries.
   void Apply();
   QPoint PixelToCell(QPoint Pos) const;
+  QPoint GetCursorPoint() const;
   bool FilterViewportEvent(QEvent* pEvent);
   bool FilterTextEvent(QEvent* pEvent);
   void RunKeyPress(QKeyEvent* pEvent);
@@ -189,6 +190,8 @@ class CHexEditor : public QMainWindow {
   QString m_sLastLoadFile;
   QElapsedTimer m_MenuClosed;  // since the context menu last closed
   QPoint m_PressPos;
+  QPoint m_MousePos;    // as last told while the button is down; it may be outside
+  QPoint m_ChevronPos;  // where the chevron was clicked, on the screen
   int m_WheelRest = 0;  // of a notch
   QRegion m_PaintRegion;
 

@@ -119,8 +119,8 @@ void CHexEditor::OnItemEditingFinished() {
     const u32 digit = std::min(place, 2 * geometry.ItemSize - 1);
     m_pView->MoveCursor(geometry.GetAddrInItem(itemAddr, digit / 2), static_cast<u8>(digit % 2));
   }
-  // A click elsewhere has given the focus away already.
-  if (QApplication::focusWidget() == nullptr || isAncestorOf(QApplication::focusWidget())) {
+  // A click elsewhere has given the focus away already, a change of windows to nobody here.
+  if (m_pOverlay->HadFocus() || QApplication::focusWidget() == nullptr) {
     m_pTextEditor->viewport()->setFocus();
   }
   if (state.IsToBeWritten()) {

@@ -22,6 +22,7 @@ bool CHexEditor::eventFilter(QObject* pWatched, QEvent* pEvent) {
   }
   // What remains is the chevron, which shall not unfold the tool bar.
   if (pEvent->type() == QEvent::MouseButtonPress) {
+    m_ChevronPos = static_cast<QMouseEvent*>(pEvent)->globalPosition().toPoint();
     OnToolbarChevronClicked();
     return true;
   }
@@ -64,6 +65,12 @@ bool CHexEditor::FilterTextEvent(QEvent* pEvent) {
       OnKeyEvent(pKeyEvent);
       return pKeyEvent->type() == QEvent::KeyPress && pKeyEvent->key() == Qt::Key_Escape;
     }
+    case QEvent::ContextMenu:
+      // The menu key; the mouse's menu is the viewport's business.
+      if (static_cast<QContextMenuEvent*>(pEvent)->reason() == QContextMenuEvent::Keyboard) {
+        OnContextMenuRequested(GetCursorPoint());
+      }
+      break;
     case QEvent::Resize:
       OnSizeChanged(width(), height());
       break;
@@ -93,9 +100,10 @@ void CHexEditor::OnMouseMoved(QMouseEvent* pEvent) {
   if ((pEvent->buttons() & Qt::LeftButton) == 0) {
     return;
   }
-  const QPoint pos = pEvent->position().toPoint();
-  const QPoint cell = PixelToCell(pos);
-  m_pView->DragMouse(cell.x(), cell.y(), static_cast<u32>((pos - m_PressPos).manhattanLength()));
+  m_MousePos = pEvent->position().toPoint();
+  const QPoint cell = PixelToCell(m_MousePos);
+  m_pView->DragMouse(cell.x(), cell.y(),
+                     static_cast<u32>((m_MousePos - m_PressPos).manhattanLength()));
   if (m_pView->IsSelecting() && !m_pSelectionTimer->isActive()) {
     m_pSelectionTimer->start();
   }
@@ -110,10 +118,9 @@ void CHexEditor::OnMouseButtonReleased(QMouseEvent* pEvent) {
 }
 
 void CHexEditor::OnAutoScrollSelectionTimerTimeout() {
-  const QPoint pos = m_pTextEditor->viewport()->mapFromGlobal(QCursor::pos());
-  const bool isAbove = pos.y() < 0;
-  if (isAbove || pos.y() > m_pTextEditor->height()) {
-    m_pView->ScrollSelection(isAbove ? 1 : -1, PixelToCell(pos).x());
+  const bool isAbove = m_MousePos.y() < 0;
+  if (isAbove || m_MousePos.y() > m_pTextEditor->height()) {
+    m_pView->ScrollSelection(isAbove ? 1 : -1, PixelToCell(m_MousePos).x());
     Apply();
   }
 }

@@ -83,7 +83,7 @@ void CHexEditor::OnMemZoneMenuActionTriggered(QAction* pAction) {
 
 void CHexEditor::OnToolbarChevronClicked() {
   if (!m_MenuClosed.isValid() || m_MenuClosed.hasExpired(REOPEN_MS - 1)) {
-    OnContextMenuRequested(m_pTextEditor->viewport()->mapFromGlobal(QCursor::pos()));
+    OnContextMenuRequested(m_pTextEditor->viewport()->mapFromGlobal(m_ChevronPos));
   }
 }
 

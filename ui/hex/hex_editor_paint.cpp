@@ -137,3 +137,12 @@ QPoint CHexEditor::PixelToCell(QPoint Pos) const {
   return {x < 0 ? -1 : x / static_cast<int>(m_CharWidth),
           Pos.y() < 0 ? 0 : Pos.y() / static_cast<int>(m_RowHeight)};
 }
+
+// Below the cell of the cursor, on the screen or at its edge.
+QPoint CHexEditor::GetCursorPoint() const {
+  const u64 addr = m_pView->GetCursorAddr();
+  const i64 row = std::clamp<i64>(m_pView->AddrToRow(addr), 0, m_pView->GetGeometry().NumRows);
+  const u32 column = m_pView->AddrToColumn(addr, m_pView->GetCursorNibble());
+  return {static_cast<int>(column * m_CharWidth) + MARGIN,
+          static_cast<int>(row + 1) * static_cast<int>(m_RowHeight)};
+}

@@ -217,13 +217,27 @@ void HexView::Refresh() {
   ReloadRange(GetBaseAddr(), m_Geometry.GetBytesPerScreen());
 }
 
+// What is shown stays until there is something to replace it.
+void HexView::ReloadAll() {
+  m_IsForgetPending = !m_Source.Update();
+  if (m_IsForgetPending) {
+    m_IsReloadPending = true;
+    return;
+  }
+  Forget();
+  Show();
+  ForgetChanges();
+}
+
 void HexView::Retry() {
   if (!m_IsReloadPending) {
     return;
   }
   m_IsReloadPending = false;
   // Before the first look at an area nothing is known of where it lies.
-  if (m_Source.Update()) {
+  if (m_IsForgetPending) {
+    ReloadAll();
+  } else if (m_Source.Update()) {
     Show();
   } else {
     m_IsReloadPending = true;

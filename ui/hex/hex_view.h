@@ -47,6 +47,9 @@ class HexView {
   // Whether a busy area left something unread; Retry reads the screen then.
   bool IsReloadPending() const { return m_IsReloadPending; }
   void Retry();
+  // The memory may have changed as a whole: forgets it and reads it again, as soon as it can be
+  // read.
+  void ReloadAll();
   // A tick of the periodic refresh: changes fade by one step.
   void Age();
   // Forgets all that was read and which bytes changed.
@@ -161,6 +164,7 @@ class HexView {
   bool m_IsTitleStale = true;
   bool m_IsOverlayToClose = false;
   bool m_IsReloadPending = false;
+  bool m_IsForgetPending = false;
   std::vector<u8> m_aNewData;  // what a reload reads into
   std::vector<u8> m_aNewState;
 };
