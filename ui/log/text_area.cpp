@@ -175,6 +175,9 @@ void CustTextArea::paintEvent(QPaintEvent* pEvent) {
     painter.fillRect(exposed, m_Background);
   }
   painter.setFont(font());
+  const int left = std::max(exposed.left() - kMargin, 0);
+  m_ShownBegin = static_cast<u32>(std::max(left / m_CharWidth - 1, 0.0));
+  m_ShownEnd = m_ShownBegin + static_cast<u32>(exposed.width() / m_CharWidth) + 4;
   const int top = std::max(exposed.top() - kMargin, 0);
   const auto first = static_cast<u32>(std::max(static_cast<int>(top / m_LineHeight) - 1, 0));
   const auto numShown = static_cast<u32>(exposed.height() / m_LineHeight) + 3;
@@ -186,7 +189,9 @@ void CustTextArea::paintEvent(QPaintEvent* pEvent) {
       PaintSelection(&painter, line, selection);
     }
   }
-  if (m_HighlightLen != 0 && m_Highlight.Line >= first && m_Highlight.Line < end) {
+  // A place that was found in a text from before means nothing.
+  const bool isHighlightValid = m_HighlightLen != 0 && m_SelVersion == m_Buffer.GetVersion();
+  if (isHighlightValid && m_Highlight.Line >= first && m_Highlight.Line < end) {
     const u32 begin = m_Buffer.ColumnToCell(m_Highlight.Line, m_Highlight.Col);
     const u32 behind = m_Buffer.ColumnToCell(m_Highlight.Line, m_Highlight.Col + m_HighlightLen);
     painter.fillRect(
@@ -199,6 +204,10 @@ void CustTextArea::paintEvent(QPaintEvent* pEvent) {
 // pBackground: null leaves what is there.
 void CustTextArea::PaintRun(QPainter* pPainter, u32 Line, u32 Begin, u32 End, const QColor& text,
                             const QColor* pBackground) {
+  if (m_Buffer.GetLine(Line).IsAscii) {
+    Begin = std::max(Begin, m_ShownBegin);
+    End = std::min(End, m_ShownEnd);
+  }
   if (Begin >= End) {
     return;
   }

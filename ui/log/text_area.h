@@ -76,4 +76,6 @@ class CustTextArea : public QWidget {
   double m_LineHeight = 1;
   double m_Descent = 0;
   bool m_UseLocal8Bit = false;
+  u32 m_ShownBegin = 0;  // cells that are being painted
+  u32 m_ShownEnd = 0;
 };

@@ -10,6 +10,7 @@ constexpr int kMaxFindChars = 255;
 constexpr int kFindBarMargin = 5;
 constexpr int kFindBarSpace = 3;
 constexpr size_t kMaxName = 63;
+constexpr int kMidLightness = 128;
 const QColor kFindFailed(244, 208, 63);
 
 }  // namespace
@@ -259,6 +260,13 @@ void CustTextView::ShowFindFailure(bool OnOff) {
   QPalette colors = m_pFindBar->palette();
   colors.setColor(QPalette::Window, OnOff ? kFindFailed : palette().color(QPalette::AlternateBase));
   m_pFindBar->setPalette(colors);
+  // Light icons of a dark desktop would be lost on the colour.
+  QToolBar* pToolBar = m_pFindBar->findChild<QToolBar*>();
+  const bool isDark = palette().color(QPalette::Window).lightness() < kMidLightness;
+  QPalette plain = colors;
+  plain.setColor(QPalette::Window, palette().color(QPalette::AlternateBase));
+  pToolBar->setPalette(plain);
+  pToolBar->setAutoFillBackground(isDark && OnOff);
 }
 
 void CustTextView::_SlotOnActFind() {
