@@ -14,45 +14,32 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-ZELMONT_DIR_ENTRY Entry(std::string_view name, u32 attributes = 0) {
+// Filled as a device would, which cleans nothing behind the terminator. "NAME/" is a folder.
+ZELMONT_DIR_ENTRY Entry(std::string name) {
   ZELMONT_DIR_ENTRY entry;
   std::memset(&entry, 0x5A, sizeof(entry));
-  std::memcpy(entry.acName, name.data(), std::min(name.size(), sizeof(entry.acName)));
-  if (name.size() < sizeof(entry.acName)) {
-    entry.acName[name.size()] = '\0';
-  }
-  entry.Attributes = attributes;
+  entry.Attributes = name.ends_with('/') ? 1 : 0;
+  name.back() = entry.Attributes != 0 ? '\0' : name.back();
+  std::memcpy(entry.acName, name.c_str(), std::min<std::size_t>(name.size() + 1, 256));
   return entry;
 }
 
 TEST(ParseListing, TakesWhatIsThereAndUsable) {
-  const std::string full(256, 'n');
-  const std::vector<ZELMONT_DIR_ENTRY> entries = {Entry("a.txt"),
-                                                  Entry(".", 1),
-                                                  Entry("..", 1),
-                                                  Entry(".."),
-                                                  Entry(""),
-                                                  Entry("../up"),
-                                                  Entry("..\\u"),
-                                                  Entry("/etc"),
-                                                  Entry("C:"),
-                                                  Entry("a\nb"),
-                                                  Entry(std::string(63, 'k')),
-                                                  Entry(std::string(64, 'l')),
-                                                  Entry(full),
-                                                  Entry("dir", 1)};
+  std::vector<ZELMONT_DIR_ENTRY> entries;
+  for (const char* sName : {"a.txt", "./", "../", "..", "/", "../up", "..\\u", "C:", "a\nb"}) {
+    entries.push_back(Entry(sName));
+  }
+  for (const u32 length : {63u, 64u, 256u}) {
+    entries.push_back(Entry(std::string(length, 'n')));
+  }
   const u8* pRaw = reinterpret_cast<const u8*>(entries.data());
-  const std::size_t numBytes = entries.size() * sizeof(entries[0]);
+  const std::size_t all = entries.size() * sizeof(entries[0]);
   const struct {
     i32 Count;
-    std::size_t NumBytes;
-    std::size_t NumEntries;
+    std::size_t NumBytes, NumEntries;
     u32 NumRefused;
-  } cases[] = {
-      {14, numBytes, 3, 9}, {0x7FFFFFFF, numBytes, 3, 9}, {14, numBytes - 1, 2, 9},
-      {-1, numBytes, 0, 0}, {1, numBytes, 1, 0},          {14, 275, 0, 0},
-      {14, 0, 0, 0},        {INT32_MIN, numBytes, 0, 0},
-  };
+  } cases[] = {{12, all, 2, 8},        {0x7FFFFFFF, all, 2, 8}, {12, all - 1, 2, 7}, {1, all, 1, 0},
+               {INT32_MIN, all, 0, 0}, {12, 275, 0, 0},         {12, 0, 0, 0}};
   for (const auto& c : cases) {
     SCOPED_TRACE(&c - cases);
     ZELMONT_LISTING listing;
@@ -60,13 +47,13 @@ TEST(ParseListing, TakesWhatIsThereAndUsable) {
     EXPECT_EQ(listing.Entries.size(), c.NumEntries);
     EXPECT_EQ(listing.NumRefused, c.NumRefused) << listing.Refused;
     for (const ZELMONT_DIR_ENTRY& entry : listing.Entries) {
-      EXPECT_EQ(std::count(entry.acName, entry.acName + 256, '\0') + std::strlen(entry.acName),
-                256u);
+      const auto numZeros = std::count(entry.acName, entry.acName + 256, '\0');
+      EXPECT_EQ(static_cast<std::size_t>(numZeros) + std::strlen(entry.acName), 256u);
     }
   }
   ZELMONT_LISTING listing;
-  const std::vector<ZELMONT_DIR_ENTRY> many(5000, Entry(full));
-  ZELMONT_ParseListing({reinterpret_cast<const u8*>(many.data()), many.size() * sizeof(many[0])},
+  entries.assign(5000, Entry(std::string(256, 'n')));
+  ZELMONT_ParseListing({reinterpret_cast<const u8*>(entries.data()), 5000 * sizeof(entries[0])},
                        5000, &listing);
   EXPECT_EQ(listing.NumRefused, 5000u);
   EXPECT_LT(listing.Refused.size(), 600u);
@@ -145,37 +132,29 @@ TEST(Browser, EachRequest) {
     u32 Type;
     const char* sPath;
     Names List;
-    Names Params;
-    const char* sSays;  // null: succeeds
+    const char *sOld, *sNew;  // sNew: a move's target too
+    const char* sSays;        // null: succeeds
     const char* sTree;
   } cases[] = {
-      {ZELMONT_REQ_NEW_FOLDER, "/n", {}, {}, nullptr, "d/ d/e/ d/e/g d/f f n/"},
-      {ZELMONT_REQ_NEW_FOLDER, "d\\n", {}, {}, nullptr, "d/ d/e/ d/e/g d/f d/n/ f"},
-      {ZELMONT_REQ_NEW_FOLDER, "/d", {}, {}, "'\\d' exists already.", sTree},
-      {ZELMONT_REQ_NEW_FOLDER, "/F", {}, {}, "'\\F' exists already.", sTree},
-      {ZELMONT_REQ_NEW_FOLDER, "/", {}, {}, "'' is no plain file name.", sTree},
-      {ZELMONT_REQ_NEW_FOLDER, "/x/n", {}, {}, "Failed to list '\\x\\'.", sTree},
-      {ZELMONT_REQ_NEW_FOLDER, "/d/../n", {}, {}, "'/d/../n' is no folder of a", sTree},
-      {ZELMONT_REQ_DELETE, "/", {"f", "d"}, {}, nullptr, ""},
-      {ZELMONT_REQ_DELETE, "/d/", {"e"}, {}, nullptr, "d/ d/f f"},
-      {ZELMONT_REQ_DELETE, "/d/", {"x"}, {}, "Failed to delete '\\d\\x'.", sTree},
-      {ZELMONT_REQ_DELETE,
-       "/",
-       {"f", "x", "d"},
-       {},
-       "1 of 3 entries deleted.",
-       "d/ d/e/ d/e/g d/f"},
-      {ZELMONT_REQ_DELETE, "/d/", {"f", ""}, {}, "'' is no plain file name.", sTree},
-      {ZELMONT_REQ_DELETE, "/d/", {".."}, {}, "'..' is no plain file name.", sTree},
-      {ZELMONT_REQ_MOVE, "/", {"f"}, {"d"}, "Failed to rename '\\f' to '\\d\\f'.", sTree},
-      {ZELMONT_REQ_MOVE, "/", {"f"}, {"d/e"}, nullptr, "d/ d/e/ d/e/f d/e/g d/f"},
-      {ZELMONT_REQ_MOVE, "/", {"d"}, {"d"}, "A folder can't be moved into itself.", sTree},
-      {ZELMONT_REQ_MOVE, "/", {"f"}, {".."}, "'..' is no folder of a programmer.", sTree},
-      {ZELMONT_REQ_RENAME, "/d/", {}, {"e", "h"}, nullptr, "d/ d/f d/h/ d/h/g f"},
-      {ZELMONT_REQ_RENAME, "/d/", {}, {"e", "f"}, "Failed to rename '\\d\\e' to", sTree},
-      {ZELMONT_REQ_RENAME, "/d/", {}, {"e", "a:b"}, "'a:b' is no plain file name.", sTree},
-      {ZELMONT_REQ_RENAME, "/d/", {}, {"x", "y"}, "Failed to rename", sTree},
-      {99, "/", {}, {}, "Unknown file request 99.", sTree},
+      {ZELMONT_REQ_NEW_FOLDER, "/n", {}, "", "", nullptr, "d/ d/e/ d/e/g d/f f n/"},
+      {ZELMONT_REQ_NEW_FOLDER, "d\\n", {}, "", "", nullptr, "d/ d/e/ d/e/g d/f d/n/ f"},
+      {ZELMONT_REQ_NEW_FOLDER, "/D", {}, "", "", "'\\D' exists already.", sTree},
+      {ZELMONT_REQ_NEW_FOLDER, "/", {}, "", "", "'' is no plain file name.", sTree},
+      {ZELMONT_REQ_NEW_FOLDER, "/x/n", {}, "", "", "Failed to list '\\x\\'.", sTree},
+      {ZELMONT_REQ_NEW_FOLDER, "/../n", {}, "", "", "'/../n' is no folder of a programmer.", sTree},
+      {ZELMONT_REQ_DELETE, "/", {"f", "d"}, "", "", nullptr, ""},
+      {ZELMONT_REQ_DELETE, "/d/", {"x"}, "", "", "Failed to delete '\\d\\x'.", sTree},
+      {ZELMONT_REQ_DELETE, "/d/", {"f", "x"}, "", "", "1 of 2 entries del", "d/ d/e/ d/e/g f"},
+      {ZELMONT_REQ_DELETE, "/d/", {"f", ""}, "", "", "'' is no plain file name.", sTree},
+      {ZELMONT_REQ_DELETE, "/d/", {".."}, "", "", "'..' is no plain file name.", sTree},
+      {ZELMONT_REQ_MOVE, "/", {"f"}, "", "d/e", nullptr, "d/ d/e/ d/e/f d/e/g d/f"},
+      {ZELMONT_REQ_MOVE, "/", {"f"}, "", "d", "Failed to rename '\\f' to '\\d\\f'.", sTree},
+      {ZELMONT_REQ_MOVE, "/", {"d"}, "", "d", "A folder can't be moved into itself.", sTree},
+      {ZELMONT_REQ_MOVE, "/", {"f"}, "", "..", "'..' is no folder of a programmer.", sTree},
+      {ZELMONT_REQ_RENAME, "/d/", {}, "e", "h", nullptr, "d/ d/f d/h/ d/h/g f"},
+      {ZELMONT_REQ_RENAME, "/d/", {}, "e", "f", "Failed to rename '\\d\\e' to", sTree},
+      {ZELMONT_REQ_RENAME, "/d/", {}, "e", "a:b", "'a:b' is no plain file name.", sTree},
+      {99, "/", {}, "", "", "Unknown file request 99.", sTree},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(&c - cases);
@@ -186,10 +165,10 @@ TEST(Browser, EachRequest) {
     ASSERT_EQ(scope.Run(ZELMONT_REQ_CHECK), 0);
     ZELMONT_FILE_REQUEST request = scope.Make(c.Type, c.sPath, c.List);
     if (c.Type == ZELMONT_REQ_MOVE) {
-      UTIL_strcpy(request.Params.acTargetDir, c.Params[0].c_str(), 256);
-    } else if (c.Type == ZELMONT_REQ_RENAME) {
-      UTIL_strcpy(request.Params.Rename.acOldName, c.Params[0].c_str(), 64);
-      UTIL_strcpy(request.Params.Rename.acNewName, c.Params[1].c_str(), 64);
+      UTIL_strcpy(request.Params.acTargetDir, c.sNew, 256);
+    } else {
+      UTIL_strcpy(request.Params.Rename.acOldName, c.sOld, 64);
+      UTIL_strcpy(request.Params.Rename.acNewName, c.sNew, 64);
     }
     EXPECT_EQ(scope.Run(std::move(request)), c.sSays == nullptr ? 0 : -1);
     EXPECT_TRUE(c.sSays == nullptr || scope.FrontEnd.HasLog(c.sSays)) << scope.FrontEnd.GetLog();
@@ -207,11 +186,14 @@ TEST(Browser, List) {
     u32 Capacity;
     const char* sSays;
   } cases[] = {
-      {0, {}, 0, 0, 16, "Listing folder..."},
       {16, {}, 0, 16, 16, "Listing folder..."},
       {17, {}, 0, 17, 34, "Listing folder..."},
-      {4096, {}, 0, 4096, 4096, "Listing folder..."},
-      {4097, {}, 0, 4096, 4096, "The folder has more entries than can be shown."},
+      {3,
+       {{"Fault", "listing=9999@2,listing=9999@3"}},
+       0,
+       3,
+       4096,
+       "more entries than can be shown"},
       {3, {{"Fault", "listing=2000000000@2"}}, 0, 3, 4096, "Listing folder..."},
       {3, {{"Fault", "listing=-1@2"}}, -1, 1, 16, "Failed to list '\\'."},
       {3, {{"Fault", "listing=9@2"}}, 0, 3, 16, "Not shown, no plain file names: \"\", \"\""},
