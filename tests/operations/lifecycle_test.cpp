@@ -8,9 +8,11 @@
 #include "app/engine/app_state.h"
 #include "app/operations/jobs.h"
 #include "flash/driver.h"
+#include "programmer/browser.h"
 #include "project/project.h"
 #include "project/settings.h"
 #include "sys/thread.h"
+#include "sys/util_string.h"
 #include "tests/operations/core_scope.h"
 
 namespace {
@@ -203,6 +205,46 @@ TEST(Lifecycle, JobsOfAUserRunProduction) {
   EXPECT_TRUE(run.FrontEnd().HasBox("Could not auto program target, no data file opened."));
   EXPECT_EQ(ReadFile(run.Core().Path("chip.bin")).substr(0x100, 4), std::string("\x08\0\0\0", 4));
   EXPECT_EQ(ReadFile(run.Core().Path("p_Serial.txt")), "9");
+}
+
+// Results come back in order, on the application thread; a reader looks at the listing meanwhile.
+TEST(Lifecycle, FileRequestsComeBackToWhoAskedForThem) {
+  struct BROWSER {
+    ZELMONT_FILE_LIST List;
+    std::atomic<u32> NumDone = 0;
+    std::string Trace;
+  } browser;
+  PROGRAM_RUN run({});
+  run.Core().SetProbe({{"FileSystem", "fs"}});
+  run.Start();
+  run.WaitInit();
+  const auto post = [&](u32 type, const char* sPath) {
+    auto pRequest = std::make_unique<ZELMONT_FILE_REQUEST>();
+    pRequest->Type = type;
+    UTIL_strcpy(pRequest->acPath, sPath, sizeof(pRequest->acPath));
+    pRequest->Params.pList = &browser.List;
+    pRequest->pDialog = &browser;
+    pRequest->pfFinish = [](ZELMONT_FILE_REQUEST* pDone) {
+      auto& asker = *static_cast<BROWSER*>(pDone->pDialog);
+      EXPECT_TRUE(WORKER_IsWorkerThread());
+      asker.Trace += std::to_string(pDone->Type) + (pDone->Result == 0 ? "+ " : "- ");
+      asker.NumDone += 1;
+    };
+    return APP_PostZelmontFileAction(std::move(pRequest));
+  };
+  EXPECT_TRUE(post(ZELMONT_REQ_CHECK, "") && post(ZELMONT_REQ_NEW_FOLDER, "/n") &&
+              post(ZELMONT_REQ_LIST, "/") && post(ZELMONT_REQ_LIST, "/none/") &&
+              post(ZELMONT_REQ_CLOSE, ""));
+  while (browser.NumDone < 5) {
+    const SYS_LOCK_GUARD lock(browser.List.Lock);
+    EXPECT_LE(browser.List.aEntries.size(), 1u);
+  }
+  EXPECT_EQ(browser.Trace, "0+ 2+ 1+ 1- 8+ ");
+  EXPECT_STREQ(browser.List.aEntries.at(0).acName, "n");
+  EXPECT_TRUE(run.FrontEnd().HasBox("Failed to list '\\none\\'.")) << run.FrontEnd().GetLog();
+  EXPECT_TRUE(run.End());
+  EXPECT_FALSE(post(ZELMONT_REQ_LIST, "/"));
+  EXPECT_EQ(browser.NumDone, 5u);
 }
 
 }  // namespace
