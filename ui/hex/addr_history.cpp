@@ -29,6 +29,7 @@ std::string Tidy(std::string_view text) {
 
 }  // namespace
 
+// Nothing is skipped and nothing may be left over: a slip must not lead somewhere.
 bool HEX_ParseAddr(std::string_view Text, u64* pAddr) {
   const std::string_view digits = HasPrefix(Text) ? Text.substr(2) : Text;
   const char* end = digits.data() + digits.size();
@@ -37,6 +38,7 @@ bool HEX_ParseAddr(std::string_view Text, u64* pAddr) {
   return result.ec == std::errc() && result.ptr == end && digits[0] != '-';
 }
 
+// Texts that are no address are kept too: the box shows what was typed.
 void AddrHistory::Enter(std::string_view Text) {
   if (Text.empty()) {
     return;
@@ -51,6 +53,7 @@ void AddrHistory::Enter(std::string_view Text) {
   m_aEntries.insert(m_aEntries.begin(), std::move(tidy));
 }
 
+// Names come in the system's code page and stay in it.
 std::string HEX_MakeTitle(std::string_view Name, u64 Addr, std::string_view Interval,
                           std::string_view Zone, bool IsModified) {
   char acAddr[24];

@@ -1,5 +1,6 @@
 #include "ui/hex/cust_scroll_bar.h"
 
+// The own slot is connected first, so that everybody else finds the value changed.
 CustScrollBar::CustScrollBar(QWidget* pParent) : QScrollBar(Qt::Vertical, pParent) {
   const QSignalBlocker blocker(this);
   m_IsInternalUpdate = true;
@@ -9,6 +10,8 @@ CustScrollBar::CustScrollBar(QWidget* pParent) : QScrollBar(Qt::Vertical, pParen
   connect(this, &QAbstractSlider::actionTriggered, this, &CustScrollBar::_SlotOnActionTriggered);
 }
 
+// The toolkit would tell the slider's numbers: its signals are held back, and the logical values
+// are told instead.
 void CustScrollBar::SetRange(int Min, int Max) {
   const int oldValue = m_Scale.GetValue();
   if (!m_Scale.SetRange(Min, Max)) {
@@ -42,6 +45,7 @@ void CustScrollBar::SetValue(i64 Value) {
 }
 
 // The slider was moved by other means than SetValue.
+// Programs that set the slider directly are heard too, but not the class itself.
 void CustScrollBar::sliderChange(SliderChange Change) {
   if (Change == SliderValueChange && !m_IsInternalUpdate && value() != m_Scale.GetSliderValue()) {
     m_Scale.SetFromSlider(value());

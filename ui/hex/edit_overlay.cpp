@@ -1,5 +1,6 @@
 #include "ui/hex/edit_overlay.h"
 
+// Without a menu of its own: undo and paste of a line edit would go past the rules of an item.
 CEditOverlay::CEditOverlay(QWidget* pParent) : QLineEdit(pParent) {
   setObjectName("CEditOverlay");
   setAccessibleName("Item value");
@@ -12,6 +13,7 @@ CEditOverlay::CEditOverlay(QWidget* pParent) : QLineEdit(pParent) {
   connect(this, &QLineEdit::editingFinished, this, &CEditOverlay::OnEditingFinished);
 }
 
+// The mask makes digits replace each other and keeps everything else out.
 void CEditOverlay::Open(u64 ItemAddr, u32 ItemSize, const std::string& ItemText, u32 Place,
                         char Typed, const QRect& Rect) {
   const u32 numDigits = 2 * ItemSize;
@@ -49,6 +51,8 @@ bool CEditOverlay::eventFilter(QObject* pWatched, QEvent* pEvent) {
   return QLineEdit::eventFilter(pWatched, pEvent);
 }
 
+// Up, Down and Return are not consumed: what the editor makes of the keys is up to it, with the box
+// closed already.
 bool CEditOverlay::OnKeyPressed(QKeyEvent* pEvent) {
   switch (pEvent->key()) {
     case Qt::Key_Escape:
@@ -67,6 +71,7 @@ bool CEditOverlay::OnKeyPressed(QKeyEvent* pEvent) {
   }
 }
 
+// Moving the cursor here comes back as a move to the left, which changes nothing.
 void CEditOverlay::OnCursorPosChanged(int OldPos, int NewPos) {
   if (m_State.OnCursorMoved(static_cast<u32>(OldPos), static_cast<u32>(NewPos),
                             text().toStdString())) {
@@ -74,6 +79,7 @@ void CEditOverlay::OnCursorPosChanged(int OldPos, int NewPos) {
   }
 }
 
+// Putting the saved text back is no edit.
 void CEditOverlay::OnTextChanged(const QString& sText) {
   if (!m_State.OnTextEdited(static_cast<u32>(cursorPosition()), sText.toStdString())) {
     return;
@@ -90,6 +96,7 @@ void CEditOverlay::OnEditingFinished() {
   Finish();
 }
 
+// The focus is looked at before hiding, which hands it to whatever widget comes next.
 void CEditOverlay::Finish() {
   if (m_State.BeginClose()) {
     m_HadFocus = hasFocus();

@@ -1,5 +1,6 @@
 #include "ui/hex/hex_actions.h"
 
+// Tests and saved key bindings go by the object names: they stay.
 const HEX_ACTION_ROW HEX_ACTIONS[HEX_NUM_ACTIONS] = {
     {"pActionMemoryView1ByteItems", "Display &1 Byte Items", "Ctrl+1", true, "Display 1 Byte Items",
      "Display 1 Byte Items"},
@@ -38,6 +39,7 @@ const HEX_ACTION_ROW HEX_ACTIONS[HEX_NUM_ACTIONS] = {
      "Return to previous address"},
 };
 
+// The last row stands for no refresh at all.
 const HEX_REFRESH_ROW HEX_REFRESH[HEX_NUM_REFRESH] = {
     {"100 ms", 100}, {"200 ms", 200}, {"500 ms", 500}, {"1 s", 1000},
     {"2 s", 2000},   {"5 s", 5000},   {"off", 0},

@@ -11,6 +11,8 @@ constexpr u64 STEP_BYTES = 16 << 10;
 
 }  // namespace
 
+// Geometry and selection are those of the moment of the command, whatever the user does while a
+// long copy goes on. Without a selection there is nothing to read, and the result is empty.
 HexCopy::HexCopy(HexView* pView, HEX_COPY Format)
     : m_pView(pView), m_Format(Format), m_Geometry(pView->GetGeometry()) {
   if (pView->GetSelLen() == 0 || m_Geometry.BytesPerRow == 0) {
@@ -24,6 +26,7 @@ HexCopy::HexCopy(HexView* pView, HEX_COPY Format)
   m_End = isRows ? pView->GetSelLastRow() + m_Geometry.BytesPerRow : m_Last + 1;
 }
 
+// What can't be read shows as it does on the screen, or as 0 in the formats that are numbers.
 HexCopy::STEP HexCopy::Step() {
   if (m_Addr < m_End) {
     // Whole rows; a rest goes with the last of them.

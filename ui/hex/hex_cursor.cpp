@@ -1,4 +1,6 @@
 // Cursor, keys, mouse and selection of the view.
+// Addresses of targets are computed signed: one item before address 0 is a valid question with the
+// answer that there is nothing. Every move ends inside the zone.
 #include <algorithm>
 
 #include "ui/hex/hex_view.h"
@@ -10,6 +12,7 @@ constexpr u32 DRAG_PIXELS = 5;
 
 }  // namespace
 
+// Division truncates toward 0, so a row above the base needs the one below the quotient.
 i64 HexView::AddrToRow(u64 Addr) const {
   const i64 unit = std::max(m_Geometry.BytesPerRow, 1U);
   const i64 distance = static_cast<i64>(Addr - GetBaseAddr());
@@ -27,6 +30,7 @@ u32 HexView::AddrToColumn(u64 Addr, u8 Nibble) const {
   return m_Geometry.OffsetToColumn(static_cast<u32>(Addr - GetRowStart(Addr)), Nibble);
 }
 
+// A click below the last row, or a drag past the edges, means the nearest address.
 u64 HexView::CellToAddr(i32 Column, i64 Row) const {
   const i64 rowAddr = static_cast<i64>(GetBaseAddr()) + Row * m_Geometry.BytesPerRow;
   const i64 addr = rowAddr + m_Geometry.ColumnToOffset(Column);
@@ -34,6 +38,7 @@ u64 HexView::CellToAddr(i32 Column, i64 Row) const {
   return static_cast<u64>(std::clamp(addr, first, static_cast<i64>(GetZoneEnd()) - 1));
 }
 
+// Both rows are painted: the one that loses the cursor and the one that gets it.
 void HexView::MoveCursor(u64 Addr, u8 Nibble) {
   MarkRow(AddrToRow(m_CursorAddr));
   m_CursorAddr = Addr;
@@ -42,6 +47,7 @@ void HexView::MoveCursor(u64 Addr, u8 Nibble) {
   m_IsTitleStale = true;
 }
 
+// The cursor leaves the top row by moving the rows under it.
 void HexView::KeyUp() {
   const u64 unit = m_Geometry.BytesPerRow;
   if (!HasScreen() || m_CursorAddr < GetZoneStart() + unit) {
@@ -54,6 +60,8 @@ void HexView::KeyUp() {
   }
 }
 
+// The last row on the screen may be cut, and at the end of the image it is the empty one behind it:
+// the view scrolls one row before that. Where it can't scroll, the cursor goes on alone.
 void HexView::KeyDown() {
   const u64 unit = m_Geometry.BytesPerRow;
   if (!HasScreen() || m_CursorAddr + unit >= GetZoneEnd()) {
@@ -77,6 +85,7 @@ void HexView::MoveLeft(i64 Target, u8 Nibble, bool IsOnScreen) {
   }
 }
 
+// The way down is the way up mirrored, but for the end of the zone, which may lie on the screen.
 void HexView::MoveRight(i64 Target, u8 Nibble) {
   const i64 unit = m_Geometry.BytesPerRow;
   const u64 target = static_cast<u64>(Target);
@@ -91,6 +100,8 @@ void HexView::MoveRight(i64 Target, u8 Nibble) {
   }
 }
 
+// In the items the cursor goes by digits in the order in which they stand, so without the
+// big-endian order it runs up through the addresses of an item and then back to the item before.
 void HexView::KeyLeft() {
   if (!HasScreen()) {
     return;
@@ -134,6 +145,7 @@ void HexView::KeyRight() {
   MoveRight(target, 0);
 }
 
+// Rows count from 0 here, not from the base; the two agree but right after a change of size.
 void HexView::KeyHome() {
   if (HasScreen()) {
     const u64 start = m_CursorAddr - m_CursorAddr % m_Geometry.BytesPerRow;
@@ -148,6 +160,7 @@ void HexView::KeyEnd() {
   }
 }
 
+// The jump and the cursor are two steps: the jump alone would leave the cursor where it was.
 void HexView::GoToStart() {
   GoTo(GetZoneStart(), false, false);
   MoveCursor(GetZoneStart() + m_Geometry.ItemSize - 1, 0);
@@ -178,6 +191,8 @@ void HexView::MovePage(i64 Direction) {
   MoveCursor(static_cast<u64>(std::clamp(target, first, last)), m_CursorNibble);
 }
 
+// Typing runs on into rows that aren't on the screen yet. Scrolling takes the cursor along, and
+// here it has to stay with its byte.
 void HexView::BringIntoView(u64 Addr) {
   const i64 lastRow = static_cast<i64>(m_Geometry.NumRows) - 1;
   if (HasScreen() && AddrToRow(Addr) >= lastRow && CanScrollDown()) {
@@ -204,10 +219,14 @@ void HexView::Select(u64 Anchor, u64 End) {
   RepaintAll();
 }
 
+// The anchor is aligned already; its item stays the same whichever end of it is kept.
 void HexView::ExtendToCursor() {
   Select(m_SelLen == 0 ? m_CursorAddr : m_SelAnchor, m_CursorAddr);
 }
 
+// A click moves the cursor and no more: the selection stays until a drag or Shift makes another, so
+// that it can be filled or copied after a look elsewhere. All rows repaint, for the cursor's column
+// may change its kind.
 void HexView::PressMouse(i32 Column, i64 Row) {
   if (!HasScreen()) {
     return;
@@ -218,6 +237,7 @@ void HexView::PressMouse(i32 Column, i64 Row) {
   RepaintAll();
 }
 
+// A hand that shakes while it clicks selects nothing.
 void HexView::DragMouse(i32 Column, i64 Row, u32 PixelDistance) {
   if (!HasScreen()) {
     return;
@@ -232,6 +252,7 @@ void HexView::DragMouse(i32 Column, i64 Row, u32 PixelDistance) {
   }
 }
 
+// Called while the mouse is held outside: the row at that edge is where the selection goes on.
 void HexView::ScrollSelection(int Direction, i32 Column) {
   if (!m_IsSelecting || !HasScreen()) {
     return;

@@ -1,5 +1,10 @@
 #include "ui/hex/hex_editor.h"
 
+// Life, settings and requests of the hex editor; the other files of the class stand beside this
+// one.
+//
+// The order of work in every slot is the same: tell the view, then Apply.
+
 #include "sys/util_string.h"
 #include "ui/common/qt_helper.h"
 #include "ui/hex/addr_history.h"
@@ -55,6 +60,8 @@ void CHexEditor::SetConfig(const HEX_EDITOR_CONFIG* pConfig) {
   ApplyConfig();
 }
 
+// What is hidden must not have an effect that nobody can undo: the timer stops, widths go back to
+// what they are without a choice.
 void CHexEditor::ApplyConfig() {
   for (QAction* pAction : m_apRefreshActions) {
     pAction->setVisible(m_Config.ShowRefresh != 0);
@@ -134,6 +141,7 @@ void CHexEditor::SetHandlers(const HEX_HANDLERS& Handlers) {
   OnShow();
 }
 
+// The name is the only text that two threads share.
 void CHexEditor::GetFileName(char* pBuf, u32 BufSize) const {
   const SYS_LOCK_GUARD lock(m_Lock);
   UTIL_strcpy(pBuf, m_sWindowName.c_str(), BufSize);
@@ -167,12 +175,15 @@ void CHexEditor::RequestReadOnly(CHexEditor* pEditor, int OnOff) {
   Request(pEditor, [OnOff](CHexEditor* p) { p->m_RequestedReadOnly = OnOff != 0 ? 1 : 0; });
 }
 
+// Cut before the lock is taken.
 void CHexEditor::RequestWindowName(CHexEditor* pEditor, const char* sName) {
   char acName[WINDOW_NAME_SIZE];
   UTIL_strcpy(acName, sName != nullptr ? sName : "", sizeof(acName));
   Request(pEditor, [&acName](CHexEditor* p) { p->m_sWindowName = acName; });
 }
 
+// Asks the area itself and not the view, which knows only what it has read. The pointer is read
+// once: the window may be detached meanwhile, but an area outlives the requests about it.
 int CHexEditor::IsModified(CHexEditor* pEditor) {
   if (pEditor == nullptr) {
     return -1;
@@ -214,6 +225,8 @@ void CHexEditor::_SlotOnGUIUpdate() {
 
 // ---- Title, size, timers ----
 
+// Called often: after each move of the cursor, for the address. Only a text that differs travels to
+// the dock's title.
 void CHexEditor::UpdateTitle() {
   std::string name;
   {
@@ -235,6 +248,8 @@ void CHexEditor::UpdateTitle() {
 }
 
 // True when the number of bytes on screen has changed.
+// The last row counts though it is cut. A window that isn't visible has no rows, so that nothing is
+// read for it.
 bool CHexEditor::UpdateSize() {
   const u64 oldBytes = m_pView->GetGeometry().GetBytesPerScreen();
   const u32 height = static_cast<u32>(std::max(m_pTextEditor->height() - 1, 0));
@@ -249,6 +264,8 @@ void CHexEditor::OnShow() {
   Apply();
 }
 
+// A drag of the window's edge comes as a burst of sizes: the rows follow once it pauses. The
+// address box gives way in a narrow window.
 void CHexEditor::OnSizeChanged(int Width, int /*Height*/) {
   CloseOverlay();
   const int wanted = 24 * static_cast<int>(m_CharWidth);
@@ -272,6 +289,7 @@ void CHexEditor::OnRetryTimerTimeout() {
   Apply();
 }
 
+// A box that is hidden with its tool bar keeps its entry but starts nothing.
 void CHexEditor::OnRefreshRateChanged() {
   if (!m_pRefreshBox->isVisible()) {
     return;
@@ -285,6 +303,8 @@ void CHexEditor::OnRefreshRateChanged() {
   UpdateTitle();
 }
 
+// The steps serve the length of the handle and the toolkit's own arithmetic; what a step does is
+// decided by the rows.
 void CHexEditor::UpdateScrollBar() {
   const HexGeometry& geometry = m_pView->GetGeometry();
   m_pScrollBar->setSingleStep(static_cast<int>(std::max(geometry.BytesPerRow, 1U)));
@@ -297,6 +317,8 @@ void CHexEditor::UpdateScrollBar() {
   }
 }
 
+// Repaints exactly the rows that the view named. Order matters: an overlay that has to close is
+// closed before anything else is looked at.
 void CHexEditor::Apply() {
   if (m_pView->TakeOverlayClose()) {
     CloseOverlay();
@@ -323,11 +345,13 @@ void CHexEditor::Apply() {
   }
 }
 
+// The dock asks for the close, or follows it; nothing here may refuse.
 void CHexEditor::closeEvent(QCloseEvent* pEvent) {
   Q_EMIT SignalClosed();
   pEvent->accept();
 }
 
+// Room for 16 bytes a row and some 32 rows.
 QSize CHexEditor::sizeHint() const {
   static const QString MODEL_LINE =
       "0000_0000  00 11 22 33 44 55 66 77  88 99 AA BB CC DD EE FF  wwwwwwwwwwwwwwww ";

@@ -88,6 +88,8 @@ void CHexEditor::CreateWidgets() {
   setFocusProxy(m_pTextEditor);
 }
 
+// Every action belongs to the window itself: its shortcut works wherever the focus is within it,
+// and only there, for there may be many editors side by side.
 void CHexEditor::CreateActions() {
   for (u32 id = 0; id < HEX_NUM_ACTIONS; ++id) {
     const HEX_ACTION_ROW& row = HEX_ACTIONS[id];
@@ -151,6 +153,8 @@ QWidget* CHexEditor::CreateToolBarLabel(const QString& sText) {
   return pLabel;
 }
 
+// The box doesn't insert what is typed: its history does, tidied. Labels and boxes are hidden
+// through the actions that the tool bar makes for them.
 void CHexEditor::CreateToolBar() {
   m_pToolBar = new QToolBar(this);
   m_pToolBar->setObjectName("pToolBar");
@@ -196,6 +200,7 @@ void CHexEditor::CreateToolBar() {
   }
 }
 
+// All belong to the window and end with it. The refresh interval is set when it is chosen.
 void CHexEditor::CreateTimers() {
   const auto create = [this](int interval, bool isSingleShot, void (CHexEditor::*pfSlot)()) {
     auto* pTimer = new QTimer(this);
@@ -233,6 +238,7 @@ void CHexEditor::SetFonts() {
   m_CharWidth = static_cast<u32>(std::max(metrics.horizontalAdvance('0'), 1));
 }
 
+// From the font and not in pixels: desktops scale by the font as well as by the screen.
 void CHexEditor::SetScaledSizes() {
   const QFontMetrics metrics(m_pToolBar->font());
   const int iconSize = metrics.lineSpacing() * 3 / 2;

@@ -38,6 +38,8 @@ constexpr COPY_ROW COPIES[] = {
 
 // ---- Typing ----
 
+// A digit over an item opens the box on it; in the text column each character is a write of its
+// own. Combinations with Ctrl and the like are commands that nobody took, not text.
 void CHexEditor::OnKeyOtherPressed(QKeyEvent* pEvent) {
   constexpr auto COMMANDS = Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
   const bool isBackspace = pEvent->key() == Qt::Key_Backspace;
@@ -66,6 +68,8 @@ void CHexEditor::OnKeyOtherPressed(QKeyEvent* pEvent) {
   }
 }
 
+// The item is scrolled into view first, since that closes the box. An item that isn't in the cache
+// starts with the typed digit alone.
 void CHexEditor::OpenOverlay(u64 Addr, u8 Nibble, char Typed) {
   const HexGeometry& geometry = m_pView->GetGeometry();
   const MEM_CACHE& cache = m_pView->GetCache();
@@ -103,6 +107,8 @@ void CHexEditor::CloseOverlay() {
   }
 }
 
+// The state is copied: opening the box on the next item starts a new one. The cursor moves before
+// the bytes are written, so that a repaint in between shows it in its place.
 void CHexEditor::OnItemEditingFinished() {
   const HexGeometry geometry = m_pView->GetGeometry();
   const OverlayState state = m_pOverlay->GetState();
@@ -147,6 +153,7 @@ void CHexEditor::QueueWrite(u64 Addr, std::vector<u8> Data) {
   }
 }
 
+// Also called where earlier typing has to be in front of what comes now.
 void CHexEditor::OnEditUpdateTimerTimeout() {
   for (MEM_WRITE& write : HEX_MergeWrites(std::exchange(m_aPendingWrites, {}))) {
     m_pWriteQueue->Add(std::move(write));
@@ -154,6 +161,8 @@ void CHexEditor::OnEditUpdateTimerTimeout() {
   RunWrites();
 }
 
+// Goes on by a timer when there is more than a slice's work, or when the area is busy. Those who
+// show whether an image is modified hear of it after each slice that finished something.
 void CHexEditor::RunWrites() {
   std::vector<WriteQueue::DONE> done;
   const WriteQueue::STEP step = m_pWriteQueue->Step(&m_pView->GetSource(), &done);
@@ -218,6 +227,7 @@ void CHexEditor::StartCopy(HEX_COPY Format) {
   OnCopyTimerTimeout();
 }
 
+// A copy that was replaced by another one, or lost its area, is no longer there.
 void CHexEditor::OnCopyTimerTimeout() {
   QElapsedTimer elapsed;
   elapsed.start();
@@ -233,6 +243,7 @@ void CHexEditor::OnCopyTimerTimeout() {
   }
 }
 
+// Out of the member first: the clipboard tells others, who may come back here.
 void CHexEditor::FinishCopy() {
   const std::unique_ptr<HexCopy> pCopy = std::move(m_pCopy);
   const COPY_ROW& row = COPIES[static_cast<int>(pCopy->GetFormat())];

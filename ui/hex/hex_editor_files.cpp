@@ -44,6 +44,7 @@ class InputFile {
 
 enum class WRITER { None, Motorola, Hex, Binary, CSource };
 
+// Fewer than the dialog offers: the others are refused by name.
 WRITER FindWriter(const QString& sSuffix) {
   static const struct {
     const char* sExt;
@@ -95,6 +96,8 @@ void ProposeRange(CMemDialog* pDialog, const HexView& view) {
 
 }  // namespace
 
+// No buffer of the whole range is made: a size typed wrong would be one of many gigabytes. The
+// range is checked before the first byte goes out.
 void CHexEditor::OnActionFillTriggered() {
   CMemDialog dialog(this, MEM_DIALOG_FILL, {});
   ProposeRange(&dialog, *m_pView);
@@ -110,6 +113,7 @@ void CHexEditor::OnActionFillTriggered() {
   RunWrites();
 }
 
+// Raw bytes, whatever the file's type is. The file is read piece by piece while it is written.
 void CHexEditor::OnActionLoadTriggered() {
   CMemDialog dialog(this, MEM_DIALOG_LOAD, m_sLastLoadFile);
   dialog.SetRange(GetEditAddr(), dialog.GetNumBytes());
@@ -145,6 +149,8 @@ void CHexEditor::OnActionSaveTriggered() {
   SaveRange(sFile, dialog.GetAddr(), dialog.GetNumBytes());
 }
 
+// By way of an area of its own, so that the file's writers can be used as they are. Bytes that
+// can't be read are 0 in the file.
 void CHexEditor::SaveRange(const QString& sFile, u64 Addr, u64 NumBytes) {
   MemSource& source = m_pView->GetSource();
   const MEMAREA_PTR pArea(MEMAREA_Create());

@@ -57,6 +57,7 @@ bool CHexEditor::FilterViewportEvent(QEvent* pEvent) {
   return false;
 }
 
+// Escape is consumed, or it would close a dialog that the editor may stand in.
 bool CHexEditor::FilterTextEvent(QEvent* pEvent) {
   switch (pEvent->type()) {
     case QEvent::KeyPress:
@@ -96,6 +97,7 @@ void CHexEditor::OnMouseButtonPressed(QMouseEvent* pEvent) {
   Q_EMIT SignalFocusIn();
 }
 
+// While the button is down, moves are told outside the window too.
 void CHexEditor::OnMouseMoved(QMouseEvent* pEvent) {
   if ((pEvent->buttons() & Qt::LeftButton) == 0) {
     return;
@@ -117,6 +119,7 @@ void CHexEditor::OnMouseButtonReleased(QMouseEvent* pEvent) {
   }
 }
 
+// The mouse may rest outside: rows go on with the timer and not with its moves.
 void CHexEditor::OnAutoScrollSelectionTimerTimeout() {
   const bool isAbove = m_MousePos.y() < 0;
   if (isAbove || m_MousePos.y() > m_pTextEditor->height()) {
@@ -138,6 +141,8 @@ void CHexEditor::OnMouseWheelScrolled(QWheelEvent* pEvent) {
 
 // ---- Keys ----
 
+// Shift alone starts a selection at the cursor; any key with it held takes the selection along,
+// after the key has done its work.
 void CHexEditor::OnKeyEvent(QKeyEvent* pEvent) {
   if (pEvent->type() == QEvent::KeyRelease) {
     if (pEvent->key() == Qt::Key_PageUp) {
@@ -158,6 +163,7 @@ void CHexEditor::OnKeyEvent(QKeyEvent* pEvent) {
   Apply();
 }
 
+// Shortcuts that are enabled never arrive here; this is for those that nobody took.
 void CHexEditor::RunKeyPress(QKeyEvent* pEvent) {
   using SLOT_FUNC = void (CHexEditor::*)(QKeyEvent*);
   static constexpr struct {
@@ -233,6 +239,7 @@ void CHexEditor::OnKeyPageDownPressed(QKeyEvent* /*pEvent*/) {
   m_pView->PageDown();
 }
 
+// What changed while the pages flew by is seen when they stop.
 void CHexEditor::OnKeyPageUpReleased(QKeyEvent* pEvent) {
   if (!pEvent->isAutoRepeat()) {
     m_pView->Refresh();
@@ -250,6 +257,7 @@ void CHexEditor::OnEscapeKeyPressed(QKeyEvent* /*pEvent*/) {
 
 // ---- Scroll bar ----
 
+// A page leaves one row of the last one on the screen, to go on reading from.
 void CHexEditor::OnScrollbarActionTriggered(int Action) {
   const i64 page = i64{m_pView->GetGeometry().NumRows} - 1;
   switch (Action) {

@@ -16,6 +16,8 @@ constexpr qint64 REOPEN_MS = 501;
 
 // ---- Menus ----
 
+// Made anew each time, as what is in it depends on the moment. It pops up without waiting for an
+// answer, so that timers and requests go on.
 void CHexEditor::OnContextMenuRequested(QPoint Pos) {
   auto* pMenu = new QMenu(this);
   pMenu->setObjectName("HexEditorMenu");
@@ -72,6 +74,7 @@ QMenu* CHexEditor::CreateZoneMenu(QMenu* pParent) {
   return pMenu;
 }
 
+// Another zone is other memory: what changed in the one before says nothing here.
 void CHexEditor::OnMemZoneMenuActionTriggered(QAction* pAction) {
   const QString sZone = pAction->text().mid(1);
   m_pView->GetSource().sZoneName = sZone == "Default" ? "" : sZone.toStdString();
@@ -89,6 +92,7 @@ void CHexEditor::OnToolbarChevronClicked() {
 
 // ---- Going to an address ----
 
+// Filling the list and leafing through it is no wish to go anywhere.
 void CHexEditor::OnAddrBoxEditingFinished() {
   if (!m_IsAddrBoxEnabled || m_pAddrBox->view()->isVisible()) {
     return;
@@ -96,6 +100,7 @@ void CHexEditor::OnAddrBoxEditingFinished() {
   GoToText(m_pAddrBox->currentText());
 }
 
+// The memory gets the focus even for a text that leads nowhere: the edit is over.
 void CHexEditor::GoToText(const QString& sText) {
   m_pTextEditor->setFocus();
   m_pAddrHistory->Enter(sText.toStdString());
@@ -108,6 +113,7 @@ void CHexEditor::GoToText(const QString& sText) {
   Apply();
 }
 
+// The entry that was typed stays in the box, as the list's first.
 void CHexEditor::FillAddrBox() {
   m_IsAddrBoxEnabled = false;
   m_pAddrBox->clear();
@@ -146,6 +152,7 @@ void CHexEditor::OnActionGoBackTriggered() {
 
 // ---- Display options ----
 
+// By way of the box, which is the one place that knows the interval.
 void CHexEditor::OnActionAutoRefreshTriggered() {
   QAction* pAction = GetAction(HEX_ACTION_AUTO_REFRESH);
   QInputDialog dialog(this);

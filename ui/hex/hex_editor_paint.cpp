@@ -1,4 +1,7 @@
 // Painting of the hex editor.
+//
+// The canvas isn't erased by the toolkit: rows that nobody asked for keep their pixels. A row is a
+// string of cells; everything in it is placed by its column.
 #include "ui/hex/addr_history.h"
 #include "ui/hex/hex_editor.h"
 #include "ui/hex/hex_view.h"
@@ -75,6 +78,7 @@ void PaintSelection(CellPainter& painter, const HexView& view, i64 row, const QC
                          color);
 }
 
+// Twice: the digit among the items, and the byte among the characters.
 void PaintCursor(CellPainter& painter, const HexView& view, i64 row, const HexRow& text,
                  const QPalette& palette) {
   if (view.AddrToRow(view.GetCursorAddr()) != row) {
@@ -91,6 +95,7 @@ void PaintCursor(CellPainter& painter, const HexView& view, i64 row, const HexRo
   }
 }
 
+// From the back to the front: selection, text, changed bytes, cursor.
 void PaintRow(CellPainter& painter, const HexView& view, i64 row, const QPalette& palette) {
   static HexRow text;  // too large for the stack of a paint event; this thread's alone
   if (!view.FormatRow(row, &text)) {

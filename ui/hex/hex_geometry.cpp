@@ -30,6 +30,7 @@ u32 HEX_GetBytesPerRow(u32 WidthCells, u32 ItemSize) {
   return std::max(geometry.BytesPerRow, ItemSize);
 }
 
+// Blanks between items and groups, but none behind the last.
 u32 HexGeometry::GetHexWidth() const {
   if (BytesPerRow == 0) {
     return 0;
@@ -43,11 +44,14 @@ u32 HexGeometry::GetPlaceInItem(u64 Addr) const {
   return IsBigEndian ? index : ItemSize - 1 - index;
 }
 
+// Places behind the item count as its last: the blank belongs to the digit in front of it.
 u64 HexGeometry::GetAddrInItem(u64 ItemAddr, u32 Place) const {
   const u32 place = std::min(Place, ItemSize - 1);
   return ItemAddr + (IsBigEndian ? place : ItemSize - 1 - place);
 }
 
+// Cells count from the first item, with the wider gaps taken out. The second blank of a gap then
+// falls on the item behind it. A column of the text, or between the areas, is found by the text.
 u32 HexGeometry::ColumnToOffset(i32 Column) const {
   if (BytesPerRow == 0) {
     return 0;
@@ -66,6 +70,7 @@ u32 HexGeometry::ColumnToOffset(i32 Column) const {
   return column < textCol ? 0 : std::min(column - textCol, BytesPerRow - 1);
 }
 
+// The same way as above, but for the byte: only the place in the item counts.
 u8 HexGeometry::ColumnToNibble(i32 Column) const {
   if (Column < static_cast<i32>(HEX_FIRST_COL) ||
       Column >= static_cast<i32>(HEX_FIRST_COL + GetHexWidth())) {
@@ -79,6 +84,7 @@ u8 HexGeometry::ColumnToNibble(i32 Column) const {
   return place == 2 * ItemSize ? 1 : static_cast<u8>(place % 2);
 }
 
+// Each group that lies in front adds one blank to those of the items.
 u32 HexGeometry::OffsetToColumn(u32 Offset, u8 Nibble) const {
   return HEX_FIRST_COL + Offset / GroupSize + Offset / ItemSize * (2 * ItemSize + 1) +
          2 * GetPlaceInItem(Offset) + Nibble;

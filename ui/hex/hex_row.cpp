@@ -11,11 +11,13 @@ constexpr u8 SOFT_HYPHEN = 173;
 
 }  // namespace
 
+// Printable characters of ISO 8859-1 without its blanks.
 bool HEX_IsShownAsChar(u8 Value, u8 State) {
   return State == MEM_STATE_VALID &&
          ((Value >= 33 && Value <= 126) || (Value >= 161 && Value != SOFT_HYPHEN));
 }
 
+// By hand: formatting a screen by the library would cost more than painting it.
 void HexRow::AppendHex(u32 Value, u32 NumDigits) {
   while (NumDigits-- > 0) {
     Append("0123456789ABCDEF"[Value >> (4 * NumDigits) & 0xF]);
@@ -43,6 +45,9 @@ void HexRow::AppendByte(u8 Value, u8 State, bool IsPartOfItem) {
   Append(filler);
 }
 
+// Always byte by byte, in the order in which they stand: for an item that is complete the digits
+// make up its number all the same. The columns come from the geometry, which is where clicks are
+// resolved too, so that both can't drift apart.
 void HexRow::Format(const HexGeometry& Geometry, u64 Addr, const u8* pData, const u8* pState) {
   m_Length = 0;
   m_NumRuns = 0;
@@ -91,6 +96,8 @@ void HexRow::AddRun(u32 Column, u32 Length, u8 Age) {
   }
 }
 
+// Age 0 is no change; otherwise the lowest counts, so a fresh byte is seen even in an item whose
+// other bytes have faded.
 void HexRow::NoteAges(const HexGeometry& Geometry, const u8* pAge) {
   const u32 itemSize = Geometry.ItemSize;
   for (u32 item = 0; item < Geometry.BytesPerRow; item += itemSize) {

@@ -1,5 +1,10 @@
 #include "ui/hex/hex_view.h"
 
+// The view's window on memory: reading, scrolling, going to an address, what changed.
+//
+// Whatever brings bytes into the cache comes through ReloadRange. An operation never repaints by
+// itself: it notes rows, and the window takes them when it is through.
+
 #include <algorithm>
 #include <utility>
 
@@ -16,6 +21,7 @@ u64 RoundDown(u64 Addr, u64 Unit) {
 
 HexView::HexView() = default;
 
+// The cache keeps what it has: the caller decides when the new size is worth a read.
 void HexView::SetSize(u32 NumRows, u32 WidthCells) {
   m_WidthCells = WidthCells;
   m_Geometry.NumRows = NumRows;
@@ -47,6 +53,7 @@ u64 HexView::GetZoneStart() const {
   return RoundDown(std::min(first, HEX_ADDR_LIMIT - 1), m_Geometry.BytesPerRow);
 }
 
+// An area of no bytes has one row, so that there is a place for the cursor.
 u64 HexView::GetZoneEnd() const {
   if (!m_Source.HasArea() || m_Source.GetMaxAddr() >= HEX_ADDR_LIMIT - 1) {
     return HEX_ADDR_LIMIT;
@@ -55,6 +62,8 @@ u64 HexView::GetZoneEnd() const {
   return std::min(RoundDown(m_Source.GetMaxAddr() + unit, unit), HEX_ADDR_LIMIT);
 }
 
+// Held at or above the start of the zone: an image shorter than the screen has one position only.
+// The sum can't wrap, since the padded end lies a row behind 32 bits at most.
 u64 HexView::GetLastTop() const {
   const u64 end = GetZoneEndPadded();
   const u64 numBytes = m_Geometry.GetBytesPerScreen();
@@ -67,6 +76,7 @@ void HexView::RepaintAll() {
   m_IsRepaintWanted = true;
 }
 
+// Rows outside the screen cost nothing; the repaint itself is wanted all the same.
 void HexView::MarkRow(i64 Row) {
   m_IsRepaintWanted = true;
   if (Row >= 0 && Row < m_Geometry.NumRows) {
@@ -74,6 +84,8 @@ void HexView::MarkRow(i64 Row) {
   }
 }
 
+// Hands over and starts anew. No rows and not all of them is a valid answer: a change off the
+// screen leaves nothing to paint.
 bool HexView::TakeRepaint(std::set<u32>* pRows, bool* pAll) {
   const bool isWanted = m_IsRepaintWanted;
   *pAll = m_IsAllDirty;
@@ -102,11 +114,14 @@ void HexView::ForgetChanges() {
   RepaintAll();
 }
 
+// The base goes to 0 with the cache; the scroll target remembers where the view was.
 void HexView::Forget() {
   m_Cache.Clear();
   ForgetChanges();
 }
 
+// Bytes that have faded stay in the table at their last age, so that they are told from bytes that
+// never changed, but their rows aren't painted again.
 void HexView::Age() {
   for (auto& [addr, age] : m_ChangedBytes) {
     if (age < MAX_AGE) {
@@ -140,6 +155,9 @@ void HexView::ClampCursor() {
   }
 }
 
+// A scroll is recognised by its range: exactly the rows that a scroll in progress brings in. It
+// moves the cache and reads those rows; everything else reads within the window as it stands. A
+// change of the screen's size comes first, because the cache has to hold what is read.
 void HexView::ReloadRange(u64 Addr, u64 NumBytes) {
   if (!HasScreen()) {
     m_Cache.Clear();
@@ -173,6 +191,8 @@ void HexView::ReloadRange(u64 Addr, u64 NumBytes) {
   m_PendingRows = 0;
 }
 
+// Reads beside the cache first: a busy area must not cost what is on the screen, and only a
+// comparison tells which rows need paint.
 void HexView::ReadIntoCache(u64 Addr, u64 NumBytes, bool IsScroll) {
   m_aNewData.assign(NumBytes, 0);
   m_aNewState.assign(NumBytes, MEM_STATE_UNREAD);
@@ -202,6 +222,8 @@ void HexView::MarkChangedRows(u64 Addr, u64 NumBytes, const u8* pData, const u8*
   }
 }
 
+// Only bytes known before and now can have changed: what comes into view for the first time is not
+// news.
 void HexView::NoteChanges(u64 Addr, u64 NumBytes, const u8* pData, const u8* pState) {
   const u8* oldData = m_Cache.GetData() + m_Cache.GetOffset(Addr);
   const u8* oldState = m_Cache.GetState() + m_Cache.GetOffset(Addr);
@@ -212,6 +234,7 @@ void HexView::NoteChanges(u64 Addr, u64 NumBytes, const u8* pData, const u8* pSt
   }
 }
 
+// A screen that is read as a whole leaves nothing of an earlier failure behind.
 void HexView::Refresh() {
   m_IsReloadPending = false;
   ReloadRange(GetBaseAddr(), m_Geometry.GetBytesPerScreen());
@@ -229,6 +252,7 @@ void HexView::ReloadAll() {
   ForgetChanges();
 }
 
+// Called again and again while the area is busy, so it has to be cheap: one attempt at the lock.
 void HexView::Retry() {
   if (!m_IsReloadPending) {
     return;
@@ -244,6 +268,7 @@ void HexView::Retry() {
   }
 }
 
+// Of two scrolls at once the second would count its rows from a base that is about to move.
 bool HexView::CanScrollUp() const {
   return m_PendingRows == 0 && GetBaseAddr() > GetZoneStart();
 }
@@ -252,6 +277,9 @@ bool HexView::CanScrollDown() const {
   return m_PendingRows == 0 && m_Cache.GetEnd() < GetZoneEndPadded();
 }
 
+// Rows are signed: up and down differ by their sign only, and a view that stands past an end, after
+// its image shrank, must not turn into a huge distance. Short ways read just the rows that come in;
+// longer ones than the screen have nothing to keep.
 void HexView::ScrollRows(i64 NumRows) {
   if (!HasScreen()) {
     return;
@@ -278,6 +306,9 @@ void HexView::ScrollRows(i64 NumRows) {
   ReloadRange(rows > 0 ? GetBaseAddr() - numBytes : m_Cache.GetEnd(), numBytes);
 }
 
+// The cursor is set before the view, from the address as it was asked for: the view may have to
+// stop earlier, at the last top, with the address further down on the screen. It goes to the digit
+// on the left of its item, which is the item's last byte.
 void HexView::GoTo(u64 Addr, bool SetCursor, bool PushHistory) {
   m_PendingRows = 0;
   if (!HasScreen()) {
@@ -307,6 +338,8 @@ void HexView::GoTo(u64 Addr, bool SetCursor, bool PushHistory) {
   m_IsTitleStale = true;
 }
 
+// The base is compared with the target, since the cache may have been emptied or the size unknown
+// when the target was set, and the zone may have moved from under the view.
 void HexView::Show() {
   m_IsTitleStale = true;
   const u64 base = GetBaseAddr();
@@ -322,6 +355,7 @@ void HexView::Show() {
   }
 }
 
+// Rows of another length start at other addresses: the base is rounded anew.
 void HexView::Resettle() {
   GoTo(GetBaseAddr(), false, false);
   if (!HasScreen()) {
@@ -333,6 +367,7 @@ void HexView::Resettle() {
   }
 }
 
+// A slow target is not read for places that the slider only passes.
 void HexView::Drag(u64 Addr) {
   m_Cache.Clear();
   m_Cache.SetBaseAddr(RoundDown(Addr, m_Geometry.BytesPerRow));
@@ -342,6 +377,7 @@ void HexView::Drag(u64 Addr) {
   RepaintAll();
 }
 
+// The place left isn't pushed: going back twice leads further back.
 void HexView::GoBack() {
   if (!m_aGoBack.empty()) {
     const u64 addr = m_aGoBack.back();
@@ -350,6 +386,8 @@ void HexView::GoBack() {
   }
 }
 
+// A proposal for Go To: an address that stands in memory. Bytes that aren't shown aren't read for
+// it.
 bool HexView::GetShownU32(u64 Addr, u32* pValue) const {
   if (!m_Cache.IsValid(Addr, sizeof(u32))) {
     return false;
@@ -363,6 +401,8 @@ bool HexView::GetShownU32(u64 Addr, u32* pValue) const {
   return true;
 }
 
+// The zone may end inside the screen, and the cache may be shorter than the screen right after a
+// change of size; neither has a row then. Ages are looked up only when anything has changed.
 bool HexView::FormatRow(i64 Row, HexRow* pRow) const {
   const u64 unit = m_Geometry.BytesPerRow;
   const u64 addr = GetBaseAddr() + static_cast<u64>(Row) * unit;

@@ -13,6 +13,7 @@ constexpr u64 SMALL_PIECE = 4;
 
 }  // namespace
 
+// Bounds of the area before would place the view wrongly while the new one is busy.
 void MemSource::SetArea(MEMAREA* pArea) {
   m_pArea = pArea;
   m_pAccess = pArea != nullptr ? MEMAREA_GetAccessTable() : nullptr;
@@ -31,6 +32,7 @@ void MemSource::FetchBounds() {
   m_IsModified = state.IsModified != 0;
 }
 
+// A source without an area has no bounds that could be out of date.
 bool MemSource::Update() {
   if (m_pArea == nullptr) {
     return true;
@@ -48,6 +50,8 @@ void MemSource::Report(const std::string& Text, bool IsError) const {
   }
 }
 
+// The last address of all is a valid one, and nothing is read behind it. A block that is asked for
+// beyond it reads at its last byte, as far as its length leaves any.
 MEM_RESULT MemSource::Read(u64 Addr, u64 NumBytes, u32 BytesPerRow, u8* pData, u8* pState) {
   MEM_RESULT result = MEM_RESULT::Failed;
   const u64 addr = std::min(Addr, HEX_ADDR_LIMIT - 1);
@@ -69,6 +73,8 @@ MEM_RESULT MemSource::Read(u64 Addr, u64 NumBytes, u32 BytesPerRow, u8* pData, u
   return result;
 }
 
+// One attempt at the lock covers bounds and bytes, so that both belong to the same moment. The lock
+// is recursive: the area's own functions take it again.
 MEM_RESULT MemSource::ReadArea(u64 Addr, u64 NumBytes, u32 BytesPerRow, u8* pData, u8* pState) {
   const MEMAREA_LOCK_GUARD lock(m_pArea, LOCK_TRY_MS);
   if (!lock.Locked()) {
@@ -122,6 +128,7 @@ bool MemSource::ReadRanges(u64 Addr, u64 NumBytes, u8* pData, u8* pState) {
 }
 
 // One call of the handler. A failed block that the handler gave no states has no data.
+// The length of one call is the handler's business: it gets the block as it is.
 bool MemSource::ReadBlock(u64 Addr, u64 NumBytes, u8* pData, u8* pState) {
   std::memset(pState, MEM_STATE_UNREAD, NumBytes);
   const int result =
@@ -136,6 +143,8 @@ bool MemSource::ReadBlock(u64 Addr, u64 NumBytes, u8* pData, u8* pState) {
 }
 
 // Each piece as a whole, or else in smaller ones: rows, four bytes, halves, single bytes.
+// A target that fails at one address fails for every block that holds it. The sizes are chosen so
+// that one bad byte in a screen costs some tens of calls and not hundreds.
 bool MemSource::ReadPieces(u64 Addr, u64 NumBytes, u64 PieceSize, u8* pData, u8* pState) {
   bool hasAny = false;
   for (u64 i = 0; i < NumBytes; i += PieceSize) {
@@ -150,6 +159,7 @@ bool MemSource::ReadPieces(u64 Addr, u64 NumBytes, u64 PieceSize, u8* pData, u8*
   return hasAny;
 }
 
+// Sizes come from a dialog or the clipboard: the sum of both is never formed before this.
 MEM_RESULT MemSource::CheckWritable(u64 Addr, u64 NumBytes) {
   if (NumBytes > HEX_ADDR_LIMIT || Addr > HEX_ADDR_LIMIT - NumBytes) {
     return MEM_RESULT::Failed;
@@ -164,6 +174,8 @@ MEM_RESULT MemSource::CheckWritable(u64 Addr, u64 NumBytes) {
   return MEMAREA_ContainsRange(m_pArea, Addr, NumBytes) ? MEM_RESULT::Done : MEM_RESULT::Failed;
 }
 
+// Ranges are never made or joined by an edit: what isn't part of the image stays so. The state is
+// fetched under the same lock, since the first change marks the title.
 MEM_RESULT MemSource::Write(u64 Addr, u64 NumBytes, const u8* pData) {
   MEM_RESULT result = MEM_RESULT::Failed;
   if (m_pArea != nullptr) {

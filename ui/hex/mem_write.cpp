@@ -14,6 +14,8 @@ constexpr u64 HANDLER_BYTES = 64 << 20;
 
 }  // namespace
 
+// A group grows as long as the next write starts at or before its end. Addresses stay below 2^33,
+// so that the end never wraps.
 std::vector<MEM_WRITE> HEX_MergeWrites(std::vector<MEM_WRITE> Writes) {
   std::stable_sort(Writes.begin(), Writes.end(),
                    [](const MEM_WRITE& a, const MEM_WRITE& b) { return a.Addr < b.Addr; });
@@ -32,6 +34,7 @@ std::vector<MEM_WRITE> HEX_MergeWrites(std::vector<MEM_WRITE> Writes) {
   return merged;
 }
 
+// The function object may be copied; the bytes are not.
 void WriteQueue::Add(MEM_WRITE Write) {
   const u64 numBytes = Write.Data.size();
   auto data = std::make_shared<std::vector<u8>>(std::move(Write.Data));
@@ -69,6 +72,8 @@ MEM_RESULT WriteQueue::WritePiece(JOB& job, MemSource* pSource) {
   return result;
 }
 
+// Stops for an area that is busy with the write in front still in place, so that the order holds.
+// A failed write is over and is told like one that succeeded: what is shown has to be read again.
 WriteQueue::STEP WriteQueue::Step(MemSource* pSource, std::vector<DONE>* pDone) {
   u64 numBytes = 0;
   while (!m_aJobs.empty()) {

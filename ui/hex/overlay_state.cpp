@@ -2,6 +2,8 @@
 
 #include "ui/hex/addr_history.h"
 
+// Everything of an earlier edit is forgotten, and handlers are silent until the box is shown:
+// filling it moves its cursor and edits its text.
 OverlayState::BOX OverlayState::Open(u64 ItemAddr, u32 NumDigits, std::string ItemText, u32 Place,
                                      char Typed) {
   Reset();
@@ -25,6 +27,8 @@ OverlayState::BOX OverlayState::Open(u64 ItemAddr, u32 NumDigits, std::string It
   return {ItemText, Place + 1};
 }
 
+// The toolkit puts the cursor behind the last digit when that has been typed. It goes back on the
+// digit, where the next one typed is recognised as one too many.
 bool OverlayState::OnCursorMoved(u32 OldPlace, u32 NewPlace, const std::string& Text) {
   if (m_IsClosing) {
     return false;
@@ -41,6 +45,8 @@ bool OverlayState::OnCursorMoved(u32 OldPlace, u32 NewPlace, const std::string& 
   return false;
 }
 
+// The text is told before the cursor's new place is, but the place itself is up to date already.
+// The edited text has lost the item's own last digit; the saved one has it.
 bool OverlayState::OnTextEdited(u32 Cursor, const std::string& Text) {
   if (m_IsClosing || !m_IsOverflowed || Cursor != m_NumDigits) {
     return false;
@@ -61,6 +67,7 @@ void OverlayState::Accept() {
   m_OverflowText.clear();
 }
 
+// Hiding the box takes the focus from it, which is the end of an edit once more.
 bool OverlayState::BeginClose() {
   const bool isNews = !m_IsClosing;
   m_IsClosing = true;
@@ -74,10 +81,12 @@ void OverlayState::Reset() {
   m_IsClosing = true;
 }
 
+// The digit too many replaced the last one.
 char OverlayState::GetNextDigit() const {
   return m_IsOverflowed && !m_OverflowText.empty() ? m_OverflowText.back() : '\0';
 }
 
+// The box may hold fewer digits than the item, or none.
 std::string HEX_ItemBytes(const std::string& Text, u32 ItemSize) {
   u64 value = 0;
   if (!HEX_ParseAddr(Text, &value)) {

@@ -14,6 +14,7 @@ constexpr i64 MAX_DIRECT_SPAN = 0xFFFFFFFE;
 
 }  // namespace
 
+// A range of its own for the scaled case: it fits any span, whatever the offset is.
 i32 ScrollScale::ToSlider(i32 Value) const {
   if (m_Scale == 1.0) {
     return Value;
@@ -23,6 +24,7 @@ i32 ScrollScale::ToSlider(i32 Value) const {
   return static_cast<i32>(std::clamp(static_cast<i64>(place) + VALUE_MIN, VALUE_MIN, VALUE_MAX));
 }
 
+// An image shorter than the screen has an end before its start: then there is one position.
 bool ScrollScale::SetRange(i32 Min, i32 Max) {
   const i32 max = std::max(Min, Max);
   if (Min == m_Min && max == m_Max) {
@@ -38,11 +40,13 @@ bool ScrollScale::SetRange(i32 Min, i32 Max) {
   return true;
 }
 
+// Steps are added in 64 bits before this, so that clamping is all that is left to do.
 bool ScrollScale::SetValue(i64 Value) {
   const i32 value = static_cast<i32>(std::clamp<i64>(Value, m_Min, m_Max));
   return std::exchange(m_Value, value) != value;
 }
 
+// Rounding may lead past the range by one; clamping takes care of that.
 void ScrollScale::SetFromSlider(i32 SliderValue) {
   i64 value = SliderValue;
   if (m_Scale != 1.0) {
@@ -70,6 +74,7 @@ i64 ScrollScale::GetStepped(int SliderAction, i32 SingleStep, i32 PageStep) cons
   }
 }
 
+// The end of a zone that reaches to the last address is one more than a value can tell.
 i32 HEX_AddrToScroll(u64 Addr) {
   const i64 value = static_cast<i64>(std::min(Addr, u64{1} << 32)) - HEX_SCROLL_BIAS;
   return static_cast<i32>(std::clamp(value, VALUE_MIN, VALUE_MAX));
