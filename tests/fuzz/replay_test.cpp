@@ -14,11 +14,11 @@ TEST(FuzzCorpus, KeepsAllPromises) {
   const struct {
     const char* sFolder;
     int (*pfRun)(const u8* pData, std::size_t NumBytes);
-  } rows[] = {{"hex", FUZZ_Hex},
-              {"mot", FUZZ_Mot},
-              {"titxt", FUZZ_TiTxt},
-              {"elf", FUZZ_Elf},
-              {"detect", FUZZ_Detect}};
+  } rows[] = {{"hex", FUZZ_Hex},           {"mot", FUZZ_Mot},           {"titxt", FUZZ_TiTxt},
+              {"elf", FUZZ_Elf},           {"detect", FUZZ_Detect},     {"project", FUZZ_Project},
+              {"settings", FUZZ_Settings}, {"registry", FUZZ_Registry}, {"recent", FUZZ_Recent},
+              {"serial", FUZZ_Serial},     {"listing", FUZZ_Listing},   {"text", FUZZ_Text},
+              {"config", FUZZ_Config}};
   for (const auto& row : rows) {
     int numFiles = 0;
     const std::filesystem::path folder = std::filesystem::path(KORVANE_CORPUS) / row.sFolder;

@@ -1,24 +1,14 @@
 #include "fuzz/entries.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <string>
 
+#include "fuzz/promise.h"
 #include "image/datafile.h"
 #include "image/elf_load.h"
 #include "image/text_load.h"
 
 namespace {
-
-void Check(bool IsKept, const char* sPromise) {
-  if (!IsKept) {
-    std::fprintf(stderr, "Broken: %s\n", sPromise);
-    std::abort();
-  }
-}
 
 void CheckRanges(const RangeList& ranges, u64 MaxBytes) {
   u64 numBytes = 0;
@@ -63,26 +53,6 @@ struct COUNTS {
   }
 };
 
-// A file in memory, where the system has a folder for that; removed at the end of the program.
-class ScratchFile {
- public:
-  ScratchFile()
-      : m_Folder(std::filesystem::exists("/dev/shm") ? "/dev/shm/korvane-fuzz-XXXXXX"
-                                                     : "/tmp/korvane-fuzz-XXXXXX") {
-    Check(mkdtemp(m_Folder.data()) != nullptr, "there is a temporary folder");
-  }
-  ~ScratchFile() {
-    std::error_code ignored;
-    std::filesystem::remove_all(m_Folder, ignored);
-  }
-  ScratchFile(const ScratchFile&) = delete;
-  ScratchFile& operator=(const ScratchFile&) = delete;
-  std::string GetName() const { return m_Folder + "/file"; }
-
- private:
-  std::string m_Folder;
-};
-
 }  // namespace
 
 int FUZZ_Hex(const u8* pData, std::size_t NumBytes) {
@@ -114,10 +84,8 @@ int FUZZ_Elf(const u8* pData, std::size_t NumBytes) {
 }
 
 int FUZZ_Detect(const u8* pData, std::size_t NumBytes) {
-  static const ScratchFile scratch;
-  const std::string name = scratch.GetName();
-  std::ofstream(name, std::ios::binary)
-      .write(reinterpret_cast<const char*>(pData), static_cast<std::streamsize>(NumBytes));
+  static const ScratchFolder scratch;
+  const std::string name = scratch.Write("file", AsText(pData, NumBytes));
   const MEMAREA_PTR area(MEMAREA_Create());
   COUNTS counts;
   const int result =
