@@ -108,15 +108,14 @@ RegistryText::RegistryText(std::string_view Content,
                            const std::function<void(u32, std::string_view)>& pfReport) {
   while (!Content.empty()) {
     const std::size_t end = std::min(Content.find('\n'), Content.size());
-    std::string_view raw = Content.substr(0, end);
+    const std::string_view raw = Content.substr(0, end);
     Content.remove_prefix(std::min(end + 1, Content.size()));
-    if (raw.ends_with('\r')) {
-      raw.remove_suffix(1);
-    }
+    const std::string_view line = raw.substr(0, raw.size() - (raw.ends_with('\r') ? 1 : 0));
     bool isSound = true;
-    m_Lines.push_back(ParseLine(raw, &isSound));
+    m_Lines.push_back(ParseLine(line, &isSound));
+    m_Lines.back().Raw = raw;
     if (!isSound) {
-      pfReport(static_cast<u32>(m_Lines.size()), raw);
+      pfReport(static_cast<u32>(m_Lines.size()), line);
     }
   }
 }

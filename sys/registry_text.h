@@ -34,7 +34,7 @@ class RegistryText {
   enum class LineKind : u8 { Header, Value, Other };
 
   struct Line {
-    std::string Raw;  // without its line end
+    std::string Raw;  // without its line feed
     LineKind Kind = LineKind::Other;
     std::string Name;  // of the key or of the value
     RegistryValue Value;

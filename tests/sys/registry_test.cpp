@@ -107,7 +107,7 @@ TEST_F(SysRegistry, MalformedLinesAreReportedOnceAndKept) {
   EXPECT_EQ(Set("K", "a", "2"), 0u);
   EXPECT_EQ(Set("K", "new", "3"), 0u);
   EXPECT_EQ(ReadFile(File()),
-            "stray\n[K]\na=s:2\nb=x:2\nc=d:4294967296\nd=s:\\q\n=s:x\n\n; note\n[open\nf=d:7\n"
+            "stray\n[K]\r\na=s:2\nb=x:2\nc=d:4294967296\nd=s:\\q\n=s:x\n\n; note\n[open\nf=d:7\n"
             "new=s:3\n");
 }
 
