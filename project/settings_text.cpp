@@ -85,7 +85,7 @@ void SettingsText::WriteLine(std::string_view Section, std::string_view Key,
     // Empty lines behind it go with it.
     std::size_t end = NextLine(old);
     const std::size_t filled = m_Text.find_first_not_of("\r\n", end);
-    end = filled == kNone ? m_Text.size() : filled;
+    end = filled == kNone ? m_Text.size() : m_Text.rfind('\n', filled) + 1;
     m_Text.erase(old, end - old);
   }
   m_Text.insert(body, std::string(Line).append("\r\n"));
