@@ -8,8 +8,10 @@
 //
 // Two text files beside the project, for a project p.korvane:
 //
-//   p_Serial.txt   the next number: decimal, or hexadecimal behind "0x". Without the file it is the
-//                  project's SNValue. Written anew after each good run, replaced as a whole.
+//   p_Serial.txt   the next number: decimal, or hexadecimal behind "0x"; what stands behind it
+//   after
+//                  a blank or a line end is a remark. Without the file it is the project's SNValue.
+//                  Written anew after each good run, replaced as a whole.
 //   p_SNList.txt   optional: line number SNValue, counted from 0, holds the data of that number as
 //                  pairs of hexadecimal digits. Lines end with LF or CR LF.
 //
@@ -17,8 +19,8 @@
 // bytes of the data, at most 32, are stamped at SNAddr; what the data doesn't have is 0.
 //
 // A number is given away once its successor is on disk, and only then a run reports success. What
-// can't be read for sure (a file that is there but can't be opened, or that holds anything but one
-// number of at most 32 bits) ends the run before the chip is touched, and so does a file that
+// can't be read for sure (a file that is there but can't be opened, or that begins with anything
+// but a number of at most 32 bits) ends the run before the chip is touched, and so does a file that
 // another run has in use: going on could give a number away twice.
 
 // Loads the number, holds its file against other runs, and stamps it. 0, also when ProgramSN is
