@@ -87,10 +87,8 @@ bool ChoosePlatform(bool isHiddenRun) {
 }
 
 int RunWindow(int argc, char** argv, bool isHiddenRun, INTERRUPT_TARGET* pInterrupts) {
-  MainWindow window(argc, argv, kShowNormal);
-  if (isHiddenRun && QGuiApplication::platformName() == "offscreen") {
-    window.SetUnattended();
-  }
+  MainWindow window(argc, argv, kShowNormal,
+                    isHiddenRun && QGuiApplication::platformName() == "offscreen");
   pInterrupts->SetWindow(&window);
   // Whoever else ends the loop, such as the end of the session: the window closes first.
   do {

@@ -1,5 +1,6 @@
 #include "ui/window/main_window.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "app/engine/app_state.h"
@@ -25,10 +26,11 @@ MainWindow* g_pMainWindow = nullptr;
 
 }  // namespace
 
-MainWindow::MainWindow(int argc, char** argv, u32 ShowCmd)
+MainWindow::MainWindow(int argc, char** argv, u32 ShowCmd, bool IsUnattended)
     : m_GuiThreadId(SYS_GetCurrentThreadId()),
       m_Lock(SYS_MUTEX_Create(nullptr)),
-      m_pProjInfo(std::make_unique<PROJ_INFO>()) {
+      m_pProjInfo(std::make_unique<PROJ_INFO>()),
+      m_IsUnattended(IsUnattended) {
   g_pMainWindow = this;
   APP_SetUp(this);
   WORKER_SetDefaultPoll(PollGui);
@@ -216,10 +218,6 @@ void MainWindow::EndGui() {
   }
 }
 
-void MainWindow::SetUnattended() {
-  m_IsUnattended = true;
-}
-
 void MainWindow::PostInterrupt() {
   {
     SYS_LOCK_GUARD lock(m_Lock);
@@ -229,14 +227,22 @@ void MainWindow::PostInterrupt() {
 }
 
 // Closes like the frame: what runs is cancelled, an open question counts as closed. A question that
-// the end itself asks, such as whether to save, stays; another interrupt closes that one, too.
+// the end itself asks, such as whether to save, stays. Whoever interrupts again means it: what is
+// still asked gets its default.
 void MainWindow::_SlotOnInterrupt() {
   for (ProgressDialog* pDialog : std::as_const(m_Progress)) {
     pDialog->reject();
   }
   QWidget* pModal = QApplication::activeModalWidget();
   if (pModal != nullptr && qobject_cast<ProgressDialog*>(pModal) == nullptr) {
-    pModal->close();
+    const QList<QPushButton*> buttons = pModal->findChildren<QPushButton*>();
+    const auto it = std::find_if(buttons.begin(), buttons.end(),
+                                 [](const QPushButton* pButton) { return pButton->isDefault(); });
+    if (m_IsClosing && it != buttons.end()) {
+      (*it)->click();
+    } else {
+      pModal->close();
+    }
   }
   close();
 }

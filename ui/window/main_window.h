@@ -32,15 +32,13 @@ class MainWindow : public QMainWindow, public APP_FRONTEND {
 
  public:
   // Becomes the front end of the core, starts the application thread and posts Init. The arguments
-  // are used until the end.
-  MainWindow(int argc, char** argv, u32 ShowCmd);
+  // are used until the end. Without a person in front of it (IsUnattended) boxes answer with their
+  // defaults, and what they say goes to standard output with the log.
+  MainWindow(int argc, char** argv, u32 ShowCmd, bool IsUnattended = false);
   ~MainWindow() override;
 
   // True once the application thread has ended and the event loop is told to.
   bool HasEnded() const { return m_HasEnded; }
-  // Without a person in front of it boxes answer with their defaults and log and boxes go to
-  // standard output, as in the console program. Before the event loop runs.
-  void SetUnattended();
   // Ctrl+C: cancels what runs, drops an open question, closes. Any thread.
   void PostInterrupt();
 
@@ -231,7 +229,7 @@ class MainWindow : public QMainWindow, public APP_FRONTEND {
   GUI_MAIL_RING m_Mail;
   std::atomic<bool> m_HasEnded{false};  // nobody answers a request any more
   std::atomic<bool> m_IsUpdatePending{false};
-  std::atomic<bool> m_IsUnattended{false};
+  const bool m_IsUnattended;
 
   // Below: GUI thread only.
   std::vector<std::unique_ptr<DataWindowHandle>> m_Handles;

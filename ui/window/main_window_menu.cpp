@@ -96,6 +96,7 @@ void MainWindow::CreateMenuRow(const UI_ACTION_ROW& row) {
   pAction->setChecked(row.IsCheckable);
   if (UI_IsActionMissing(row.Action)) {
     pAction->setToolTip(QString(row.sTip) + " (not available in this version)");
+    pMenu->setToolTipsVisible(true);
   }
   m_apAction[row.Action] = pAction;
 }

@@ -1,6 +1,8 @@
 // The services of the main window for the application thread: store, send a signal, perhaps wait.
 #include <cstdio>
+#include <cstring>
 
+#include "app/engine/log_internal.h"
 #include "project/proj_info.h"
 #include "sys/time.h"
 #include "ui/log/text_view.h"
@@ -262,6 +264,12 @@ void MainWindow::SendMail(const GUI_MAIL& mail) {
 }
 
 void MainWindow::AddLogLine(const char* sText) {
+  if (m_IsUnattended) {
+    std::string plain(std::strlen(sText) + 1, '\0');
+    plain.resize(LOG_StripColours(sText, plain.data()));
+    std::fputs(plain.c_str(), stdout);
+    std::fflush(stdout);
+  }
   m_pLogView->AddTextFromThread(sText);
 }
 
