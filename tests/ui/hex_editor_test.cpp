@@ -318,6 +318,69 @@ TEST(HexEditor, ScrollBarAndWheel) {
   EXPECT_EQ(pBar->GetValue(), pBar->maximum());
 }
 
+TEST(HexEditor, DragBelowTheRowsScrolls) {
+  Window window(0x10000);
+  QWidget* pViewport = window.pText->viewport();
+  const auto isScrolled = [&] { return window.pEditor->windowTitle() > "a.hex @ 00001040"; };
+  QTest::mousePress(pViewport, Qt::LeftButton, {}, window.GetCell(11, 2));
+  const QPoint below(30, window.pText->height() + 20);
+  QMouseEvent move(QEvent::MouseMove, below, pViewport->mapToGlobal(below), Qt::NoButton,
+                   Qt::LeftButton, {});
+  QApplication::sendEvent(pViewport, &move);
+  EXPECT_TRUE(QTest::qWaitFor(isScrolled));
+  QTest::mouseRelease(pViewport, Qt::LeftButton, {}, below);
+  window.Trigger("pActionMemoryCopyBinary");
+  const QByteArray bytes = QApplication::clipboard()->mimeData()->data("application/octet-stream");
+  EXPECT_GT(bytes.size(), 0x200);
+  EXPECT_EQ(bytes.left(2).toHex(), "2021");
+}
+
+// What the handlers are asked with, and the refresh that turns changed bytes red.
+TEST(HexEditor, ZonesWidthsAndPeriodicRefresh) {
+  u8 lastWidth = 99;
+  std::string sLastZone;
+  u32 numReads = 0;
+  HEX_HANDLERS handlers;
+  handlers.pfReadMem = [&](u64, u64 n, u8 width, const char* sZone, u8* pData, u8* pState) {
+    lastWidth = width;
+    sLastZone = sZone;
+    std::fill_n(pData, n, static_cast<u8>(++numReads));
+    std::fill_n(pState, n, MEM_STATE_VALID);
+    return 0;
+  };
+  handlers.pfGetZones = [](char* pBuf, u32 size) {
+    return std::snprintf(pBuf, size, "Default,IO");
+  };
+  Window window(handlers);
+  const HEX_EDITOR_CONFIG config;
+  window.pEditor->SetConfig(&config);
+  EXPECT_EQ(lastWidth, 0);
+  window.Trigger("pActionMemoryAccess2ByteItems");
+  EXPECT_EQ(lastWidth, 2);
+  QContextMenuEvent event(QContextMenuEvent::Mouse, {20, 20}, {20, 20});
+  for (const char* sZone : {" IO", " Default"}) {
+    QApplication::sendEvent(window.pText->viewport(), &event);
+    QPointer<QMenu> pMenu = window.pEditor->findChild<QMenu*>("HexEditorMenu");
+    for (QAction* pAction : pMenu->findChildren<QAction*>()) {
+      if (pAction->text() == sZone) {
+        pAction->trigger();
+      }
+    }
+    pMenu->close();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(sLastZone, QString(sZone) == " IO" ? "IO" : "");
+  }
+  window.pEditor->resize(1200, 300);
+  auto* pBox = window.pEditor->findChild<QComboBox*>("pRefreshBox");
+  ASSERT_TRUE(QTest::qWaitFor([pBox] { return pBox->isVisible(); }));
+  pBox->setCurrentIndex(0);
+  EXPECT_TRUE(window.pEditor->windowTitle().endsWith(", 100 ms refresh"));
+  const u32 oldReads = numReads;
+  EXPECT_TRUE(QTest::qWaitFor([&] { return numReads >= oldReads + 2; }));
+  pBox->setCurrentIndex(pBox->count() - 1);
+  EXPECT_FALSE(window.pEditor->windowTitle().contains("refresh"));
+}
+
 // The application thread asks for things while keys are typed and it works on the image.
 TEST(HexEditor, RequestsFromAnotherThread) {
   Window window(0x1000);

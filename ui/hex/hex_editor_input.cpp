@@ -121,6 +121,12 @@ void CHexEditor::OnMouseButtonReleased(QMouseEvent* pEvent) {
 
 // The mouse may rest outside: rows go on with the timer and not with its moves.
 void CHexEditor::OnAutoScrollSelectionTimerTimeout() {
+  // The release went to somebody else: a dialog, or a window that popped up.
+  if ((QApplication::mouseButtons() & Qt::LeftButton) == 0) {
+    m_pView->ReleaseMouse();
+    m_pSelectionTimer->stop();
+    return;
+  }
   const bool isAbove = m_MousePos.y() < 0;
   if (isAbove || m_MousePos.y() > m_pTextEditor->height()) {
     m_pView->ScrollSelection(isAbove ? 1 : -1, PixelToCell(m_MousePos).x());
