@@ -71,6 +71,22 @@ void CustTextArea::SetFontSize(int PointSize) {
   m_LineHeight = metrics.lineSpacing();
   m_CharWidth = metrics.horizontalAdvance('x');
   m_Descent = metrics.descent();
+  MakeGlyphs();
+}
+
+// Control characters come out as blanks. A font that lacks a character is left to the toolkit,
+// which then borrows from others.
+void CustTextArea::MakeGlyphs() {
+  m_RawFont = QRawFont::fromFont(font());
+  std::array<QChar, kNumAscii> characters;
+  for (u32 i = 0; i < kNumAscii; ++i) {
+    characters[i] = QChar(i < ' ' || i == 0x7F ? ' ' : i);
+  }
+  int numGlyphs = kNumAscii;
+  m_HasGlyphs =
+      m_RawFont.isValid() &&
+      m_RawFont.glyphIndexesForChars(characters.data(), kNumAscii, m_aGlyphs.data(), &numGlyphs) &&
+      std::find(m_aGlyphs.begin(), m_aGlyphs.end(), 0U) == m_aGlyphs.end();
 }
 
 bool CustTextArea::SetLocal8Bit(bool OnOff) {
@@ -218,8 +234,31 @@ void CustTextArea::PaintRun(QPainter* pPainter, u32 Line, u32 Begin, u32 End, co
     pPainter->fillRect(QRectF(x, y, behind - x, m_LineHeight), *pBackground);
   }
   pPainter->setPen(text);
-  pPainter->drawText(QPointF(x, y + m_LineHeight - m_Descent),
-                     Decode(m_Buffer.GetLine(Line).Text().substr(Begin, End - Begin)));
+  const QPointF pen(x, y + m_LineHeight - m_Descent);
+  const std::string_view run = m_Buffer.GetLine(Line).Text().substr(Begin, End - Begin);
+  if (m_HasGlyphs && m_Buffer.GetLine(Line).IsAscii) {
+    DrawAscii(pPainter, pen, run);
+  } else {
+    pPainter->drawText(pen, Decode(run));
+  }
+}
+
+// Each character in its cell, without text layout.
+void CustTextArea::DrawAscii(QPainter* pPainter, QPointF Pen, std::string_view Text) const {
+  constexpr size_t kChunk = 512;
+  std::array<quint32, kChunk> aGlyphs;
+  std::array<QPointF, kChunk> aPositions;
+  for (size_t begin = 0; begin < Text.size(); begin += kChunk) {
+    const std::string_view part = Text.substr(begin, kChunk);
+    for (size_t i = 0; i < part.size(); ++i) {
+      aGlyphs[i] = m_aGlyphs[static_cast<u8>(part[i]) % kNumAscii];
+      aPositions[i] = QPointF(static_cast<double>(begin + i) * m_CharWidth, 0);
+    }
+    QGlyphRun glyphs;
+    glyphs.setRawFont(m_RawFont);
+    glyphs.setRawData(aGlyphs.data(), aPositions.data(), static_cast<int>(part.size()));
+    pPainter->drawGlyphRun(Pen, glyphs);
+  }
 }
 
 void CustTextArea::PaintLine(QPainter* pPainter, u32 Line) {

@@ -48,6 +48,7 @@ class CustTextArea : public QWidget {
   void mouseDoubleClickEvent(QMouseEvent* pEvent) override;
 
  private:
+  static constexpr int kNumAscii = 128;
   struct SELECTION_COLORS {
     QColor Background, Text;
   };
@@ -58,6 +59,8 @@ class CustTextArea : public QWidget {
   void PaintLine(QPainter* pPainter, u32 Line);
   void PaintRun(QPainter* pPainter, u32 Line, u32 Begin, u32 End, const QColor& text,
                 const QColor* pBackground);
+  void MakeGlyphs();
+  void DrawAscii(QPainter* pPainter, QPointF Pen, std::string_view Text) const;
   void PaintSelection(QPainter* pPainter, u32 Line, const TEXT_SELECTION& selection);
 
   CustTextView* m_pView;
@@ -76,6 +79,9 @@ class CustTextArea : public QWidget {
   double m_LineHeight = 1;
   double m_Descent = 0;
   bool m_UseLocal8Bit = false;
+  QRawFont m_RawFont;
+  std::array<quint32, kNumAscii> m_aGlyphs{};
+  bool m_HasGlyphs = false;
   u32 m_ShownBegin = 0;  // cells that are being painted
   u32 m_ShownEnd = 0;
 };
