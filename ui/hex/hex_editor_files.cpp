@@ -164,7 +164,7 @@ void CHexEditor::SaveRange(const QString& sFile, u64 Addr, u64 NumBytes) {
     isRoom = false;
   }
   if (!isRoom) {
-    source.Report("Could not create memory area to save bytes to file.", true);
+    source.Report("Could not create memory area to save data to file.", true);
     return;
   }
   if (NumBytes == 0 ||
@@ -184,6 +184,6 @@ void CHexEditor::SaveRange(const QString& sFile, u64 Addr, u64 NumBytes) {
   QTHelper_ToLocal8Bit(sFile, acName, sizeof(acName));
   std::string error;
   if (RunWriter(writer, pArea.get(), acName, Addr, Addr + NumBytes - 1, &error) < 0) {
-    source.Report(error.empty() ? "Failed to save bytes to file." : error, true);
+    source.Report(error.empty() ? "Failed to save data to file." : error, true);
   }
 }
