@@ -122,7 +122,11 @@ TEST(LogBuffer, TurnsSequencesIntoColours) {
       {"a\x1b[", "a[", "0:0/15", ""},
       {"a\x1b[3", "a[3", "0:0/15", ""},
       {"\x1b[" + tooMuch + "ma", "a", "0:0/15", "W:ANSI CSI SGR parameter 12 not supported.\n"},
-      // A byte of a character is no sequence.
+      // A byte of a character is no sequence, one behind it is.
+      {"\xc4\x9b\x9b\x33\x31ma",
+       "\xc4\x9b"
+       "a",
+       "0:0/15 2:1/15", ""},
       {"\xc4\x9bta", "\xc4\x9bta", "0:0/15", ""},
   };
   for (const auto& row : rows) {
@@ -317,15 +321,18 @@ TEST(LogBuffer, FindsInAFullCircle) {
 
 TEST(LogBuffer, CellsOfCharacters) {
   LOG log;
-  log.Buffer.AddText("a\xc3\xa9z\nabc");
+  // The third line: bytes that begin no character, an overlong form, a surrogate, one cut off.
+  log.Buffer.AddText("a\xc3\xa9z\nabc\n\x80\xc0\x80\xed\xa0\x80\xe2\x82|\n\xf0\x9f\x98\x80|");
   const struct {
     u32 Line, Col, Cell;
-  } rows[] = {{0, 0, 0}, {0, 1, 1}, {0, 3, 2}, {0, 4, 3}, {1, 2, 2}};
+  } rows[] = {{0, 0, 0}, {0, 1, 1}, {0, 3, 2}, {0, 4, 3}, {1, 2, 2}, {2, 8, 8}, {3, 4, 1}};
   for (const auto& row : rows) {
     EXPECT_EQ(log.Buffer.ColumnToCell(row.Line, row.Col), row.Cell);
     EXPECT_EQ(log.Buffer.CellToColumn(row.Line, row.Cell), row.Col);
   }
   EXPECT_EQ(log.Buffer.CellToColumn(0, 99), 4u);
+  log.Buffer.SetUtf8(false);
+  EXPECT_EQ(log.Buffer.ColumnToCell(0, 3), 3u);
 }
 
 // Any bytes: bounds hold, formatters stand in order within their line.

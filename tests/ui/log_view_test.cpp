@@ -67,6 +67,11 @@ TEST_F(LogView, SelectsByMouseAndCopies) {
   EXPECT_EQ(Copied(), "'");
   QTest::keyClick(&View, Qt::Key_A, Qt::ControlModifier);
   EXPECT_TRUE(Copied().startsWith("first line\r\nsecond"));
+  View.SetLocal8Bit(false);
+  Drag(At(8, 1), At(10, 1));
+  EXPECT_EQ(Copied(), QString::fromLatin1("\xc3\xa9"));
+  View.SetLocal8Bit(true);
+  QTest::keyClick(&View, Qt::Key_A, Qt::ControlModifier);
   QTest::mousePress(View.GetArea(), Qt::RightButton, {}, At(0, 0));
   EXPECT_TRUE(Copied().startsWith("first line\r\nsecond")) << "other buttons do nothing";
   Add("more\n");

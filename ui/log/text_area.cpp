@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "ui/common/qt_helper.h"
+#include "ui/log/text_bytes.h"
 #include "ui/log/text_view.h"
 
 namespace {
@@ -41,6 +42,7 @@ CustTextArea::CustTextArea(CustTextView* pView, u32 TextMode, u32 ColorScheme, u
   setCursor(Qt::IBeamCursor);
   setFocusPolicy(Qt::NoFocus);
   SetColors(ColorScheme);
+  m_Buffer.SetUtf8(false);
 }
 
 void CustTextArea::SetColors(u32 ColorScheme) {
@@ -74,8 +76,7 @@ void CustTextArea::SetFontSize(int PointSize) {
   MakeGlyphs();
 }
 
-// Control characters come out as blanks. A font that lacks a character is left to the toolkit,
-// which then borrows from others.
+// Control characters come out as blanks.
 void CustTextArea::MakeGlyphs() {
   m_RawFont = QRawFont::fromFont(font());
   std::array<QChar, kNumAscii> characters;
@@ -83,15 +84,32 @@ void CustTextArea::MakeGlyphs() {
     characters[i] = QChar(i < ' ' || i == 0x7F ? ' ' : i);
   }
   int numGlyphs = kNumAscii;
-  m_HasGlyphs =
-      m_RawFont.isValid() &&
-      m_RawFont.glyphIndexesForChars(characters.data(), kNumAscii, m_aGlyphs.data(), &numGlyphs) &&
-      std::find(m_aGlyphs.begin(), m_aGlyphs.end(), 0U) == m_aGlyphs.end();
+  m_aGlyphs.fill(0);
+  if (m_RawFont.isValid()) {
+    m_RawFont.glyphIndexesForChars(characters.data(), kNumAscii, m_aGlyphs.data(), &numGlyphs);
+  }
+}
+
+// 0: the font lacks it.
+quint32 CustTextArea::GetGlyph(char32_t Code) const {
+  constexpr char32_t kFirstPrintable = 0xA0;  // behind the second block of control characters
+  if (Code < kFirstPrintable) {
+    return m_aGlyphs[Code < kNumAscii ? Code : ' '];
+  }
+  quint32 glyph = 0;
+  int numGlyphs = 1;
+  const QChar character(Code <= 0xFFFF ? static_cast<char16_t>(Code) : u'\0');
+  if (!m_RawFont.isValid() || character.isNull() ||
+      !m_RawFont.glyphIndexesForChars(&character, 1, &glyph, &numGlyphs)) {
+    return 0;
+  }
+  return glyph;
 }
 
 bool CustTextArea::SetLocal8Bit(bool OnOff) {
   const bool old = m_UseLocal8Bit;
   m_UseLocal8Bit = OnOff;
+  m_Buffer.SetUtf8(OnOff);
   repaint();
   return old;
 }
@@ -181,6 +199,10 @@ QString CustTextArea::Decode(std::string_view Text) const {
   return m_UseLocal8Bit ? QString::fromLocal8Bit(bytes) : QString::fromLatin1(bytes);
 }
 
+QByteArray CustTextArea::Encode(const QString& Text) const {
+  return m_UseLocal8Bit ? Text.toLocal8Bit() : Text.toLatin1();
+}
+
 // ---- Painting ----
 
 void CustTextArea::paintEvent(QPaintEvent* pEvent) {
@@ -200,6 +222,7 @@ void CustTextArea::paintEvent(QPaintEvent* pEvent) {
   const u32 end = std::min(first + numShown, m_Buffer.GetNumLines());
   const TEXT_SELECTION selection = GetSelection();
   for (u32 line = first; line < end; ++line) {
+    m_Buffer.GetCells(line, &m_aCells);
     PaintLine(&painter, line);
     if (selection.NumLines != 0) {
       PaintSelection(&painter, line, selection);
@@ -217,47 +240,63 @@ void CustTextArea::paintEvent(QPaintEvent* pEvent) {
   }
 }
 
+double CustTextArea::GetX(u32 Col) const {
+  const u32 cell = m_aCells.empty() ? Col : m_aCells[std::min<size_t>(Col, m_aCells.size() - 1)];
+  return cell * m_CharWidth + kMargin;
+}
+
 // pBackground: null leaves what is there.
 void CustTextArea::PaintRun(QPainter* pPainter, u32 Line, u32 Begin, u32 End, const QColor& text,
                             const QColor* pBackground) {
-  if (m_Buffer.GetLine(Line).IsAscii) {
-    Begin = std::max(Begin, m_ShownBegin);
-    End = std::min(End, m_ShownEnd);
-  }
+  const auto toColumn = [&](u32 cell) {
+    return m_aCells.empty()
+               ? cell
+               : static_cast<u32>(std::lower_bound(m_aCells.begin(), m_aCells.end(), cell) -
+                                  m_aCells.begin());
+  };
+  Begin = std::max(Begin, toColumn(m_ShownBegin));
+  End = std::min(End, toColumn(m_ShownEnd));
   if (Begin >= End) {
     return;
   }
-  const double x = m_Buffer.ColumnToCell(Line, Begin) * m_CharWidth + kMargin;
   const double y = Line * m_LineHeight + kMargin;
   if (pBackground != nullptr) {
-    const double behind = m_Buffer.ColumnToCell(Line, End) * m_CharWidth + kMargin;
-    pPainter->fillRect(QRectF(x, y, behind - x, m_LineHeight), *pBackground);
+    const double x = GetX(Begin);
+    pPainter->fillRect(QRectF(x, y, GetX(End) - x, m_LineHeight), *pBackground);
   }
   pPainter->setPen(text);
-  const QPointF pen(x, y + m_LineHeight - m_Descent);
-  const std::string_view run = m_Buffer.GetLine(Line).Text().substr(Begin, End - Begin);
-  if (m_HasGlyphs && m_Buffer.GetLine(Line).IsAscii) {
-    DrawAscii(pPainter, pen, run);
-  } else {
-    pPainter->drawText(pen, Decode(run));
-  }
+  DrawRun(pPainter, y + m_LineHeight - m_Descent, m_Buffer.GetLine(Line).Text(), Begin, End);
 }
 
-// Each character in its cell, without text layout.
-void CustTextArea::DrawAscii(QPainter* pPainter, QPointF Pen, std::string_view Text) const {
+// Each character in its cell, without text layout. One that the font lacks is left to the toolkit,
+// which borrows it from another.
+void CustTextArea::DrawRun(QPainter* pPainter, double Baseline, std::string_view Line, u32 Begin,
+                           u32 End) const {
   constexpr size_t kChunk = 512;
   std::array<quint32, kChunk> aGlyphs;
   std::array<QPointF, kChunk> aPositions;
-  for (size_t begin = 0; begin < Text.size(); begin += kChunk) {
-    const std::string_view part = Text.substr(begin, kChunk);
-    for (size_t i = 0; i < part.size(); ++i) {
-      aGlyphs[i] = m_aGlyphs[static_cast<u8>(part[i]) % kNumAscii];
-      aPositions[i] = QPointF(static_cast<double>(begin + i) * m_CharWidth, 0);
-    }
+  size_t numGlyphs = 0;
+  const auto flush = [&] {
     QGlyphRun glyphs;
     glyphs.setRawFont(m_RawFont);
-    glyphs.setRawData(aGlyphs.data(), aPositions.data(), static_cast<int>(part.size()));
-    pPainter->drawGlyphRun(Pen, glyphs);
+    glyphs.setRawData(aGlyphs.data(), aPositions.data(), static_cast<int>(numGlyphs));
+    pPainter->drawGlyphRun(QPointF(0, Baseline), glyphs);
+    numGlyphs = 0;
+  };
+  for (u32 col = Begin; col < End;) {
+    const TEXT_CHAR character = m_aCells.empty() ? TEXT_CHAR{static_cast<u8>(Line[col]), 1}
+                                                 : TEXT_DecodeChar(Line.substr(col, End - col));
+    const quint32 glyph = GetGlyph(character.Code);
+    if (glyph == 0) {
+      pPainter->drawText(QPointF(GetX(col), Baseline), QString::fromUcs4(&character.Code, 1));
+    } else {
+      aGlyphs[numGlyphs] = glyph;
+      aPositions[numGlyphs++] = QPointF(GetX(col), 0);
+    }
+    col += character.NumBytes;
+    if (numGlyphs == kChunk || (col >= End && numGlyphs != 0)) {
+      flush();
+    }
   }
 }
 

@@ -29,6 +29,9 @@ class CustTextArea : public QWidget {
   void OnNewText();
   bool HasSelection() const { return GetSelection().NumLines != 0; }
   std::string GetSelectedText() const;
+  // Bytes of the log as text, and back, as SetLocal8Bit says.
+  QString Decode(std::string_view Text) const;
+  QByteArray Encode(const QString& Text) const;
   void SelectAll();
   void SetSelection(TEXT_POS Start, TEXT_POS End);
   void ClearSelection();
@@ -55,12 +58,14 @@ class CustTextArea : public QWidget {
   void SetColors(u32 ColorScheme);
   TEXT_SELECTION GetSelection() const;
   TEXT_POS PosToLineCol(QPointF Pos) const;
-  QString Decode(std::string_view Text) const;
   void PaintLine(QPainter* pPainter, u32 Line);
   void PaintRun(QPainter* pPainter, u32 Line, u32 Begin, u32 End, const QColor& text,
                 const QColor* pBackground);
   void MakeGlyphs();
-  void DrawAscii(QPainter* pPainter, QPointF Pen, std::string_view Text) const;
+  double GetX(u32 Col) const;
+  quint32 GetGlyph(char32_t Code) const;
+  void DrawRun(QPainter* pPainter, double Baseline, std::string_view Line, u32 Begin,
+               u32 End) const;
   void PaintSelection(QPainter* pPainter, u32 Line, const TEXT_SELECTION& selection);
 
   CustTextView* m_pView;
@@ -81,7 +86,7 @@ class CustTextArea : public QWidget {
   bool m_UseLocal8Bit = false;
   QRawFont m_RawFont;
   std::array<quint32, kNumAscii> m_aGlyphs{};
-  bool m_HasGlyphs = false;
   u32 m_ShownBegin = 0;  // cells that are being painted
   u32 m_ShownEnd = 0;
+  std::vector<u32> m_aCells;  // of the line that is being painted
 };

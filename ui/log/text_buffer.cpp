@@ -13,12 +13,14 @@ namespace {
 constexpr u32 kSlack = 257;  // a buffer that has to grow gets so much more than needed
 constexpr u32 kInitialAttrs = 5;
 constexpr u32 kPrefixChars = 4;
+constexpr u32 kSequenceRoom = 32;
 
 }  // namespace
 
 TextBuffer::TextBuffer(u32 TextMode, const TEXT_DEFAULTS& Defaults, u32 NumLinesInitial)
     : m_TextMode(TextMode), m_Defaults(Defaults) {
   ResetAttr();
+  m_Sequence.reserve(kSequenceRoom);
   m_apLines.resize(std::clamp(NumLinesInitial, 1U, TEXT_MAX_LINES));
   for (auto& pLine : m_apLines) {
     pLine = std::make_unique<LineContext>();
@@ -130,7 +132,6 @@ int TextBuffer::ChangeTerminal(u32 Terminal, std::string* pGathered) {
 
 int TextBuffer::AddTerminalText(std::string_view Text) {
   std::string gathered;
-  std::string sequence;
   for (size_t i = 0; i < Text.size() && Text[i] != '\0';) {
     const auto byte = static_cast<u8>(Text[i]);
     int result = 0;
@@ -150,7 +151,7 @@ int TextBuffer::AddTerminalText(std::string_view Text) {
         break;
       }
     } else if (TEXT_IsSequenceStart(Text, i)) {
-      used = std::max<size_t>(TEXT_ParseSequence(Text.substr(i), &sequence), 1);
+      used = std::max<size_t>(TEXT_ParseSequence(Text.substr(i), &m_Sequence), 1);
     } else if (TEXT_IsBreak(Text[i])) {
       used = TEXT_GetBreakLength(Text.substr(i));
       result = AddLine(gathered, true);
@@ -224,11 +225,11 @@ int TextBuffer::AddLine(std::string_view Text, bool IsComplete) {
   } else if (isFresh) {
     ++m_NumLines;
   }
+  m_MaxLineLen = std::max(m_MaxLineLen, pLine->NumChars);
+  m_IsLastLineComplete = IsComplete;
   if (IsComplete) {
     TellLine(*pLine, true);
   }
-  m_MaxLineLen = std::max(m_MaxLineLen, pLine->NumChars);
-  m_IsLastLineComplete = IsComplete;
   return 0;
 }
 
@@ -300,7 +301,6 @@ void TextBuffer::CopyAnsi(LineContext* pLine, std::string_view Text, bool IsFres
     pLine->paAttr[0] = m_CurAttr;
     pLine->paAttr[0].Pos = 0;
   }
-  std::string sequence;
   size_t begin = 0;
   const auto copy = [&](size_t end) {
     std::memcpy(pLine->pBuf.get() + pLine->NumChars, Text.data() + begin, end - begin);
@@ -311,9 +311,9 @@ void TextBuffer::CopyAnsi(LineContext* pLine, std::string_view Text, bool IsFres
       continue;
     }
     copy(i);
-    const size_t numBytes = TEXT_ParseSequence(Text.substr(i), &sequence);
+    const size_t numBytes = TEXT_ParseSequence(Text.substr(i), &m_Sequence);
     if (numBytes != 0) {
-      ApplySequence(pLine, sequence);
+      ApplySequence(pLine, m_Sequence);
     }
     begin = i + std::max<size_t>(numBytes, 1);  // of a broken one only the first byte is lost
     i = begin - 1;

@@ -15,8 +15,8 @@
 //   "\e[1;31mERROR: x\e[0m\r\n"  ->  "ERROR: x" in bright red
 //
 // Once the ring is full a new line reuses the record of the oldest one, and a record's buffers are
-// replaced only by larger ones. Every member takes the lock, which is recursive; a caller that
-// looks at more than one line holds it meanwhile.
+// replaced only by larger ones. Every change takes the lock, which is recursive; a caller that
+// looks at lines or counts them holds it meanwhile.
 
 constexpr u32 TEXT_MAX_LINES = 10000;
 constexpr u32 TEXT_MAX_LINE_CHARS = 4096;
@@ -110,9 +110,13 @@ class TextBuffer {
   // Searches in a full circle, without regard to ASCII case. IsAtHit: Pos is an earlier hit.
   bool Find(std::string_view Text, bool Backward, bool IsAtHit, TEXT_POS* pPos) const;
 
+  // How bytes above 127 are read: as UTF-8, or each as a character of its own.
+  void SetUtf8(bool OnOff);
   // Columns of bytes to cells, one a character, and back; a cell behind the text is its end.
   u32 ColumnToCell(u32 Line, u32 Col) const;
   u32 CellToColumn(u32 Line, u32 Cell) const;
+  // The cell of each column and of the line's end; empty when every column is a cell.
+  void GetCells(u32 Line, std::vector<u32>* pCells) const;
 
  private:
   u32 GetSlot(u32 Line) const { return (m_FirstLine + Line) % static_cast<u32>(m_apLines.size()); }
@@ -145,7 +149,9 @@ class TextBuffer {
   bool m_IsLastLineComplete = true;
   bool m_IsClearRequested = false;  // a sequence asks for it while its line is stored
   u32 m_CurTerminal = 0;
-  LINE_ATTR m_CurAttr{};  // lives on from line to line
+  bool m_IsUtf8 = true;
+  std::string m_Sequence;  // being parsed; has its room from the start
+  LINE_ATTR m_CurAttr{};   // lives on from line to line
   MESSAGE_HANDLER m_pfOnError, m_pfOnWarning;
   LINE_HANDLER m_pfOnLine;
 };

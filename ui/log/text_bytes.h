@@ -29,16 +29,16 @@ inline bool TEXT_IsAscii(std::string_view Text) {
   return std::all_of(Text.begin(), Text.end(), [](char c) { return static_cast<u8>(c) < 0x80; });
 }
 
-// Bytes 128 to 191 continue a character of UTF-8.
-inline bool TEXT_IsContinuation(char c) {
-  return (static_cast<u8>(c) & 0xC0) == 0x80;
-}
+struct TEXT_CHAR {
+  char32_t Code;
+  u32 NumBytes;
+};
+// The character of UTF-8 at the start of a text that isn't empty; a byte that begins none stands
+// alone, as U+FFFD.
+TEXT_CHAR TEXT_DecodeChar(std::string_view Text);
 
 // ESC, or a CSI byte that isn't a part of a character of UTF-8.
-inline bool TEXT_IsSequenceStart(std::string_view Text, size_t i) {
-  const auto byte = static_cast<u8>(Text[i]);
-  return byte == TEXT_ESC || (byte == TEXT_CSI && (i == 0 || static_cast<u8>(Text[i - 1]) < 0x80));
-}
+bool TEXT_IsSequenceStart(std::string_view Text, size_t i);
 
 std::string TEXT_ExpandTabs(std::string_view Text);
 // Bytes of the pairs of IAC and a hexadecimal digit at the start, and the last one's terminal; 0

@@ -112,27 +112,39 @@ bool TextBuffer::Find(std::string_view Text, bool Backward, bool IsAtHit, TEXT_P
   return false;
 }
 
-u32 TextBuffer::ColumnToCell(u32 Line, u32 Col) const {
+void TextBuffer::SetUtf8(bool OnOff) {
+  const std::lock_guard lock(m_Lock);
+  m_IsUtf8 = OnOff;
+}
+
+void TextBuffer::GetCells(u32 Line, std::vector<u32>* pCells) const {
   const LineContext& line = GetLine(Line);
-  if (line.IsAscii) {
-    return Col;
+  pCells->clear();
+  if (line.IsAscii || !m_IsUtf8) {
+    return;
   }
-  const std::string_view text = line.Text().substr(0, Col);
-  return static_cast<u32>(text.size() - static_cast<size_t>(std::count_if(text.begin(), text.end(),
-                                                                          TEXT_IsContinuation)));
+  u32 cell = 0;
+  for (std::string_view rest = line.Text(); !rest.empty(); ++cell) {
+    const u32 numBytes = TEXT_DecodeChar(rest).NumBytes;
+    pCells->insert(pCells->end(), numBytes, cell);
+    rest.remove_prefix(numBytes);
+  }
+  pCells->push_back(cell);
+}
+
+u32 TextBuffer::ColumnToCell(u32 Line, u32 Col) const {
+  std::vector<u32> cells;
+  GetCells(Line, &cells);
+  return cells.empty() ? Col : cells[std::min<size_t>(Col, cells.size() - 1)];
 }
 
 u32 TextBuffer::CellToColumn(u32 Line, u32 Cell) const {
-  const LineContext& line = GetLine(Line);
-  if (line.IsAscii) {
-    return std::min(Cell, line.NumChars);
+  std::vector<u32> cells;
+  GetCells(Line, &cells);
+  const u32 numChars = GetLine(Line).NumChars;
+  if (cells.empty()) {
+    return std::min(Cell, numChars);
   }
-  const std::string_view text = line.Text();
-  u32 col = 0;
-  for (; col < text.size(); ++col) {
-    if (!TEXT_IsContinuation(text[col]) && Cell-- == 0) {
-      break;
-    }
-  }
-  return col;
+  const auto it = std::lower_bound(cells.begin(), cells.end(), Cell);
+  return std::min(static_cast<u32>(it - cells.begin()), numChars);
 }

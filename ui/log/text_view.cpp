@@ -192,7 +192,7 @@ void CustTextView::_OnScrollToBottom() {
 void CustTextView::_OnCopy() {
   const std::string text = m_pArea->GetSelectedText();
   if (!text.empty()) {
-    QApplication::clipboard()->setText(QTHelper_FromLocal8Bit(text.c_str()));
+    QApplication::clipboard()->setText(m_pArea->Decode(text));
   }
 }
 
@@ -271,8 +271,7 @@ void CustTextView::ShowFindFailure(bool OnOff) {
 
 void CustTextView::_SlotOnActFind() {
   if (m_pArea->HasSelection()) {
-    m_pFindEdit->setText(
-        QTHelper_FromLocal8Bit(m_pArea->GetSelectedText().c_str()).left(kMaxFindChars));
+    m_pFindEdit->setText(m_pArea->Decode(m_pArea->GetSelectedText()).left(kMaxFindChars));
   }
   m_pFindBar->show();
   m_pFindBar->raise();
@@ -290,7 +289,7 @@ void CustTextView::_SlotOnActFindPrev() {
 }
 
 void CustTextView::Find(bool Backward) {
-  const QByteArray text = m_pFindEdit->text().toLocal8Bit();
+  const QByteArray text = m_pArea->Encode(m_pFindEdit->text());
   const auto length = static_cast<u32>(text.size());
   TextBuffer& buffer = m_pArea->GetBuffer();
   const std::lock_guard lock(buffer.GetLock());
