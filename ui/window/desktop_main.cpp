@@ -43,6 +43,8 @@ void OnInterrupt(void* pContext) {
   }
 }
 
+// What the command line will say, before the core has read it: a value that looks like the option
+// counts, which at worst runs without the display that was wanted.
 bool HasOption(int argc, char** argv, const char* sWord) {
   for (int i = 1; i < argc; ++i) {
     const CMDLINE_OPTION* pOption = CMDLINE_FindOption(argv[i]);
@@ -104,6 +106,7 @@ int RunWindow(int argc, char** argv, bool isHiddenRun, INTERRUPT_TARGET* pInterr
 }  // namespace
 
 int UI_Main(int argc, char** argv) {
+  // Nobody will ever see this run.
   const bool isHiddenRun = HasOption(argc, argv, "-hide") && HasOption(argc, argv, "-exit");
   if (!ChoosePlatform(isHiddenRun)) {
     TellNoDisplay();

@@ -18,6 +18,7 @@
 namespace {
 
 constexpr int kLogLines = 10;  // the least that the log shows
+// Longest time in pending events: between two looks at the ring, and while the last jobs run.
 constexpr int kPollMs = 1;
 constexpr int kPumpMs = 10;
 
@@ -62,7 +63,10 @@ MainWindow::~MainWindow() {
       disconnect(pEditor, nullptr, this, nullptr);
     }
   }
-  disconnect(m_pArea, nullptr, this, nullptr);
+  for (const QObject* pSender :
+       std::initializer_list<const QObject*>{m_pArea, m_pProjDock, m_pLogDock}) {
+    disconnect(pSender, nullptr, this, nullptr);
+  }
   qDeleteAll(m_Progress);
   delete takeCentralWidget();
   SYS_MUTEX_Destroy(&m_Lock);
@@ -164,6 +168,8 @@ bool MainWindow::IsGuiThread() const {
   return SYS_GetCurrentThreadId() == m_GuiThreadId;
 }
 
+// Init asks for the welcome and the new project dialog here, too. There are none yet: the window
+// stays empty until the user opens something.
 void MainWindow::_SlotOnFinAsyncAppInit() {
   if (m_Start.CloseAfterInit != 0) {
     close();

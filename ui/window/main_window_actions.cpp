@@ -14,8 +14,8 @@ namespace {
 
 constexpr u32 kEraseSectors = 1;
 constexpr u32 kEraseChip = 3;
-constexpr u64 kNoAddr = ~u64{0};
-constexpr u32 kFileSize = 512;  // of a name in a job
+constexpr u64 kNoAddr = ~u64{0};  // the file says where it belongs
+constexpr u32 kFileSize = 512;    // of a name in a job
 
 constexpr char kNoDataFile[] = "No data file specified!";
 constexpr char kDataFilter[] =
@@ -70,6 +70,7 @@ MEMAREA* MainWindow::GetFocusedImage() {
   return pHandle->GetImage();
 }
 
+// Starts where the last file came from.
 bool MainWindow::AskDataFile(const char* sTitle, char* pBuf) {
   char acStart[SYS_MAX_PATH];
   SETUP_GetDataFiles(acStart, sizeof acStart);
@@ -174,6 +175,7 @@ void MainWindow::_SlotOnActElimBlank() {
   APP_PostEliminateBlankData();
 }
 
+// The row's text came from the same state, so it does what it said.
 void MainWindow::_SlotOnActConnection() {
   SYS_MUTEX_Lock(m_Lock, SYS_INFINITE);
   const bool isConnected = m_Request.MenuState.Connected != 0;
@@ -189,6 +191,7 @@ void MainWindow::_SlotOnActEraseChip() {
   APP_PostErase(kEraseChip);
 }
 
+// Which image is programmed is decided when the job runs: the one with the focus then.
 void MainWindow::_SlotOnActProgram() {
   if (GetFocusedImage() != nullptr) {
     APP_PostProgram(false);
@@ -201,6 +204,7 @@ void MainWindow::_SlotOnActProgramNVerify() {
   }
 }
 
+// These name the image of this moment. The core asks whether it still exists.
 void MainWindow::_SlotOnActProdProg() {
   if (MEMAREA* pImage = GetFocusedImage(); pImage != nullptr) {
     APP_PostExecProdProg(pImage);
@@ -255,6 +259,7 @@ void MainWindow::_SlotOnActWikiZelmontHub() {
   OpenHelp(UI_ACT_WIKI_ZELMONT_HUB);
 }
 
+// The manual comes with the program, the wikis with the web.
 void MainWindow::_SlotOnActManualKorvane() {
   const QFileInfo file{QString(UI_MANUAL_PATH)};
   const std::string absolute = QDir::toNativeSeparators(file.absoluteFilePath()).toStdString();

@@ -34,6 +34,8 @@ DataWindowHandle* MainWindow::FindHandle(const APP_DATA_WINDOW* pWindow) const {
   return it == m_Handles.end() ? nullptr : it->get();
 }
 
+// Looks whether files were changed by other programs. Not while the window closes, since a question
+// about a file would be the last thing to see.
 void MainWindow::CheckFocus(APP_DATA_WINDOW* pWindow) {
   if (isEnabled() && m_DataWindowCheckOn && !m_IsClosing && !m_HasEnded && !m_IsCreatingWindow) {
     APP_PostCheckForFileModifications(pWindow, this);
@@ -79,6 +81,7 @@ void MainWindow::_SlotOnDataWindowClose() {
   APP_PostUpdateMenuBar();
 }
 
+// An edited image has unsaved changes now.
 void MainWindow::_SlotOnDataWindowUpdate() {
   APP_PostUpdateMenuBar();
 }
@@ -111,6 +114,8 @@ void MainWindow::dropEvent(QDropEvent* pEvent) {
   pEvent->acceptProposedAction();
 }
 
+// The first time the window takes the size that its parts would like to have, and the area is free
+// from then on.
 void MainWindow::FitWindow() {
   const QSize area = m_pArea->size();
   if (m_FirstResize) {

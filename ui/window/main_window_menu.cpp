@@ -101,6 +101,7 @@ void MainWindow::CreateMenuRow(const UI_ACTION_ROW& row) {
   m_apAction[row.Action] = pAction;
 }
 
+// Also when a dock was shown or hidden by other means than its row.
 void MainWindow::_SlotOnMenuBarUpdate() {
   SYS_MUTEX_Lock(m_Lock, SYS_INFINITE);
   const MENU_STATE state = m_Request.MenuState;
@@ -157,6 +158,7 @@ void MainWindow::ShowRecent(UI_MENU Menu, const std::array<std::string, APP_NUM_
   }
 }
 
+// A dock behind another one comes to the front.
 void MainWindow::ShowDock(QDockWidget* pDock, bool OnOff) {
   pDock->setVisible(OnOff);
   if (OnOff) {

@@ -1,4 +1,7 @@
 // The services of the main window for the application thread: store, send a signal, perhaps wait.
+//
+// What a request points to belongs to the waiting job, so the GUI thread uses it without a copy
+// until it has set the event, and not any more afterwards.
 #include <cstdio>
 #include <cstring>
 
@@ -13,6 +16,7 @@ namespace {
 
 constexpr u32 kMailRetryMs = 1;
 
+// The core's lists may change as soon as the call has returned.
 void CopyPaths(const char* const (&apPaths)[APP_NUM_RECENT],
                std::array<std::string, APP_NUM_RECENT>* pCopies) {
   for (u32 i = 0; i < APP_NUM_RECENT; ++i) {
@@ -40,6 +44,7 @@ void MainWindow::AskGui(SYS_HANDLE* phDone, const std::function<void()>& fill, S
   SYS_CloseHandle(hDone);
 }
 
+// The preset answer is that of a box closed by its frame: the caller's RejectResult.
 void MainWindow::ShowMsgBox(MSGBOX_INFO* pInfo) {
   if (m_IsUnattended) {
     AnswerUnattended(pInfo);
@@ -104,6 +109,7 @@ int MainWindow::ShowFileDialogSave(const char* sTitle, const char* sFilters, con
                  BufSize);
 }
 
+// The core holds APP_LOCK meanwhile, which no slot takes.
 APP_DATA_WINDOW* MainWindow::CreateDataWindow(MEMAREA* pArea, const char* sTitle, bool ReadOnly,
                                               bool BigEndian) {
   auto& request = m_Request.CreateWindow;
@@ -141,6 +147,7 @@ void MainWindow::OnWindowForgotten(void* pOwner, APP_DATA_WINDOW* pWindow) {
   Q_EMIT static_cast<MainWindow*>(pOwner)->_SignalDataWindowForgotten(pWindow);
 }
 
+// Title and texts change many times in one turn of the event loop, and one look at them is enough.
 void MainWindow::RequestGuiUpdate() {
   if (!m_IsUpdatePending.exchange(true)) {
     Q_EMIT _SignalUpdateGUI();
@@ -223,6 +230,8 @@ void MainWindow::FinishAsyncInit() {
   Q_EMIT _SignalFinAsyncAppInit();
 }
 
+// The record is the job's at once. Its dialog follows as soon as the GUI thread reads the mail and
+// starts with whatever the job has written by then.
 PROGRESS_INFO* MainWindow::CreateProgressDialog(const char* sTitle, const char* sText, u32 Flags) {
   {
     SYS_LOCK_GUARD lock(m_Lock);
@@ -263,6 +272,7 @@ void MainWindow::SendMail(const GUI_MAIL& mail) {
   Q_EMIT _SignalOnNewMail();
 }
 
+// Any thread. The view has its own locked buffer and asks the GUI thread to follow by itself.
 void MainWindow::AddLogLine(const char* sText) {
   if (m_IsUnattended) {
     std::string plain(std::strlen(sText) + 1, '\0');
