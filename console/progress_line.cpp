@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
+#include "app/engine/progress_text.h"
 #include "sys/util_format.h"
 #include "sys/util_string.h"
 
 namespace {
 
-constexpr u32 kShowRateFromMs = 1000;
 constexpr char kEscape = '\x1b';
 
 // Texts may have several lines; the terminal has one.
@@ -18,34 +18,6 @@ std::string OneLine(std::string text) {
     }
   }
   return text;
-}
-
-std::string FormatRate(u64 perSecond, bool isBytes) {
-  char acText[32];
-  if (!isBytes) {
-    UTIL_snprintf64(acText, sizeof acText, "%llu/s", perSecond);
-  } else if (perSecond >= 1000000) {
-    UTIL_snprintf64(acText, sizeof acText, "%llu.%llu MB/s", perSecond / 1000000,
-                    perSecond / 100000 % 10);
-  } else {
-    UTIL_snprintf64(acText, sizeof acText, "%llu.%llu kB/s", perSecond / 1000,
-                    perSecond / 100 % 10);
-  }
-  return acText;
-}
-
-std::string FormatRateAndRest(const CONSOLE_PROGRESS& progress, u32 elapsedMs) {
-  const u64 done = progress.Value - progress.Min;
-  const u64 rest = progress.Max - progress.Value;
-  if (elapsedMs < kShowRateFromMs || done == 0) {
-    return {};
-  }
-  const u64 secondsLeft = rest * elapsedMs / done / 1000;
-  char acLeft[48];
-  UTIL_snprintf(acLeft, sizeof acLeft, "%d:%02d left", static_cast<u32>(secondsLeft / 60),
-                static_cast<u32>(secondsLeft % 60));
-  return "  " + FormatRate(done * 1000 / elapsedMs, (progress.Flags & PROGRESS_BYTES) != 0) + "  " +
-         acLeft;
 }
 
 }  // namespace
@@ -63,7 +35,13 @@ std::string CONSOLE_FormatProgress(const CONSOLE_PROGRESS& progress, u32 elapsed
   const u64 percent = range == 0 ? 0 : (clamped.Value - clamped.Min) * u64{100} / range;
   char acPercent[16];
   UTIL_snprintf(acPercent, sizeof acPercent, "  %3d %%", static_cast<u32>(percent));
-  std::string line = OneLine(clamped.Text) + acPercent + FormatRateAndRest(clamped, elapsedMs);
+  std::string line = OneLine(clamped.Text) + acPercent;
+  const std::string rate =
+      PROGRESS_FormatRate(clamped.Value - clamped.Min, clamped.Max - clamped.Value, elapsedMs,
+                          (clamped.Flags & PROGRESS_BYTES) != 0);
+  if (!rate.empty()) {
+    line += "  " + rate;
+  }
   if (!clamped.SubText.empty()) {
     line += "  " + OneLine(clamped.SubText);
   }
