@@ -81,6 +81,26 @@ TEST(MsgBox, CopiesItsTexts) {
   EXPECT_TRUE(QTest::qWaitFor([&] { return pBox.isNull(); }));
 }
 
+// A box larger than the screen could not be answered.
+TEST(MsgBox, StaysOnTheScreen) {
+  const std::string wide = "Could not open file " + std::string(3000, 'x') + ".";
+  std::string high;
+  for (int i = 0; i < 500; ++i) {
+    high += "line\n";
+  }
+  for (const std::string& text : {wide, high}) {
+    MSGBOX_INFO info = MakeBox("O.K.", nullptr);
+    info.sText = text.c_str();
+    QPointer<DIALOG_CustMsgBox> pBox = new DIALOG_CustMsgBox(nullptr, &info);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(pBox));
+    const QSize screen = pBox->screen()->availableSize();
+    EXPECT_LE(pBox->width(), screen.width());
+    EXPECT_LE(pBox->height(), screen.height());
+    pBox->close();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return pBox.isNull(); }));
+  }
+}
+
 TEST(Progress, FollowsItsRecordAndCancels) {
   PROGRESS_INFO* pInfo = PROGRESS_Create("Title", "Programming ...", 0);
   ASSERT_NE(pInfo, nullptr);
@@ -101,6 +121,9 @@ TEST(Progress, FollowsItsRecordAndCancels) {
   EXPECT_TRUE(QTest::qWaitFor([&] { return !dialog.findChild<QLabel*>("SubText")->isVisible(); }));
   EXPECT_EQ(dialog.size(), largest) << "the dialog only grows";
 
+  PROGRESS_SetRange(pInfo, 0, 200);
+  PROGRESS_SetValue(pInfo, 201);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return pBar->value() == 200; })) << "more than all is all";
   PROGRESS_SetRange(pInfo, 0, 0);
   QCoreApplication::processEvents();
   EXPECT_GT(pBar->maximum(), pBar->minimum()) << "an empty range must not look busy without end";
@@ -165,6 +188,44 @@ TEST(DockTitle, ElidesAndFloats) {
   EXPECT_TRUE(QTest::qWaitFor([&] { return pFloat->isVisible(); }));
   QTest::mouseClick(pDock->findChild<QToolButton*>("CloseButton"), Qt::LeftButton);
   EXPECT_FALSE(pDock->isVisible());
+}
+
+// The user types a name into the save dialog; what it asks is answered with Yes.
+TEST(FileDialogs, NamesAndTheirEndings) {
+  QTemporaryDir folder;
+  QFile old(folder.filePath("old.hex"));
+  ASSERT_TRUE(old.open(QIODevice::WriteOnly));
+  struct ROW {
+    const char* sTyped;
+    u32 BufSize;
+    const char* sExpected;  // empty: none
+  };
+  const ROW rows[] = {
+      {"new", 512, "new.hex"},
+      {"new.mot", 512, "new.mot"},
+      {"old", 512, "old.hex"},
+      {"new", 10, ""},
+  };
+  for (const ROW& row : rows) {
+    QTimer user;
+    QObject::connect(&user, &QTimer::timeout, [&] {
+      QWidget* pModal = QApplication::activeModalWidget();
+      if (auto* pBox = qobject_cast<QMessageBox*>(pModal); pBox != nullptr) {
+        pBox->buttons().first()->click();
+      } else if (auto* pDialog = qobject_cast<QFileDialog*>(pModal); pDialog != nullptr) {
+        pDialog->findChild<QLineEdit*>("fileNameEdit")->setText(row.sTyped);
+        QTest::keyClick(pDialog->findChild<QLineEdit*>("fileNameEdit"), Qt::Key_Return);
+      }
+    });
+    user.start(5);
+    char ac[512] = "";
+    const int result =
+        QTHelper_GetSaveFileName(nullptr, ac, row.BufSize, "Save", folder.path().toUtf8(),
+                                 "Intel Hex file (*.hex);;Any (*.*)", nullptr);
+    const bool isName = row.sExpected[0] != 0;
+    EXPECT_EQ(result, isName ? 0 : -1) << row.sTyped;
+    EXPECT_EQ(QString(ac), isName ? folder.filePath(row.sExpected) : QString());
+  }
 }
 
 // Every icon draws something at both scales, and differs from the others.

@@ -33,6 +33,9 @@ TEST(RichText, IsCutBetweenPieces) {
   EXPECT_EQ(UI_MakeRichText("ab&c", 6), "ab");
   EXPECT_EQ(UI_MakeRichText("ab&c", 7), "ab&amp;");
   EXPECT_EQ(UI_MakeRichText("x http://a y", 20), "x ");
+  EXPECT_EQ(UI_MakeRichText("x\xC3\xBCy", 2), "x");
+  EXPECT_EQ(UI_CutText("x\xC3\xBC", 2), "x");
+  EXPECT_EQ(UI_CutText("x\xC3\xBC", 3), "x\xC3\xBC");
 }
 
 TEST(RichText, CopiedBox) {
@@ -43,7 +46,7 @@ TEST(RichText, CopiedBox) {
 }
 
 TEST(RichText, ClosingTitle) {
-  EXPECT_EQ(UI_MakeClosingTitle("T", 5000), "T (closing in 6 seconds)");
+  EXPECT_EQ(UI_MakeClosingTitle("T", 5000), "T (closing in 5 seconds)");
   EXPECT_EQ(UI_MakeClosingTitle("T", 11), "T (closing in 1 seconds)");
   EXPECT_EQ(UI_MakeClosingTitle("T", 10), "T (closing now)");
 }

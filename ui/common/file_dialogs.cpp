@@ -7,9 +7,18 @@ namespace {
 
 // What the dialogs give is kept only if the buffer takes all of it: a name cut short names another
 // file.
-int StoreName(const QString& sName, char* pBuf, u32 BufSize) {
+int StoreName(QWidget* pParent, const QString& sTitle, const QString& sName, char* pBuf,
+              u32 BufSize) {
   const QByteArray name = QDir::toNativeSeparators(sName).toLocal8Bit();
-  if (sName.isEmpty() || static_cast<u32>(name.size()) >= BufSize) {
+  if (static_cast<u32>(name.size()) >= BufSize) {
+    QMessageBox::warning(
+        pParent, sTitle,
+        QString("The path is too long.\nIt has %1 bytes, the longest that can be used has %2.")
+            .arg(name.size())
+            .arg(BufSize - 1));
+    return -1;
+  }
+  if (name.isEmpty()) {
     return -1;
   }
   UTIL_snprintf(pBuf, BufSize, "%s", name.constData());
@@ -33,7 +42,8 @@ int AskName(QWidget* pParent, QFileDialog::AcceptMode Mode, char* pBuf, u32 BufS
   const QString start = QTHelper_FromLocal8Bit(sStartPath != nullptr ? sStartPath : "");
   const QString filters = QTHelper_FromLocal8Bit(sFilters != nullptr ? sFilters : "");
   if (Mode == QFileDialog::AcceptOpen) {
-    return StoreName(QFileDialog::getOpenFileName(pParent, title, start, filters, &selected), pBuf,
+    return StoreName(pParent, title,
+                     QFileDialog::getOpenFileName(pParent, title, start, filters, &selected), pBuf,
                      BufSize);
   }
   const QString name = QFileDialog::getSaveFileName(pParent, title, start, filters, &selected);
@@ -42,7 +52,7 @@ int AskName(QWidget* pParent, QFileDialog::AcceptMode Mode, char* pBuf, u32 BufS
   if (name.isEmpty() || (fullName != name && !MayReplace(pParent, title, fullName))) {
     return -1;
   }
-  return StoreName(fullName, pBuf, BufSize);
+  return StoreName(pParent, title, fullName, pBuf, BufSize);
 }
 
 }  // namespace
@@ -57,10 +67,13 @@ QString QTHelper_FromLocal8Bit(const char* sText) {
 
 int QTHelper_SelectDir(QWidget* pParent, char* pBuf, u32 BufSize, const char* sTitle,
                        const char* sStartPath) {
-  return StoreName(QFileDialog::getExistingDirectory(pParent, QTHelper_FromLocal8Bit(sTitle),
-                                                     QTHelper_FromLocal8Bit(sStartPath),
-                                                     QFileDialog::ShowDirsOnly),
-                   pBuf, BufSize);
+  const QString title = QTHelper_FromLocal8Bit(sTitle);
+  return StoreName(
+      pParent, title,
+      QFileDialog::getExistingDirectory(
+          pParent, title, QTHelper_FromLocal8Bit(sStartPath != nullptr ? sStartPath : ""),
+          QFileDialog::ShowDirsOnly),
+      pBuf, BufSize);
 }
 
 int QTHelper_GetOpenFileName(QWidget* pParent, char* pBuf, u32 BufSize, const char* sTitle,

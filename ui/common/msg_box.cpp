@@ -84,12 +84,36 @@ void DIALOG_CustMsgBox::AddText(QGridLayout* pGrid) {
   m_pText->setTextInteractionFlags(
       Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard |
       (m_pInfo->TextSelectable != 0 ? Qt::TextSelectableByMouse : Qt::NoTextInteraction));
-  // A long line breaks instead of leaving the screen.
-  if (m_pText->sizeHint().width() > kMaxTextWidth) {
+  pGrid->addWidget(FitText(), 0, 1);
+}
+
+// A long line breaks at its blanks. What is still too large for the screen scrolls, since a box
+// whose buttons lie outside couldn't be answered.
+QWidget* DIALOG_CustMsgBox::FitText() {
+  QTextDocument document;
+  document.setDocumentMargin(0);
+  document.setDefaultFont(m_pText->font());
+  document.setDefaultTextOption(QTextOption(m_pText->alignment()));  // breaks at words, like labels
+  document.setHtml(m_pText->text());
+  if (document.idealWidth() > kMaxTextWidth) {
+    document.setTextWidth(kMaxTextWidth);
     m_pText->setWordWrap(true);
-    m_pText->setFixedWidth(kMaxTextWidth);
+    m_pText->setFixedWidth(std::max(kMaxTextWidth, qCeil(document.idealWidth())));
+    document.setTextWidth(m_pText->width());
   }
-  pGrid->addWidget(m_pText, 0, 1);
+  const QSize size = document.size().toSize();
+  const QSize room = screen()->availableSize() * 2 / 3;
+  if (size.width() <= room.width() && size.height() <= room.height()) {
+    return m_pText;
+  }
+  auto* pScroll = new QScrollArea(this);
+  pScroll->setObjectName("TextArea");
+  pScroll->setFrameShape(QFrame::NoFrame);
+  pScroll->setWidgetResizable(true);
+  pScroll->setWidget(m_pText);
+  const int bar = style()->pixelMetric(QStyle::PM_ScrollBarExtent) + 2;
+  pScroll->setFixedSize((size + QSize(bar, bar)).boundedTo(room));
+  return pScroll;
 }
 
 void DIALOG_CustMsgBox::AddButtons(QGridLayout* pGrid) {
@@ -121,6 +145,9 @@ void DIALOG_CustMsgBox::FitTitle() {
 }
 
 void DIALOG_CustMsgBox::CloseWith(u32 Result) {
+  if (m_pInfo == nullptr) {
+    return;  // closed already, about to be deleted
+  }
   m_pInfo->Result = Result;
   m_IsAnswered = true;
   close();
@@ -158,8 +185,8 @@ void DIALOG_CustMsgBox::closeEvent(QCloseEvent* pEvent) {
 
 void DIALOG_CustMsgBox::_SlotOnTimer() {
   const bool isOver = m_pInfo->TimeoutMs <= kTimerMs;
-  setWindowTitle(QString::fromStdString(UI_MakeClosingTitle(
-      m_sTitle.toStdString(), isOver ? m_pInfo->TimeoutMs : m_pInfo->TimeoutMs - kTimerMs)));
+  setWindowTitle(
+      QString::fromStdString(UI_MakeClosingTitle(m_sTitle.toStdString(), m_pInfo->TimeoutMs)));
   FitTitle();
   if (isOver) {
     m_pInfo->TimeoutMs = 0;
@@ -175,7 +202,6 @@ void DIALOG_CustMsgBox::_SlotOnCopy() {
     buttons.push_back(pButton->text().toStdString());
   }
   const QString plain = QTextDocumentFragment::fromHtml(m_pText->text()).toPlainText();
-  std::string text = UI_MakeCopyText(m_sTitle.toStdString(), plain.toStdString(), buttons);
-  text.resize(std::min(text.size(), kMaxCopyText));
-  QApplication::clipboard()->setText(QString::fromStdString(text));
+  const std::string text = UI_MakeCopyText(m_sTitle.toStdString(), plain.toStdString(), buttons);
+  QApplication::clipboard()->setText(QString::fromStdString(UI_CutText(text, kMaxCopyText)));
 }

@@ -28,6 +28,7 @@ class DIALOG_CustMsgBox : public QDialog {
  private:
   void AddIcon(QGridLayout* pGrid);
   void AddText(QGridLayout* pGrid);
+  QWidget* FitText();
   void AddButtons(QGridLayout* pGrid);
   void CloseWith(u32 Result);
   void FitTitle();

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "app/engine/progress_text.h"
 #include "ui/common/qt_helper.h"
 
 namespace {
@@ -42,6 +43,7 @@ ProgressDialog::ProgressDialog(QWidget* pParent, PROGRESS_INFO* pInfo)
   setWindowTitle(QTHelper_FromLocal8Bit(pInfo->sTitle));
   const u32 flags = pInfo->Flags;
   SYS_MUTEX_Unlock(pInfo->Lock);
+  m_SinceStart.start();
   m_Largest = QSize(QTHelper_GetTextWidth(this, windowTitle()) + kTitleSpace, 0);
   connect(this, &ProgressDialog::_SignalUpdateGUI, this, &ProgressDialog::_SlotOnUpdateGUI,
           Qt::QueuedConnection);
@@ -73,22 +75,38 @@ void ProgressDialog::_SlotOnUpdateGUI() {
   SYS_MUTEX_Lock(m_pInfo->Lock, SYS_INFINITE);
   std::memcpy(m_Shown.sText, m_pInfo->sText, sizeof(m_Shown.sText));
   std::memcpy(m_Shown.sSubText, m_pInfo->sSubText, sizeof(m_Shown.sSubText));
+  const u32 oldValue = m_Shown.Value;
+  const bool isNewRange = m_Shown.Min != m_pInfo->Min || m_Shown.Max != m_pInfo->Max;
   m_Shown.Value = m_pInfo->Value;
   m_Shown.Min = m_pInfo->Min;
   m_Shown.Max = m_pInfo->Max;
+  m_Shown.Flags = m_pInfo->Flags;
   SYS_MUTEX_Unlock(m_pInfo->Lock);
+  if (isNewRange || m_Shown.Value < oldValue) {
+    m_SinceStart.start();
+  }
   m_pText->setText(QTHelper_FromLocal8Bit(m_Shown.sText));
   m_pText->setHidden(m_Shown.sText[0] == 0);
   m_pSubText->setText(QTHelper_FromLocal8Bit(m_Shown.sSubText));
   m_pSubText->setHidden(m_Shown.sSubText[0] == 0);
-  // A range of nothing would show the bar as busy without end.
-  const u32 max = m_Shown.Max;
-  const int min = std::min(ToBar(m_Shown.Min, max), 0x7FFFFFFE);
-  m_pBar->setRange(min, std::max(ToBar(max, max), min + 1));
-  m_pBar->setValue(ToBar(m_Shown.Value, max));
+  ShowBar();
   // The dialog only grows, so that changing texts don't make it jitter.
   m_Largest = m_Largest.expandedTo(sizeHint());
   setFixedSize(m_Largest);
+}
+
+// The record may hold a value outside the range; the bar would ignore it.
+void ProgressDialog::ShowBar() {
+  const u32 max = m_Shown.Max;
+  const u32 value = std::clamp(m_Shown.Value, std::min(m_Shown.Min, max), max);
+  // A range of nothing would show the bar as busy without end.
+  const int min = std::min(ToBar(m_Shown.Min, max), 0x7FFFFFFE);
+  m_pBar->setRange(min, std::max(ToBar(max, max), min + 1));
+  m_pBar->setValue(ToBar(value, max));
+  const std::string rate = PROGRESS_FormatRate(value - std::min(m_Shown.Min, value), max - value,
+                                               static_cast<u32>(m_SinceStart.elapsed()),
+                                               (m_Shown.Flags & PROGRESS_BYTES) != 0);
+  m_pBar->setFormat(rate.empty() ? QString("%p%") : "%p%    " + QString::fromStdString(rate));
 }
 
 void ProgressDialog::_SlotOnRejected() {

@@ -28,11 +28,14 @@ class ProgressDialog : public QDialog {
     char sSubText[256];
     char sText[256];
     u32 Value, Min, Max;
+    u32 Flags;
   };
+  void ShowBar();
   static void OnRefresh(PROGRESS_INFO* pInfo, void* pContext);
 
   PROGRESS_INFO* m_pInfo;
   SNAPSHOT m_Shown = {};
+  QElapsedTimer m_SinceStart;           // of the present range
   std::atomic<bool> m_IsAsked = false;  // a refresh is on its way: one signal serves many changes
   QLabel* m_pText;
   QLabel* m_pSubText;

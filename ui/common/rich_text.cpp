@@ -2,10 +2,12 @@
 
 #include <algorithm>
 
+#include "sys/util_string.h"
+
 namespace {
 
 constexpr char kSeparator[] = "---------------------------\r\n";
-constexpr i32 kLastTick = 11;
+constexpr i32 kTickMs = 10;
 
 // Length of the scheme when an address starts here, else 0.
 size_t GetSchemeLength(std::string_view text) {
@@ -88,12 +90,20 @@ std::string UI_MakeRichText(std::string_view text, size_t limit) {
       piece = Escape(text[i], i + 1 < text.size() && text[i + 1] == '\n');
     }
     if (result.size() + piece.size() > limit) {
+      result.resize(UTIL_CutUtf8(result.c_str(), static_cast<u32>(result.size())));
       break;
     }
     result += piece;
     i += std::max<size_t>(link.NumChars, 1);
   }
   return result;
+}
+
+std::string UI_CutText(std::string text, size_t limit) {
+  if (text.size() >= limit) {
+    text.resize(UTIL_CutUtf8(text.c_str(), static_cast<u32>(limit)));
+  }
+  return text;
 }
 
 std::string UI_MakeCopyText(std::string_view title, std::string_view text,
@@ -112,10 +122,10 @@ std::string UI_MakeCopyText(std::string_view title, std::string_view text,
 
 std::string UI_MakeClosingTitle(std::string_view title, i32 timeoutMs) {
   const std::string name(title);
-  if (timeoutMs < kLastTick) {
+  if (timeoutMs <= kTickMs) {
     return name + " (closing now)";
   }
-  return name + " (closing in " + std::to_string(timeoutMs / 1000 + 1) + " seconds)";
+  return name + " (closing in " + std::to_string((timeoutMs - kTickMs) / 1000 + 1) + " seconds)";
 }
 
 std::string UI_AddFilterExtension(const std::string& name, std::string_view filter) {
