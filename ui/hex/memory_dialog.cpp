@@ -33,6 +33,11 @@ constexpr MODE_TEXTS kModes[] = {
     {"Fill Memory", "Fill", "Fill Value:", UI_ICON::Fill},
 };
 
+// What doesn't parse would count as address 0: it can't be typed.
+QValidator* MakeHexValidator(QLineEdit* pEdit) {
+  return new QRegularExpressionValidator(QRegularExpression("(0[xX])?[0-9A-Fa-f]{0,16}"), pEdit);
+}
+
 }  // namespace
 
 CMemDialog::CMemDialog(QWidget* pParent, int Mode, const QString& sFile)
@@ -67,6 +72,9 @@ CMemDialog::CMemDialog(QWidget* pParent, int Mode, const QString& sFile)
   connect(m_pEditBoxEndAddr, &QLineEdit::textEdited, this,
           &CMemDialog::OnEditboxEndAddrTextChanged);
   connect(m_pEditBoxSize, &QLineEdit::textEdited, this, &CMemDialog::OnEditboxNumBytesTextChanged);
+  for (QLineEdit* pEdit : {m_pEditBoxAddr, m_pEditBoxEndAddr, m_pEditBoxSize}) {
+    pEdit->setValidator(MakeHexValidator(pEdit));
+  }
   SetMode();
   SetGenericValue(Mode == MEM_DIALOG_FILL ? QString("0") : sFile);
 }
@@ -112,8 +120,7 @@ void CMemDialog::SetMode() {
   }
   resize(kWidthDigits * QTHelper_GetTextWidth(this, "0"), sizeHint().height());
   if (m_Mode == MEM_DIALOG_FILL) {
-    m_pEditBoxGenVal->setValidator(new QRegularExpressionValidator(
-        QRegularExpression("(0[xX])?[0-9A-Fa-f]{0,16}"), m_pEditBoxGenVal));
+    m_pEditBoxGenVal->setValidator(MakeHexValidator(m_pEditBoxGenVal));
   }
 }
 
