@@ -70,6 +70,15 @@ int DATAFILE_Load(MEMAREA* pArea, FILE_REPORT* pfReport, void* pContext, const c
   if (!FILE_FindFormat(pFileName, &format)) {
     return RefuseType(report, pFileName);
   }
+  // A device or a pipe might never answer, or never end.
+  const u32 attributes = SYS_FILE_GetAttributes(pFileName);
+  if (attributes != SYS_ATTR_INVALID && (attributes & SYS_ATTR_DEVICE) != 0) {
+    char text[FILE_TEXT_SIZE];
+    UTIL_snprintf(text, sizeof(text), "Could not open file [%s]\nIt is a device or a pipe.",
+                  pFileName);
+    report.Error(text);
+    return -1;
+  }
   if (format == FILE_FORMAT::Binary) {
     return MEMAREA_LoadBin(pArea, pFileName, StartAddr, pfReport, pContext);
   }

@@ -135,6 +135,9 @@ int RunList(const std::vector<std::string>& list, u32 pass) {
     }
     const u32 wordLen = static_cast<u32>(UTIL_strlen(pOption->sWord));
     const int result = RunHandler(*pOption, list[i].c_str() + wordLen, pass);
+    if (result < 0) {
+      APP_LogInfof("CMDLINE: Stopped at option [%s]", list[i].c_str());
+    }
     if (result != 0) {
       return result;
     }

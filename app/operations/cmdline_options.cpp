@@ -6,6 +6,7 @@
 #include "app/engine/frontend.h"
 #include "app/engine/log.h"
 #include "app/operations/cmdline.h"
+#include "app/operations/cmdline_numbers.h"
 #include "app/operations/data_edit.h"
 #include "app/operations/data_internal.h"
 #include "app/operations/data_ops.h"
@@ -27,33 +28,11 @@
 
 namespace {
 
-int Fail(const char* sText) {
-  APP_State().ExitCode = 1;
-  APP_LogError(sText);
-  return -1;
-}
+constexpr char kAddrIgnored[] = "SAddr is ignored for filetypes other than .bin";
 
-bool SkipComma(const char** ppText) {
-  UTIL_SkipSpaces(ppText);
-  if (**ppText != ',') {
-    return false;
-  }
-  ++*ppText;
-  return true;
-}
-
-// "<first>,<last>" in hexadecimal.
-int ParseRange(const char** ppText, u64* pFirst, u64* pLast) {
-  if (UTIL_ParseHex64(ppText, pFirst) != 0) {
-    return Fail("Start address is missing or not a hexadecimal number");
-  }
-  if (!SkipComma(ppText)) {
-    return Fail("Separator has to be ','");
-  }
-  if (UTIL_ParseHex64(ppText, pLast) != 0) {
-    return Fail("End address is missing or not a hexadecimal number");
-  }
-  return 0;
+// The only number that is given, which ends the argument.
+int ParseLastHex(const char* sText, const char* sWhat, u64* pValue) {
+  return CMDLINE_ParseHex(&sText, sWhat, pValue) == 0 ? CMDLINE_ExpectEnd(sText) : -1;
 }
 
 }  // namespace
@@ -93,11 +72,11 @@ int CMDLINE_OnOpen(const char* sText, u32 /*WordLen*/, u32 pass) {
     return -1;
   }
   u64 startAddr = 0;
-  if (SkipComma(&sText)) {
+  if (CMDLINE_SkipComma(&sText)) {
     if (!DATA_HasExt(acFile, ".bin")) {
-      APP_LogWarning("SAddr is ignored for filetypes other than .bin");
-    } else if (UTIL_ParseHex64(&sText, &startAddr) != 0) {
-      return Fail("Start address is missing or not a hexadecimal number");
+      APP_LogWarning(kAddrIgnored);
+    } else if (ParseLastHex(sText, "Start address", &startAddr) != 0) {
+      return -1;
     }
   }
   return APP_OpenFile(acFile, startAddr, true);
@@ -115,8 +94,14 @@ int CMDLINE_OnSaveAs(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
   const bool takesRange = DATA_HasExt(acFile, ".bin") || DATA_HasExt(acFile, ".c");
   u64 firstAddr = MEMAREA_GetMinAddr(pRow->pArea);
   u64 lastAddr = MEMAREA_GetMaxAddr(pRow->pArea);
-  if (takesRange && SkipComma(&sText) && ParseRange(&sText, &firstAddr, &lastAddr) != 0) {
-    return -1;
+  if (CMDLINE_SkipComma(&sText)) {
+    if (!takesRange) {
+      APP_LogWarning("The range is ignored for filetypes other than .bin and .c");
+    } else if (CMDLINE_ParseRange(sText, &firstAddr, &lastAddr) != 0) {
+      return -1;
+    } else if (lastAddr < firstAddr) {
+      return CMDLINE_Fail("The end address lies below the start address");
+    }
   }
   return APP_SaveDataFile(pRow->hWindow, acFile, firstAddr, lastAddr, takesRange);
 }
@@ -177,7 +162,7 @@ int CMDLINE_OnReadChip(const char* /*sText*/, u32 /*WordLen*/, u32 /*Pass*/) {
 int CMDLINE_OnReadRange(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
   u64 firstAddr = 0;
   u64 lastAddr = 0;
-  if (ParseRange(&sText, &firstAddr, &lastAddr) != 0) {
+  if (CMDLINE_ParseRange(sText, &firstAddr, &lastAddr) != 0) {
     return -1;
   }
   char acTitle[96];
@@ -222,30 +207,39 @@ int CMDLINE_OnMerge(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
     return -1;
   }
   u64 addr = 0;
-  if (DATA_HasExt(acFile, ".bin")) {
-    if (!SkipComma(&sText)) {
-      return Fail("Separator has to be ','");
+  const bool hasComma = CMDLINE_SkipComma(&sText);
+  if (!DATA_HasExt(acFile, ".bin")) {
+    if (hasComma) {
+      APP_LogWarning(kAddrIgnored);
     }
-    if (UTIL_ParseHex64(&sText, &addr) != 0) {
-      return Fail("Start address is missing or not a hexadecimal number");
-    }
+  } else if (!hasComma) {
+    return CMDLINE_Fail("Separator has to be ','");
+  } else if (ParseLastHex(sText, "Start address", &addr) != 0) {
+    return -1;
   }
   const DATA_WINDOW_INFO* pRow = APP_GetFocusedDataWindow();
   if (pRow == nullptr) {
     return 0;
   }
-  return APP_MergeDataFile(pRow->hWindow, acFile, static_cast<i64>(addr));
+  return APP_MergeDataFile(pRow->hWindow, acFile, &addr);
 }
 
-// Text without digits takes the last offset of this run again.
+// Text without digits takes the last offset of this run again. Only 32 bits of an offset count.
 int CMDLINE_OnRelocate(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
-  static u32 lastOffset = 0;  // application thread only
-  u32 offset = 0;
-  if (UTIL_ParseHex32(&sText, &offset) == 0) {
-    lastOffset = offset;
+  static i32 lastOffset = 0;  // application thread only
+  u64 offset = 0;
+  if (UTIL_ParseHex64(&sText, &offset) == 0) {
+    if (CMDLINE_ExpectEnd(sText) != 0) {
+      return -1;
+    }
+    lastOffset = static_cast<i32>(offset);
+    if (static_cast<u64>(i64{lastOffset}) != offset && offset > 0xFFFFFFFF) {
+      APP_LogWarning("The offset has more than 32 bits: its upper part is not used.");
+    }
+  } else {
+    APP_LogWarning("No offset is given: the last one of this run is used.");
   }
-  const i32 signedOffset = static_cast<i32>(lastOffset);
-  return APP_RelocateData(&signedOffset);
+  return APP_RelocateData(&lastOffset);
 }
 
 int CMDLINE_OnDelRange(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
@@ -257,14 +251,20 @@ int CMDLINE_OnEliminate(const char* /*sText*/, u32 /*WordLen*/, u32 /*Pass*/) {
 }
 
 int CMDLINE_OnGenerateTestData(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
-  u32 numBytes = 0;
-  if (UTIL_ParseHex32(&sText, &numBytes) != 0) {
-    return Fail("The size of the test data is missing or not a hexadecimal number");
+  u64 numBytes = 0;
+  if (CMDLINE_ParseHex(&sText, "The size of the test data", &numBytes) != 0) {
+    return -1;
   }
-  if (SkipComma(&sText)) {
-    return Fail("Only option <size> allowed for test data generation.");
+  if (CMDLINE_SkipComma(&sText)) {
+    return CMDLINE_Fail("Only option <size> allowed for test data generation.");
   }
-  return APP_ShowTestData(numBytes);
+  if (CMDLINE_ExpectEnd(sText) != 0) {
+    return -1;
+  }
+  if (numBytes > 0xFFFFFFFF) {
+    return CMDLINE_Fail("The size of the test data has more than 32 bits");
+  }
+  return APP_ShowTestData(static_cast<u32>(numBytes));
 }
 
 int CMDLINE_OnSaveCfg(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {

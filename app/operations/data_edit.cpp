@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 
-#include "app/engine/app_state.h"
 #include "app/engine/locks.h"
 #include "app/engine/log.h"
+#include "app/operations/cmdline_numbers.h"
 #include "app/operations/data_internal.h"
 #include "app/operations/data_ops.h"
 #include "app/operations/data_windows.h"
@@ -41,13 +41,13 @@ void Redraw(const DATA_WINDOW_INFO& row) {
   APP_UpdateMenuBar();
 }
 
-bool ChooseMergeAddr(const char* sFile, i64 startAddr) {
+bool ChooseMergeAddr(const char* sFile, const u64* pStartAddr) {
   u64& mergeAddr = Remembered().MergeAddr;
   if (DATA_HasOwnAddresses(sFile)) {
     return true;
   }
-  if (startAddr >= 0) {
-    mergeAddr = static_cast<u64>(startAddr);
+  if (pStartAddr != nullptr) {
+    mergeAddr = *pStartAddr;
     return true;
   }
   return DATA_AskStartAddr(nullptr, " Enter start address", &mergeAddr) == 0;
@@ -103,27 +103,6 @@ int MergeLoaded(const DATA_WINDOW_INFO& row, MEMAREA* pNew) {
   return 0;
 }
 
-int FailArgs(const char* sText) {
-  APP_State().ExitCode = 1;
-  APP_LogError(sText);
-  return -1;
-}
-
-int ParseDeleteArgs(const char* sArgs, u64* pFirst, u64* pLast) {
-  if (UTIL_ParseHex64(&sArgs, pFirst) != 0) {
-    return FailArgs("Start address is missing or not a hexadecimal number");
-  }
-  UTIL_SkipSpaces(&sArgs);
-  if (*sArgs != ',') {
-    return FailArgs("Separator has to be ','");
-  }
-  ++sArgs;
-  if (UTIL_ParseHex64(&sArgs, pLast) != 0) {
-    return FailArgs("End address is missing or not a hexadecimal number");
-  }
-  return 0;
-}
-
 // A counter of 32 bits, little-endian, that runs on from Start.
 void FillCounter(std::array<u8, kTestDataBlock>* pBlock, u32 start) {
   for (u32 i = 0; i < kTestDataBlock; i += 4) {
@@ -164,7 +143,7 @@ bool EndTestData(MEMAREA* pArea, bool isCanceled) {
 
 }  // namespace
 
-int APP_MergeDataFile(APP_DATA_WINDOW* hWindow, const char* pFileName, i64 startAddr) {
+int APP_MergeDataFile(APP_DATA_WINDOW* hWindow, const char* pFileName, const u64* pStartAddr) {
   SYS_LOCK_GUARD lock(APP_GetLock());
   const DATA_WINDOW_INFO* pRow = APP_FindDataWindow(hWindow);
   char acFile[SYS_MAX_PATH];
@@ -179,7 +158,7 @@ int APP_MergeDataFile(APP_DATA_WINDOW* hWindow, const char* pFileName, i64 start
   }
   MEMAREA_PTR pNew(MEMAREA_Create());
   APP_LogBeginf("Merging data file [%s] ...", acFile);
-  if (!ChooseMergeAddr(acFile, startAddr)) {
+  if (!ChooseMergeAddr(acFile, pStartAddr)) {
     char acText[SYS_MAX_PATH + 64];
     UTIL_snprintf(acText, sizeof acText,
                   "Failed to merge data file.\nNo start address given for %s", acFile);
@@ -209,7 +188,13 @@ int APP_RelocateData(const i32* pOffset) {
   if (pRow == nullptr || offset == 0) {
     return 0;
   }
-  MEMAREA_Relocate(pRow->pArea, offset);
+  if (MEMAREA_Relocate(pRow->pArea, offset) != 0) {
+    APP_ShowError("The data could not be relocated.");
+    return -1;
+  }
+  const bool isNegative = offset < 0;
+  APP_LogInfof("Data relocated by %s0x%llX bytes, it starts at 0x%.8llX now", isNegative ? "-" : "",
+               isNegative ? -i64{offset} : i64{offset}, MEMAREA_GetMinAddr(pRow->pArea));
   Redraw(*pRow);
   return 0;
 }
@@ -220,7 +205,7 @@ int APP_DeleteRange(const char* pArgs) {
   u64 firstAddr = 0;
   u64 lastAddr = 0;
   if (pArgs != nullptr) {
-    if (ParseDeleteArgs(pArgs, &firstAddr, &lastAddr) != 0) {
+    if (CMDLINE_ParseRange(pArgs, &firstAddr, &lastAddr) != 0) {
       return -1;
     }
   } else if (pRow == nullptr ||
@@ -232,7 +217,7 @@ int APP_DeleteRange(const char* pArgs) {
     UTIL_snprintf64(acText, sizeof acText,
                     "End address (0x%.8llX) has to be greater than start address (0x%.8llX)",
                     lastAddr, firstAddr);
-    return FailArgs(acText);
+    return CMDLINE_Fail(acText);
   }
   if (pRow != nullptr) {
     MEMAREA_RemoveRange(pRow->pArea, firstAddr, lastAddr);

@@ -6,10 +6,12 @@
 
 // Operations that change an image. Application thread; each holds APP_LOCK from start to end.
 
-// Merges a file into the window's image. StartAddr negative means not given. 0; -1 failed,
+// Merges a file into the window's image. A null address asks for one where the file
+// has none of its own. 0; -1 failed,
 // reported; -2 the user said no.
-int APP_MergeDataFile(APP_DATA_WINDOW* hWindow, const char* pFileName, i64 StartAddr);
-// Moves the focused image; null asks for the offset. Returns 0, also when there is nothing to do.
+int APP_MergeDataFile(APP_DATA_WINDOW* hWindow, const char* pFileName, const u64* pStartAddr);
+// Moves the focused image; null asks for the offset. 0, also when there is nothing to do, or -1
+// reported.
 int APP_RelocateData(const i32* pOffset);
 // "<first>,<last>" in hexadecimal; null asks. 0, or -1 reported, with the exit code set.
 int APP_DeleteRange(const char* pArgs);

@@ -88,6 +88,26 @@ bool ChooseSaveRange(const DATA_WINDOW_INFO& row, const char* sFile, u64* pFirst
   return true;
 }
 
+// An empty file is written where the range holds nothing; that is hardly what was meant.
+void WarnIfEmpty(MEMAREA* pArea, const char* sFile, u64 firstAddr, u64 lastAddr) {
+  const u32 numRanges = MEMAREA_GetNumRanges(pArea);
+  if (!DATAFILE_HasRange(sFile) || numRanges == 0) {
+    return;
+  }
+  for (u32 i = 0; i < numRanges; ++i) {
+    u64 addr = 0;
+    u64 numBytes = 0;
+    MEMAREA_GetRange(pArea, i, &addr, &numBytes);
+    if (addr <= lastAddr && addr + (numBytes - 1) >= firstAddr) {
+      return;
+    }
+  }
+  char acText[128];
+  UTIL_snprintf64(acText, sizeof acText, "The range 0x%llX - 0x%llX holds no data.", firstAddr,
+                  lastAddr);
+  APP_LogWarning(acText);
+}
+
 void EndSaved(MEMAREA* pArea) {
   const u64 numRanges = MEMAREA_GetNumRanges(pArea);
   char acText[128];
@@ -282,6 +302,7 @@ int APP_SaveDataFile(APP_DATA_WINDOW* hWindow, const char* pFileName, u64 firstA
   if (PROJECT_IsOpen() > 0) {
     PROJECT_SetDataFile(acFile, static_cast<u32>(Remembered().SaveFirst));
   }
+  WarnIfEmpty(pArea, acFile, firstAddr, lastAddr);
   EndSaved(pArea);
   return 0;
 }

@@ -84,7 +84,7 @@ void APP_OnSetGlobalSettingsJob(APP_JOB_CONTEXT* pContext) {
 
 void APP_OnMergeDataFileJob(APP_JOB_CONTEXT* pContext) {
   if (const DATA_WINDOW_INFO* pRow = APP_GetFocusedDataWindow(); pRow != nullptr) {
-    APP_MergeDataFile(pRow->hWindow, Params<APP_MERGE_DATA_PARAMS>(pContext).sFile, -1);
+    APP_MergeDataFile(pRow->hWindow, Params<APP_MERGE_DATA_PARAMS>(pContext).sFile, nullptr);
   }
 }
 

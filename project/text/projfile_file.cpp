@@ -48,6 +48,10 @@ bool Resize(std::string* pText, i64 Size) {
 
 // The whole file. A message on failure, else nothing.
 std::string ReadWhole(const char* pFileName, std::string* pText) {
+  const u32 attributes = SYS_FILE_GetAttributes(pFileName);
+  if (attributes != SYS_ATTR_INVALID && (attributes & SYS_ATTR_DEVICE) != 0) {
+    return OpenFailure(pFileName, "It is a device or a pipe.");
+  }
   const SYS_HANDLE h = SYS_FILE_Open(pFileName, SYS_FILE_READ | SYS_FILE_SHARE_READ);
   if (h == SYS_INVALID_FILE) {
     MessageBuffer acMessage{};

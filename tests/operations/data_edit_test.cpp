@@ -25,7 +25,7 @@ std::string Bytes(u64 addr, u64 numBytes) {
 
 TEST(DataEdit, MergeKeepsWhatTheSecondFileSays) {
   struct ROW {
-    i64 Addr;
+    u64 Addr;
     std::vector<u32> Answers;  // of the question about an overlap
     int Result;
     const char* sBytes;
@@ -43,7 +43,7 @@ TEST(DataEdit, MergeKeepsWhatTheSecondFileSays) {
     for (const u32 answer : row.Answers) {
       core.FrontEnd().AnswerBox(answer);
     }
-    EXPECT_EQ(APP_MergeDataFile(pWindow, core.Path("m.bin").c_str(), row.Addr), row.Result);
+    EXPECT_EQ(APP_MergeDataFile(pWindow, core.Path("m.bin").c_str(), &row.Addr), row.Result);
     EXPECT_EQ(core.FrontEnd().GetBoxes().size(), row.Answers.size());
     EXPECT_EQ(Bytes(0x10, 8), row.sBytes);
   }
@@ -52,7 +52,7 @@ TEST(DataEdit, MergeKeepsWhatTheSecondFileSays) {
 TEST(DataEdit, MergeOfAMissingFileIsTold) {
   CORE_SCOPE core;
   APP_DATA_WINDOW* pWindow = Show(0, "a");
-  EXPECT_EQ(APP_MergeDataFile(pWindow, core.Path("none.hex").c_str(), -1), -1);
+  EXPECT_EQ(APP_MergeDataFile(pWindow, core.Path("none.hex").c_str(), nullptr), -1);
   EXPECT_NE(core.FrontEnd().GetBoxTexts().find("File not found!"), std::string::npos);
 }
 
