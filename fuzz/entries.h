@@ -30,5 +30,8 @@ int FUZZ_Config(const u8* pData, std::size_t NumBytes);
 int FUZZ_Serial(const u8* pData, std::size_t NumBytes);
 // A listing of a programmer's folder: no name leaves its folder, and every record is accounted for.
 int FUZZ_Listing(const u8* pData, std::size_t NumBytes);
+// Any text in the log view, in parts that NULs separate: lines, colours, search. The first byte
+// selects the mode.
+int FUZZ_Log(const u8* pData, std::size_t NumBytes);
 // Numbers, tokens, strings and formats against slow and simple doubles. The first byte selects.
 int FUZZ_Text(const u8* pData, std::size_t NumBytes);

@@ -18,7 +18,7 @@ TEST(FuzzCorpus, KeepsAllPromises) {
               {"elf", FUZZ_Elf},           {"detect", FUZZ_Detect},     {"project", FUZZ_Project},
               {"settings", FUZZ_Settings}, {"registry", FUZZ_Registry}, {"recent", FUZZ_Recent},
               {"serial", FUZZ_Serial},     {"listing", FUZZ_Listing},   {"text", FUZZ_Text},
-              {"config", FUZZ_Config}};
+              {"log", FUZZ_Log},           {"config", FUZZ_Config}};
   for (const auto& row : rows) {
     int numFiles = 0;
     const std::filesystem::path folder = std::filesystem::path(KORVANE_CORPUS) / row.sFolder;
