@@ -54,6 +54,15 @@ CustTextView::CustTextView(QWidget* pParent, const CUST_TEXT_VIEW_CONFIG& Config
   connect(this, &CustTextView::SignalRequestGUIUpdate, this, &CustTextView::_OnUpdateGUI,
           Qt::QueuedConnection);
   connect(m_pArea, &CustTextArea::SignalTextUpdated, this, &CustTextView::_OnTextUpdated);
+  // A horizontal bar that appears later takes height from the view: its bottom stays the bottom.
+  QScrollBar* pBar = verticalScrollBar();
+  connect(pBar, &QScrollBar::valueChanged, this,
+          [this, pBar](int Value) { m_IsAtBottom = Value == pBar->maximum(); });
+  connect(pBar, &QScrollBar::rangeChanged, this, [this, pBar](int, int Maximum) {
+    if (m_IsAtBottom) {
+      pBar->setValue(Maximum);
+    }
+  });
 }
 
 CustTextView::~CustTextView() = default;
@@ -177,13 +186,11 @@ void CustTextView::_OnScrollToTop() {
   verticalScrollBar()->setValue(verticalScrollBar()->minimum());
 }
 
-// The new size of the area reaches the scroll bars with their layout; one that appears takes height
-// from the other's range.
+// The new size of the area reaches the scroll bars with a resize at the latest.
 void CustTextView::_OnScrollToBottom() {
-  for (int i = 0; i < 2; ++i) {
-    QResizeEvent sized(viewport()->size(), viewport()->size());
-    QScrollArea::resizeEvent(&sized);
-  }
+  QResizeEvent sized(viewport()->size(), viewport()->size());
+  QScrollArea::resizeEvent(&sized);
+  m_IsAtBottom = true;
   verticalScrollBar()->setValue(verticalScrollBar()->maximum());
 }
 

@@ -86,5 +86,6 @@ class CustTextView : public QScrollArea {
   TEXT_POS m_FindPos;
   u64 m_FindVersion = 0;  // of the text that the position points into
   bool m_IsFindActive = false;
+  bool m_IsAtBottom = true;
   std::atomic<bool> m_IsUpdateRequested = false;  // one queued signal serves many texts
 };
