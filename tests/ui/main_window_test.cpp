@@ -464,11 +464,15 @@ TEST(MainWindow, DroppedFilesOpenAndUnknownOnesAreTold) {
 TEST(MainWindow, MenusDocksAndStatusFollow) {
   PROGRAM program;
   MainWindow& window = program.Window();
+  bool hasSettled = false;
   program.Run([&] {
-    window.EnableDataWindowCheck(false);  // whose jobs would tell the real state
+    // Behind what Init sent, and without the checks: their jobs would tell the real state.
+    window.EnableDataWindowCheck(false);
     window.SetVisibility(1);
+    QMetaObject::invokeMethod(
+        &window, [&] { hasSettled = true; }, Qt::QueuedConnection);
   });
-  ASSERT_TRUE(PumpUntil([&] { return window.isVisible(); }));
+  ASSERT_TRUE(PumpUntil([&] { return hasSettled && window.isVisible(); }));
   program.Run([&] {
     window.SetStatusText("Ready", 0);
     window.SetStatusText("ignored", 3);
