@@ -36,6 +36,7 @@ CustDockWidgetTitleBar::CustDockWidgetTitleBar(QDockWidget* pDock)
   _SlotOnFloatChange(pDock->isFloating());
 }
 
+// Square, as high as a line of text: the bar takes no more room than its title.
 QToolButton* CustDockWidgetTitleBar::AddButton(const char* sName, const QString& sTip) {
   auto* pButton = new QToolButton(this);
   const int side = fontMetrics().height() + kButtonSpace;
@@ -47,12 +48,14 @@ QToolButton* CustDockWidgetTitleBar::AddButton(const char* sName, const QString&
   return pButton;
 }
 
+// The tool tip has what is cut off.
 void CustDockWidgetTitleBar::SetTitle(const QString& sTitle) {
   m_sTitle = sTitle;
   m_pLabel->setToolTip(sTitle);
   ElideTitle();
 }
 
+// Bold letters are wider, so the title is cut anew.
 void CustDockWidgetTitleBar::SetActive(bool OnOff) {
   QFont labelFont = m_pLabel->font();
   labelFont.setWeight(OnOff ? QFont::Bold : QFont::Normal);
@@ -68,17 +71,21 @@ void CustDockWidgetTitleBar::ElideTitle() {
 
 void CustDockWidgetTitleBar::resizeEvent(QResizeEvent* pEvent) {
   QToolBar::resizeEvent(pEvent);
+  // The label has its new width only once the layout has run.
   layout()->activate();
   ElideTitle();
 }
 
 void CustDockWidgetTitleBar::changeEvent(QEvent* pEvent) {
   QToolBar::changeEvent(pEvent);
+  // The desktop went dark or light. It may come while the bar is being built.
   if (pEvent->type() == QEvent::PaletteChange && m_pFloatAction != nullptr) {
     _SlotOnFloatChange(m_pDock->isFloating());
   }
 }
 
+// A floating one docks by dragging or a double click, so its button goes.
+//
 // A docked bar stands out from the window a little, by a shade of the window's own colour.
 void CustDockWidgetTitleBar::_SlotOnFloatChange(bool IsFloating) {
   m_pFloatAction->setVisible(!IsFloating);

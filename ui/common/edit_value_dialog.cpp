@@ -5,8 +5,8 @@
 
 namespace {
 
-constexpr int kPrefixMargin = 20;
-constexpr int kMaxDigits = 15;  // of a field that are looked at
+constexpr int kPrefixMargin = 20;  // between a label and its "0x"
+constexpr int kMaxDigits = 15;     // of a field that are looked at
 
 // A leading minus sign gives the two's complement.
 u64 ParseValue(const QString& sText) {
@@ -67,6 +67,8 @@ EditValueDialog::~EditValueDialog() {
   hide();
 }
 
+// When editing of a field has finished. The validator lets nothing and a lone sign pass, since they
+// come up while typing.
 void EditValueDialog::_SlotOnHexEdit() {
   for (QLineEdit* pEdit : m_Edits) {
     if (pEdit->text().isEmpty() || pEdit->text() == "-") {
@@ -75,6 +77,7 @@ void EditValueDialog::_SlotOnHexEdit() {
   }
 }
 
+// The values belong to a job that waits for the end of the dialog; a rejected one leaves them.
 void EditValueDialog::_SlotOnBtnOK() {
   for (size_t i = 0; i < m_Edits.size(); ++i) {
     *m_pItems[i].pValue = ParseValue(m_Edits[i]->text());

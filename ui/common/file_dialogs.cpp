@@ -34,6 +34,8 @@ bool MayReplace(QWidget* pParent, const QString& sTitle, const QString& sName) {
              QMessageBox::Yes;
 }
 
+// The platform's own dialog where there is one. Without a preselected filter it takes the first,
+// and tells which one the user left it on.
 int AskName(QWidget* pParent, QFileDialog::AcceptMode Mode, char* pBuf, u32 BufSize,
             const char* sTitle, const char* sStartPath, const char* sFilters,
             const char* sSelected) {

@@ -12,6 +12,7 @@ namespace {
 constexpr double kUnits = 24;
 constexpr double kPenWidth = 1.8;
 
+// A painter with the colours of the moment. Every shape leaves the plain pen behind.
 struct CANVAS {
   QPainter& P;
   QColor Text;
@@ -94,6 +95,8 @@ void DrawProgram(const CANVAS& c) {
   c.Chip(7.5, 7.5, 9);
   c.Tick(12, 12, 3, Qt::white);
 }
+// ---- Files and projects ----
+
 void DrawOpen(const CANVAS& c) {
   c.Folder();
 }
@@ -128,6 +131,9 @@ void DrawExit(const CANVAS& c) {
   c.Line(9, 12, 20.5, 12);
   c.Poly({{17, 8.5}, {20.5, 12}, {17, 15.5}});
 }
+// ---- The target: every operation shows the chip ----
+
+// Two halves of a connector, with so much more room between them.
 void DrawPlug(const CANVAS& c, double gap) {
   c.P.drawRoundedRect(QRectF(2.5 - gap / 2, 8, 7, 8), 2, 2);
   c.Line(9.5 - gap / 2, 10, 12 - gap / 2, 10);
@@ -179,6 +185,8 @@ void DrawHelp(const CANVAS& c) {
   c.P.drawEllipse(QRectF(2.5, 2.5, 19, 19));
   c.Letters("?", 14, c.Accent);
 }
+// ---- Searching, docks ----
+
 void DrawFindPrevious(const CANVAS& c) {
   c.Poly({{5, 15.5}, {12, 8.5}, {19, 15.5}});
 }
@@ -192,6 +200,8 @@ void DrawFloatDock(const CANVAS& c) {
   c.P.drawRect(QRectF(4, 8, 12, 12));
   c.Poly({{8, 8}, {8, 4}, {20, 4}, {20, 16}, {16, 16}});
 }
+// ---- The hex editor: bytes of an item, bytes of an access ----
+
 void DrawItems(const CANVAS& c, const char* sText) {
   c.P.drawRoundedRect(QRectF(2, 4, 20, 16), 2, 2);
   c.Letters(sText, 12, c.Text);
@@ -223,12 +233,15 @@ void DrawAccessAuto(const CANVAS& c) {
 }
 void DrawFill(const CANVAS& c) {
   for (int i = 0; i < 4; ++i) {
-    const QRectF cell(3 + 9.5 * (i % 2), 3 + 9.5 * (i / 2), 8.5, 8.5);
+    const int column = i % 2;
+    const int row = i / 2;
+    const QRectF cell(3 + 9.5 * column, 3 + 9.5 * row, 8.5, 8.5);
     c.P.setBrush(i < 3 ? QBrush(c.Accent) : QBrush(Qt::NoBrush));
     c.P.drawRect(cell);
   }
   c.P.setBrush(Qt::NoBrush);
 }
+// Up is into memory, down is out of it, as on the chips above.
 void DrawTray(const CANVAS& c) {
   c.Poly({{3, 14}, {3, 20.5}, {21, 20.5}, {21, 14}});
 }
@@ -240,6 +253,8 @@ void DrawSaveMemory(const CANVAS& c) {
   DrawTray(c);
   c.ArrowDown(12, 3, 15.5, c.Accent);
 }
+// ---- Going places, clipboard ----
+
 void DrawGoTo(const CANVAS& c) {
   c.Line(20, 4, 20, 20);
   c.Pen(c.Accent, 2.2);
@@ -280,6 +295,7 @@ constexpr std::array<DRAW, static_cast<size_t>(UI_ICON::Count)> kDraw = {
     DrawLoadMemory,  DrawSaveMemory,   DrawGoTo,         DrawGoBack,     DrawRefresh,
     DrawCopy,        DrawPaste};
 
+// Draws anew at every size, so that no scale is blurred. A disabled icon has one colour.
 class ENGINE : public QIconEngine {
  public:
   explicit ENGINE(UI_ICON icon) : m_Icon(icon) {}

@@ -7,6 +7,7 @@
 
 namespace {
 
+// Window buttons and the frame beside the title's text.
 constexpr int kTitleSpace = 150;
 
 // The bar takes numbers of 31 bits: larger ranges are shown in units of 2.
@@ -24,9 +25,11 @@ ProgressDialog::ProgressDialog(QWidget* pParent, PROGRESS_INFO* pInfo)
   m_pText = QTHelper_CreateLabel(this, {});
   m_pText->setObjectName("Text");
   m_pText->setTextFormat(Qt::PlainText);
+  m_pText->setAlignment(Qt::AlignCenter);  // each of several lines
   m_pSubText = QTHelper_CreateLabel(this, {});
   m_pSubText->setObjectName("SubText");
   m_pSubText->setTextFormat(Qt::PlainText);
+  m_pSubText->setAlignment(Qt::AlignCenter);
   m_pBar = QTHelper_CreateProgressBar(this);
   m_pBar->setObjectName("Bar");
   m_pBar->setAccessibleName("Progress");
@@ -57,6 +60,7 @@ ProgressDialog::ProgressDialog(QWidget* pParent, PROGRESS_INFO* pInfo)
   }
 }
 
+// The job that changes the record is the one that asked for the end, so no refresh is under way.
 ProgressDialog::~ProgressDialog() {
   PROGRESS_SetRefresh(m_pInfo, nullptr, nullptr);
   PROGRESS_Free(m_pInfo);
@@ -70,7 +74,9 @@ void ProgressDialog::OnRefresh(PROGRESS_INFO* /*pInfo*/, void* pContext) {
   }
 }
 
+// The lock is held for the copy only: the job never waits for layout or painting.
 void ProgressDialog::_SlotOnUpdateGUI() {
+  // First, so that a change behind the copy asks again.
   m_IsAsked = false;
   SYS_MUTEX_Lock(m_pInfo->Lock, SYS_INFINITE);
   std::memcpy(m_Shown.sText, m_pInfo->sText, sizeof(m_Shown.sText));
@@ -109,6 +115,7 @@ void ProgressDialog::ShowBar() {
   m_pBar->setFormat(rate.empty() ? QString("%p%") : "%p%    " + QString::fromStdString(rate));
 }
 
+// The job polls; it ends at its next look, and closes the dialog then.
 void ProgressDialog::_SlotOnRejected() {
   PROGRESS_Cancel(m_pInfo);
 }

@@ -6,15 +6,17 @@
 
 namespace {
 
+// In device independent pixels.
 constexpr int kMinEditWidth = 150;
 constexpr int kMinBarWidth = 350;
-constexpr int kMinIconSize = 8;
+constexpr int kMinIconSize = 8;  // nothing can be told on a smaller picture
 constexpr int kSmallButtonSpace = 12;
 
 void FixSize(QWidget* pWidget) {
   pWidget->setFixedSize(pWidget->sizeHint());
 }
 
+// Empty is allowed: it comes up while typing.
 QRegularExpressionValidator* MakeHexValidator(QWidget* pParent, bool AllowNegative) {
   const char* sPattern = AllowNegative ? "[-]{0,1}[A-Fa-f0-9]{0,8}" : "[A-Fa-f0-9]{0,8}";
   return new QRegularExpressionValidator(QRegularExpression(sPattern), pParent);
@@ -37,6 +39,7 @@ QPushButton* QTHelper_CreateFixedButton(QWidget* pParent, const char* sText, QT_
   return pButton;
 }
 
+// Beside a field: not wider than its text needs, at any style's idea of a button.
 QPushButton* QTHelper_CreateSmallButton(QWidget* pParent, const char* sText, QT_SLOT slot) {
   QPushButton* pButton = QTHelper_CreateButton(pParent, sText, std::move(slot));
   pButton->setFixedWidth(QTHelper_GetTextWidth(pButton, sText) + kSmallButtonSpace);
@@ -128,6 +131,7 @@ QLabel* QTHelper_CreateFixedLabel(QWidget* pParent, const QString& sText) {
   return pLabel;
 }
 
+// Bytes that are no picture leave the label empty.
 QLabel* QTHelper_CreateImageLabel(QWidget* pParent, const void* pData, u32 NumBytes, u32 Percent,
                                   const char* sStyleSheet) {
   auto* pLabel = new QLabel(pParent);
@@ -173,6 +177,8 @@ QPlainTextEdit* QTHelper_CreateTextEdit(QWidget* pParent, bool IsReadOnly) {
   return pEdit;
 }
 
+// The text keeps the style's colours, which differ on the filled and the empty part and with a dark
+// desktop.
 QProgressBar* QTHelper_CreateProgressBar(QWidget* pParent) {
   auto* pBar = new CustProgBar(pParent);
   pBar->setMinimumWidth(kMinBarWidth);
@@ -181,6 +187,7 @@ QProgressBar* QTHelper_CreateProgressBar(QWidget* pParent) {
   return pBar;
 }
 
+// The arrow keys and the wheel still step.
 QSpinBox* QTHelper_CreateSpinBox(QWidget* pParent, int Min, int Max,
                                  std::function<void(int)> slot) {
   auto* pBox = new QSpinBox(pParent);
@@ -192,6 +199,7 @@ QSpinBox* QTHelper_CreateSpinBox(QWidget* pParent, int Min, int Max,
   return pBox;
 }
 
+// A list to choose a row from.
 QTableWidget* QTHelper_CreateTable(QWidget* pParent, const QT_COLUMN* pColumns, u32 NumColumns) {
   auto* pTable = new QTableWidget(0, static_cast<int>(NumColumns), pParent);
   for (u32 i = 0; i < NumColumns; ++i) {
@@ -249,6 +257,7 @@ QDockWidget* QTHelper_AddDock(QMainWindow* pWindow, const QString& sTitle, QWidg
   return pDock;
 }
 
+// Hides a window that is shown: to be called ahead of show.
 void QTHelper_SetStayOnTop(QWidget* pWidget, bool OnOff) {
   pWidget->setWindowFlag(Qt::WindowStaysOnTopHint, OnOff);
 }
@@ -257,12 +266,14 @@ void QTHelper_HideHelpButton(QWidget* pWidget) {
   pWidget->setWindowFlag(Qt::WindowContextHelpButtonHint, false);
 }
 
+// What can be read but not changed stands on the window's colour, and can still be copied.
 void QTHelper_SetReadOnlyLook(QWidget* pWidget) {
   QPalette colors = pWidget->palette();
   colors.setColor(QPalette::Base, Qt::transparent);
   pWidget->setPalette(colors);
 }
 
+// The family is rare outside of one platform: the desktop's own fixed font stands in.
 void QTHelper_SetFixedFont(QWidget* pWidget) {
   QFont font = pWidget->font();
   font.setFamilies({"Consolas", QFontDatabase::systemFont(QFontDatabase::FixedFont).family()});
@@ -278,6 +289,8 @@ int QTHelper_GetTextWidth(const QWidget* pWidget, const QString& sText) {
   return pWidget->fontMetrics().horizontalAdvance(sText);
 }
 
+// Some styles and icon themes give their one size whatever was asked for; a smaller question may
+// lead to a smaller picture.
 int QTHelper_FitIcon(const QIcon& icon, const QSize& size, QPixmap* pPixmap) {
   for (QSize asked = size; asked.width() >= kMinIconSize && asked.height() >= kMinIconSize;
        asked /= 2) {

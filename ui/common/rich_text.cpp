@@ -7,7 +7,7 @@
 namespace {
 
 constexpr char kSeparator[] = "---------------------------\r\n";
-constexpr i32 kTickMs = 10;
+constexpr i32 kTickMs = 10;  // of the timer that closes a box
 
 // Length of the scheme when an address starts here, else 0.
 size_t GetSchemeLength(std::string_view text) {
@@ -19,6 +19,7 @@ size_t GetSchemeLength(std::string_view text) {
   return 0;
 }
 
+// What a character looks like in rich text. A carriage return in front of a line feed vanishes.
 std::string Escape(char c, bool isBeforeLineFeed) {
   switch (c) {
     case '>':
@@ -129,6 +130,7 @@ std::string UI_MakeClosingTitle(std::string_view title, i32 timeoutMs) {
 }
 
 std::string UI_AddFilterExtension(const std::string& name, std::string_view filter) {
+  // A point in a folder's name is no extension, nor is one at the end.
   const size_t slash = name.find_last_of("/\\");
   const size_t point = name.find_last_of('.');
   const bool hasExtension = point != std::string::npos &&
