@@ -5,10 +5,12 @@
 
 namespace {
 
-constexpr int kIconSize = 64;
+constexpr int kIconSize = 64;  // at most, both ways
+// Window buttons and the frame beside the title's text.
 constexpr int kTitleSpace = 150;
 constexpr int kTimerMs = 10;
-constexpr int kMaxTextWidth = 640;
+constexpr int kMaxTextWidth = 640;  // longer lines are hard to read
+// Bytes of the text on screen and in the clipboard: what goes beyond is cut.
 constexpr size_t kMaxRichText = 32767;
 constexpr size_t kMaxCopyText = 2047;
 
@@ -62,6 +64,7 @@ DIALOG_CustMsgBox::DIALOG_CustMsgBox(QWidget* pParent, MSGBOX_INFO* pInfo)
   show();
 }
 
+// A style without such a picture leaves the place empty.
 void DIALOG_CustMsgBox::AddIcon(QGridLayout* pGrid) {
   const int icon = GetStandardIcon(m_pInfo->Icon);
   QPixmap pixmap;
@@ -74,6 +77,7 @@ void DIALOG_CustMsgBox::AddIcon(QGridLayout* pGrid) {
   }
 }
 
+// Selecting with the keyboard is always possible by way of Ctrl+C, which takes the whole box.
 void DIALOG_CustMsgBox::AddText(QGridLayout* pGrid) {
   const std::string text =
       UI_MakeRichText(m_pInfo->sText != nullptr ? m_pInfo->sText : "", kMaxRichText);
@@ -95,14 +99,16 @@ QWidget* DIALOG_CustMsgBox::FitText() {
   document.setDefaultFont(m_pText->font());
   document.setDefaultTextOption(QTextOption(m_pText->alignment()));  // breaks at words, like labels
   document.setHtml(m_pText->text());
-  if (document.idealWidth() > kMaxTextWidth) {
-    document.setTextWidth(kMaxTextWidth);
+  // Icon, buttons, margins and the window's frame have the rest of the screen.
+  const QSize room = screen()->availableSize() * 2 / 3;
+  const int width = std::min(kMaxTextWidth, room.width());
+  if (document.idealWidth() > width) {
+    document.setTextWidth(width);
     m_pText->setWordWrap(true);
-    m_pText->setFixedWidth(std::max(kMaxTextWidth, qCeil(document.idealWidth())));
+    m_pText->setFixedWidth(std::max(width, qCeil(document.idealWidth())));
     document.setTextWidth(m_pText->width());
   }
   const QSize size = document.size().toSize();
-  const QSize room = screen()->availableSize() * 2 / 3;
   if (size.width() <= room.width() && size.height() <= room.height()) {
     return m_pText;
   }
@@ -116,6 +122,7 @@ QWidget* DIALOG_CustMsgBox::FitText() {
   return pScroll;
 }
 
+// Return presses the default button, which is also the answer of a box that times out.
 void DIALOG_CustMsgBox::AddButtons(QGridLayout* pGrid) {
   auto* pRow = new QHBoxLayout;
   pRow->addStretch(1);
@@ -161,6 +168,7 @@ void DIALOG_CustMsgBox::_SlotOnBtn1() {
   CloseWith(1);
 }
 
+// Esc. The answer is the caller's business: Rejected is set, Result stays the default.
 void DIALOG_CustMsgBox::reject() {
   close();
 }
@@ -183,6 +191,8 @@ void DIALOG_CustMsgBox::closeEvent(QCloseEvent* pEvent) {
   setResult(QDialog::Accepted);
 }
 
+// Counts by ticks, not by the clock: a box that could not be painted meanwhile doesn't vanish
+// unseen.
 void DIALOG_CustMsgBox::_SlotOnTimer() {
   const bool isOver = m_pInfo->TimeoutMs <= kTimerMs;
   setWindowTitle(
@@ -196,6 +206,7 @@ void DIALOG_CustMsgBox::_SlotOnTimer() {
   }
 }
 
+// The text is taken back from the rich text, so that links stand as they are read.
 void DIALOG_CustMsgBox::_SlotOnCopy() {
   std::vector<std::string> buttons;
   for (const QPushButton* pButton : std::as_const(m_Buttons)) {
