@@ -160,16 +160,23 @@ MEMAREA* FLASH_ReadChip() {
   return FinishRead(op, std::move(pResult), {geometry.GetTotalSize(), numRanges});
 }
 
+// Where the chip ends is known for sure once it is connected. Behind its end it delivers its start
+// again, which would pass for data.
 MEMAREA* FLASH_ReadSpan(u64 FirstAddr, u64 LastAddr) {
   Operation op("Reading target memory (0x%.8llX - 0x%.8llX) ...", FirstAddr, LastAddr);
-  if (LastAddr > 0xFFFFFFFF || FirstAddr > LastAddr) {
+  MEMAREA_PTR pResult;
+  bool isOutside = LastAddr > 0xFFFFFFFF || FirstAddr > LastAddr;
+  if (!isOutside) {
+    pResult = StartRead();
+    const u64 size = FLASH_GetTotalSize();
+    isOutside = pResult != nullptr && size != 0 && LastAddr >= size;
+  }
+  if (isOutside) {
     APP_LogErrorf(
         "Could not read target memory, address range 0x%llX - 0x%llX is outside of the flash chip.",
         FirstAddr, LastAddr);
-    return nullptr;
   }
-  MEMAREA_PTR pResult = StartRead();
-  if (pResult == nullptr) {
+  if (isOutside || pResult == nullptr) {
     return nullptr;
   }
   PROGRESS_INFO* pProgress = op.StartProgress("Reading target memory ...");

@@ -165,10 +165,9 @@ TEST(ReadBack, SpansAndBlankAreas) {
     u64 First, Last;
     bool IsSkipping, IsNull;
     u64 NumBytes;
-  } rows[] = {{0x1001, 0x1002, false, false, 4},
-              {0, 0x3FFFF, false, false, 0x40000},
-              {0, 0x3FFFF, true, false, 0},
-              {1, 0, false, true, 0},
+  } rows[] = {{0x1001, 0x1002, false, false, 4},   {0, 0x3FFFF, false, false, 0x40000},
+              {0, 0x3FFFF, true, false, 0},        {0xFFFFC, 0xFFFFF, false, false, 4},
+              {0xFFFFC, 0x100000, false, true, 0}, {1, 0, false, true, 0},
               {0, 0x100000000, false, true, 0}};
   for (const auto& row : rows) {
     FakeScope fake;
