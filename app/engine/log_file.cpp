@@ -1,5 +1,6 @@
 #include <atomic>
 #include <mutex>
+#include <string>
 
 #include "app/engine/log.h"
 #include "app/engine/log_internal.h"
@@ -16,8 +17,9 @@ constexpr u32 LOG_FILE_FLAGS =
     SYS_FILE_WRITE | SYS_FILE_SHARE_READ | SYS_FILE_CREATE | SYS_FILE_TRUNCATE;
 
 struct LogFile {
-  std::mutex Lock;                   // guards hFile and keeps lines of several threads whole
-  SYS_HANDLE hFile = 0;              // valid while IsOpen
+  std::mutex Lock;       // guards the next two, keeps lines of several threads whole
+  SYS_HANDLE hFile = 0;  // valid while IsOpen
+  std::string Name;
   std::atomic<bool> IsOpen = false;  // written under Lock; read without it to skip the work
 };
 
@@ -58,9 +60,8 @@ u32 MakeFileText(const char* sText, u32 NumBytes, char* pDest) {
   return n;
 }
 
-void CloseLogFile() {
-  LogFile& file = File();
-  std::lock_guard guard(file.Lock);
+// Called with the lock held.
+void Close(LogFile& file) {
   if (file.IsOpen) {
     SYS_FILE_Close(file.hFile);
     file.hFile = 0;
@@ -77,6 +78,7 @@ bool OpenLogFile(const char* sName) {
     return false;
   }
   file.hFile = hFile;
+  file.Name = sName;
   file.IsOpen = true;
   return true;
 }
@@ -105,10 +107,17 @@ void LOG_WriteToFile(const char* sLine) {
   char acPlain[LOG_LINE_SIZE];
   char acText[2 * LOG_LINE_SIZE];
   const u32 numBytes = MakeFileText(acPlain, LOG_StripColours(sLine, acPlain), acText);
-  std::lock_guard guard(file.Lock);
-  if (file.IsOpen) {
-    // A full disk must not stop the operation that is being logged.
-    static_cast<void>(SYS_FILE_Write(file.hFile, acText, numBytes));
+  std::string lostName;
+  {
+    std::lock_guard guard(file.Lock);
+    if (file.IsOpen && SYS_FILE_Write(file.hFile, acText, numBytes) != numBytes) {
+      // A full disk must not stop the operation that is being logged; that it ends here is told.
+      lostName = file.Name;
+      Close(file);
+    }
+  }
+  if (!lostName.empty()) {
+    AddLogLine(("WARNING: Log file [" + lostName + "] cannot be written, it ends here.").c_str());
   }
 }
 
@@ -117,7 +126,8 @@ void APP_EnableLogFile(bool OnOff) {
     return;
   }
   if (!OnOff) {
-    CloseLogFile();
+    std::lock_guard guard(File().Lock);
+    Close(File());
     return;
   }
   char acName[SYS_MAX_PATH] = {};
