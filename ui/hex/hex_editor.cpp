@@ -345,9 +345,13 @@ void CHexEditor::Apply() {
   }
 }
 
-// The dock asks for the close, or follows it; nothing here may refuse.
+// The dock asks for the close, or follows it; nothing here may refuse. Told once: whoever listens
+// gives the area away.
 void CHexEditor::closeEvent(QCloseEvent* pEvent) {
-  Q_EMIT SignalClosed();
+  if (!m_HasClosed) {
+    m_HasClosed = true;
+    Q_EMIT SignalClosed();
+  }
   pEvent->accept();
 }
 

@@ -182,6 +182,7 @@ class CHexEditor : public QMainWindow {
   // What the application thread asks whether it is modified. Set on the GUI thread.
   std::atomic<MEMAREA*> m_pArea = nullptr;
   bool m_IsReadOnly = false;
+  bool m_HasClosed = false;
   u32 m_RowHeight = 1;
   u32 m_CharWidth = 1;
   bool m_IsAddrBoxEnabled = true;

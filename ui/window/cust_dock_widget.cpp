@@ -48,8 +48,13 @@ void CustDockWidget::_SlotOnHexEditorTitleUpdate(QString sTitle) {
   m_pTitleBar->SetTitle(sTitle);
 }
 
-// The editor says that it closes, which asks this dock to close: the connection goes first.
+// The editor says that it closes, which asks this dock to close: the connection goes first. A
+// second close can come before the event loop deletes the dock.
 void CustDockWidget::closeEvent(QCloseEvent* pEvent) {
+  if (IsClosing) {
+    pEvent->accept();
+    return;
+  }
   disconnect(m_pEditor, &CHexEditor::SignalClosed, this, &CustDockWidget::_SlotOnHexEditorClosed);
   m_pEditor->close();
   m_pArea->OnDockClosed(this);

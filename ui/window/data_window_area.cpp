@@ -15,6 +15,7 @@ DataWindowArea::DataWindowArea(QWidget* pParent, const QString& sHintText)
   hide();
   setObjectName("DataWindowArea");
   m_HintFont.setPointSize(kHintPointSize);
+  setFrameShape(QFrame::NoFrame);  // its size is that of the data windows
   TakeColors();
   m_pSubMainWindow = new SubMainWindow(this);
   QMdiSubWindow* pSubWindow = addSubWindow(m_pSubMainWindow, Qt::FramelessWindowHint);
@@ -104,8 +105,18 @@ void DataWindowArea::SetActive(CustDockWidget* pDock) {
 void DataWindowArea::OnDockClosed(CustDockWidget* pDock) {
   pDock->IsClosing = true;
   disconnect(pDock, nullptr, this, nullptr);
-  if (pDock == m_pActiveDock) {
-    SetActive(nullptr);
+  if (pDock != m_pActiveDock) {
+    return;
+  }
+  // Before the closing tab goes: the toolkit would show its neighbour, which would become the
+  // focused one. The keys go where the operations go.
+  const bool hadKeys = pDock->isAncestorOf(QApplication::focusWidget());
+  SetActive(nullptr);
+  if (m_pActiveDock != nullptr) {
+    m_pActiveDock->raise();
+    if (hadKeys) {
+      m_pActiveDock->GetEditor()->setFocus();
+    }
   }
 }
 
