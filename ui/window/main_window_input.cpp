@@ -118,6 +118,7 @@ void MainWindow::dropEvent(QDropEvent* pEvent) {
 // from then on.
 void MainWindow::FitWindow() {
   const QSize area = m_pArea->size();
+  const bool isFirst = m_FirstResize;
   if (m_FirstResize) {
     m_pArea->setMinimumSize(0, 0);
     m_pArea->setMaximumSize(kNoMaximum, kNoMaximum);
@@ -127,7 +128,13 @@ void MainWindow::FitWindow() {
   for (QDockWidget* pDock : {m_pProjDock, m_pLogDock}) {
     const Qt::DockWidgetArea side = dockWidgetArea(pDock);
     const bool isBeside = side == Qt::LeftDockWidgetArea || side == Qt::RightDockWidgetArea;
-    docks.push_back({ToSize(pDock->size()),
+    QSize extent = pDock->size();
+    if (isFirst && isBeside) {
+      // The toolkit shows a new window at two thirds of the screen at most and squeezes its docks.
+      extent.setWidth(std::max(extent.width(), pDock->sizeHint().width()) +
+                      style()->pixelMetric(QStyle::PM_DockWidgetSeparatorExtent, nullptr, this));
+    }
+    docks.push_back({ToSize(extent),
                      isBeside ? UI_DOCK_SIDE::LeftOrRight : UI_DOCK_SIDE::TopOrBottom,
                      pDock->isVisible() && !pDock->isFloating()});
   }

@@ -10,6 +10,7 @@ namespace {
 
 constexpr int kColumnSetting = 0;
 constexpr int kColumnValue = 1;
+constexpr int kUsualChars = 42;  // of both columns
 
 }  // namespace
 
@@ -60,6 +61,12 @@ void ProjInfoTree::Update(const PROJ_INFO* pInfo) {
   expandAll();
   setUpdatesEnabled(true);
   FitColumns();
+}
+
+// The data windows would lose that room when a project opens.
+QSize ProjInfoTree::sizeHint() const {
+  const QSize hint = QTreeWidget::sizeHint();
+  return hint.expandedTo(QSize(kUsualChars * fontMetrics().averageCharWidth(), 0));
 }
 
 // The dock is as narrow as the contents allow and never cuts them.

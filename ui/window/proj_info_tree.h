@@ -15,6 +15,8 @@ class ProjInfoTree : public QTreeWidget {
   explicit ProjInfoTree(QWidget* pParent);
   // The record is only read during the call.
   void Update(const PROJ_INFO* pInfo);
+  // Wide enough for the rows of a usual project before there is one.
+  QSize sizeHint() const override;
 
  protected:
   void drawBranches(QPainter* pPainter, const QRect& rect, const QModelIndex& index) const override;
