@@ -12,6 +12,7 @@
 #include "app/operations/cmdline.h"
 #include "app/operations/jobs.h"
 #include "sys/interrupts.h"
+#include "ui/common/icons.h"
 #include "ui/window/main_window.h"
 
 namespace {
@@ -124,6 +125,7 @@ int UI_Main(int argc, char** argv) {
     QApplication app(numArgs, args.data());
     QApplication::setApplicationName(APP_GetName());
     QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setWindowIcon(UI_GetIcon(UI_ICON::Program));
     QFont font = QApplication::font();
     font.setPointSize(kPointSize);
     QApplication::setFont(font, "QWidget");
