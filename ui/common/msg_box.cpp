@@ -168,6 +168,17 @@ void DIALOG_CustMsgBox::_SlotOnBtn1() {
   CloseWith(1);
 }
 
+// A dialog that opens later blocks this box; the box must not hide it meanwhile, or neither could
+// be answered.
+bool DIALOG_CustMsgBox::event(QEvent* pEvent) {
+  const QEvent::Type type = pEvent->type();
+  if ((type == QEvent::WindowBlocked || type == QEvent::WindowUnblocked) &&
+      windowHandle() != nullptr) {
+    windowHandle()->setFlag(Qt::WindowStaysOnTopHint, type == QEvent::WindowUnblocked);
+  }
+  return QDialog::event(pEvent);
+}
+
 // Esc. The answer is the caller's business: Rejected is set, Result stays the default.
 void DIALOG_CustMsgBox::reject() {
   close();

@@ -18,6 +18,7 @@ class DIALOG_CustMsgBox : public QDialog {
 
  protected:
   void closeEvent(QCloseEvent* pEvent) override;
+  bool event(QEvent* pEvent) override;
 
  private Q_SLOTS:
   void _SlotOnBtn0();

@@ -9,11 +9,10 @@ OverlayState::BOX OverlayState::Open(u64 ItemAddr, u32 NumDigits, std::string It
   Reset();
   m_ItemAddr = ItemAddr;
   m_NumDigits = NumDigits;
-  const std::string typed(1, Typed);
-  if (ItemText.size() != NumDigits) {
-    return {typed, 1};
+  if (ItemText.size() != NumDigits || Place >= NumDigits) {
+    return {std::string(1, Typed), 1};
   }
-  ItemText.replace(Place, 1, typed);
+  ItemText[Place] = Typed;
   // A blank only makes room.
   if (Typed == ' ') {
     return {ItemText, Place};

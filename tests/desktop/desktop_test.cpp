@@ -1,0 +1,272 @@
+// What an engineer does in a day, by keys and mouse.
+#include <gtest/gtest.h>
+
+#include "tests/desktop/desktop.h"
+
+namespace {
+
+constexpr char kMainWindow[] = "MainWindow";
+constexpr char kEditor[] = "CHexEditor";
+constexpr char kBox[] = "DIALOG_CustMsgBox";
+constexpr char kProgress[] = "ProgressDialog";
+
+QList<QWidget*> Shown(const char* sClass) {
+  QList<QWidget*> shown;
+  for (QWidget* pWidget : QApplication::allWidgets()) {
+    if (pWidget->isVisible() && pWidget->inherits(sClass)) {
+      shown.append(pWidget);
+    }
+  }
+  return shown;
+}
+
+// The widget that shows the memory of the editor whose window title holds the text.
+QRect MemoryOf(const QString& sTitle) {
+  for (QWidget* pEditor : Shown(kEditor)) {
+    if (pEditor->parentWidget()->windowTitle().contains(sTitle)) {
+      QWidget* pView = pEditor->findChild<QPlainTextEdit*>()->viewport();
+      return {pView->mapToGlobal(QPoint()), pView->size()};
+    }
+  }
+  return {};
+}
+
+// A bench with the sample project, its data and a project of the probe's own time.
+struct ENGINEER : DESKTOP {
+  ENGINEER() {
+    WriteFile(Path("demo.korvane"), ReadFile(KORVANE_SAMPLES "/demo.korvane"));
+    WriteFile(Path("demo.hex"), ReadFile(KORVANE_SAMPLES "/demo.hex"));
+  }
+  void StartWithProject(std::vector<std::string> more = {}) {
+    std::vector<std::string> args{Option("-korvanelog", "log.txt"),
+                                  Option("-openprj", "demo.korvane")};
+    args.insert(args.end(), more.begin(), more.end());
+    Start(args);
+    WaitFor("the project",
+            [] { return FindWidget(kMainWindow)->windowTitle().contains("demo.korvane"); });
+  }
+  std::string Option(std::string text, const char* sFile) const { return text.append(Path(sFile)); }
+  std::string OpenOption(const char* sFile) const { return Option("-open", sFile).append(",0"); }
+  bool WaitLog(const std::string& text) {
+    return WaitFor("the log's " + text, [&] { return Log().find(text) != std::string::npos; });
+  }
+  bool WaitEnabled(const char* sAction) {
+    return WaitFor(sAction, [&] {
+      auto* pAction = FindWidget(kMainWindow)->findChild<QAction*>(sAction);
+      return pAction != nullptr && pAction->isEnabled();
+    });
+  }
+  bool WaitNoDialog() {
+    return WaitFor("no dialog", [] { return QApplication::activeModalWidget() == nullptr; });
+  }
+  // Until the program ends: questions with No.
+  void AnswerAllBoxes() {
+    while (WaitOver([] { return FindWidget(kBox) != nullptr; })) {
+      const QPoint button = Ui([] {
+        QWidget* pBox = FindWidget(kBox);
+        QWidget* pButton = pBox != nullptr ? pBox->findChild<QPushButton*>("Button1") : nullptr;
+        if (pBox != nullptr && pButton == nullptr) {
+          pButton = pBox->findChild<QPushButton*>("Button0");
+        }
+        return pButton != nullptr ? pButton->mapToGlobal(pButton->rect().center()) : QPoint();
+      });
+      if (!button.isNull()) {
+        Click(button);
+      }
+      WaitOver([] { return FindWidget(kBox) == nullptr; });
+    }
+  }
+  // The project now names the last data file: whether to save that is asked.
+  int Close() {
+    Key("alt+F4");
+    AnswerAllBoxes();
+    return WaitEnd();
+  }
+};
+
+TEST(Desktop, DroppedFilesAreProgrammedByOneKey) {
+  ENGINEER me;
+  std::string other(0x40000, '\0');
+  for (size_t i = 0; i < other.size(); ++i) {
+    other[i] = static_cast<char>(i * 7 + i / 256);
+  }
+  WriteFile(me.Path("other.bin"), other);
+  WriteFile(me.Path("notes.xyz"), "no data file");
+  me.SetProbe("Time = real\n");
+  me.StartWithProject();
+  me.Shot("desktop-start");
+
+  me.DropFiles({"demo.hex", "notes.xyz", "other.bin"}, me.Middle("DataWindowArea"));
+  ASSERT_TRUE(me.WaitWidget(kBox));
+  EXPECT_TRUE(me.Ui(
+      [] { return FindWidget(kBox)->findChild<QLabel*>("Text")->text().contains("notes.xyz"); }));
+  // A binary file has no addresses of its own: the question comes above the box.
+  ASSERT_TRUE(me.WaitWidget("EditValueDialog"));
+  ASSERT_TRUE(me.WaitFor("the question on top",
+                         [] { return FindWidget("EditValueDialog")->isActiveWindow(); }));
+  me.Shot("desktop-address");
+  me.Click(me.Middle("CustLineEdit", "Value0"), 2);
+  me.Type("10000");
+  ASSERT_TRUE(me.ClickButton("OK"));
+  ASSERT_TRUE(me.ClickButton("O.K."));
+  ASSERT_TRUE(me.WaitFor("two data windows", [] { return Shown(kEditor).size() == 2; }));
+  me.Shot("desktop-two-files");
+
+  // One title bar dragged onto the other window makes tabs; a click on a tab picks it.
+  const auto title = [&](const char* sName) {
+    return me.Ui([sName] {
+      for (QWidget* pBar : Shown("CustDockWidgetTitleBar")) {
+        if (pBar->parentWidget()->windowTitle().contains(sName)) {
+          return pBar->mapToGlobal(pBar->rect().center());
+        }
+      }
+      return QPoint();
+    });
+  };
+  me.Drag(title("other.bin"), me.Ui([] { return MemoryOf("demo.hex").center(); }),
+          [] { return FindWidget("QRubberBand") != nullptr; });
+  ASSERT_TRUE(me.WaitWidget("QTabBar"));
+  me.Shot("desktop-tabs");
+  const auto tab = [&](const QString& sName) {
+    return me.Ui([&] {
+      auto* pTabs = qobject_cast<QTabBar*>(FindWidget("QTabBar"));
+      for (int i = 0; pTabs != nullptr && i < pTabs->count(); ++i) {
+        if (pTabs->tabText(i).contains(sName)) {
+          return pTabs->mapToGlobal(pTabs->tabRect(i).center());
+        }
+      }
+      return QPoint();
+    });
+  };
+  me.Click(tab("demo.hex"));
+  ASSERT_TRUE(me.WaitFor("the window of the tab", [] { return !MemoryOf("demo.hex").isEmpty(); }));
+  me.Click(tab("other.bin"));
+  ASSERT_TRUE(me.WaitFor("the window of the tab", [] { return !MemoryOf("other.bin").isEmpty(); }));
+
+  ASSERT_TRUE(me.WaitEnabled("ActProdProg"));
+  // Moving docks leaves the keys with nobody: the title bar takes them back.
+  ASSERT_TRUE(me.WaitFor("the window with the keys", [&] {
+    QWidget* pWindow = FindWidget(kMainWindow);
+    me.Click(pWindow->frameGeometry().topLeft() + QPoint(pWindow->width() / 3, 8));
+    return pWindow->isActiveWindow();
+  }));
+  me.Key("F7");
+  ASSERT_TRUE(me.WaitWidget(kProgress));
+  int lowest = 1 << 30;
+  int highest = 0;
+  me.WaitFor("progress that counts up", [&] {
+    auto* pDialog = FindWidget(kProgress);
+    if (pDialog != nullptr) {
+      const int value = pDialog->findChild<QProgressBar*>()->value();
+      lowest = std::min(lowest, value);
+      highest = std::max(highest, value);
+    }
+    return highest > lowest;
+  });
+  me.Shot("desktop-progress");
+  ASSERT_TRUE(me.WaitLog("Target erased, programmed and verified successfully."));
+  ASSERT_TRUE(me.WaitWidget(kBox));
+  me.Shot("desktop-programmed");
+  me.Key("Return");
+  ASSERT_TRUE(me.WaitNoDialog());
+  EXPECT_EQ(me.Close(), 0);
+  const std::string chip = ReadFile(me.Path("chip.bin"));
+  ASSERT_EQ(chip.size(), 16U << 20);
+  EXPECT_TRUE(chip.compare(0x10000, other.size(), other) == 0);
+  EXPECT_EQ(chip.find_first_not_of('\xFF'), 0x10000 + other.find_first_not_of('\xFF'));
+}
+
+TEST(Desktop, ACancelledProgramTellsSoAndTheNextOneRuns) {
+  ENGINEER me;
+  WriteFile(me.Path("big.bin"), std::string(0x400000, '\x5A'));
+  me.SetProbe("Time = real\n");
+  me.StartWithProject({me.OpenOption("big.bin")});
+  ASSERT_TRUE(me.WaitEnabled("ActProgram"));
+  me.Key("F5");
+  ASSERT_TRUE(me.WaitWidget(kProgress));
+  ASSERT_TRUE(me.WaitFor("pages on the chip", [] {
+    auto* pDialog = FindWidget(kProgress);
+    return pDialog != nullptr && pDialog->findChild<QProgressBar*>()->value() > 0 &&
+           pDialog->findChild<QLabel*>("Text")->text().contains("rogram");
+  }));
+  ASSERT_TRUE(me.ClickButton("Cancel"));
+  ASSERT_TRUE(me.WaitWidget(kBox));
+  const QString text = me.Ui([] { return FindWidget(kBox)->findChild<QLabel*>("Text")->text(); });
+  EXPECT_TRUE(text.contains("cancel")) << text.toStdString();
+  me.Shot("desktop-cancelled");
+  me.Key("Return");
+  ASSERT_TRUE(me.WaitNoDialog());
+  me.Key("F8");
+  ASSERT_TRUE(me.WaitWidget(kBox)) << "an unfinished chip must not verify";
+  me.Key("Return");
+  ASSERT_TRUE(me.WaitNoDialog());
+  EXPECT_EQ(me.Close(), 0);
+}
+
+TEST(Desktop, ClosingWaitsForTheJob) {
+  ENGINEER me;
+  WriteFile(me.Path("some.bin"), std::string(0x40000, '\x33'));
+  me.SetProbe("Time = real\n");
+  me.StartWithProject({me.OpenOption("some.bin")});
+  ASSERT_TRUE(me.WaitEnabled("ActProgram"));
+  me.Key("F5");
+  ASSERT_TRUE(me.WaitWidget(kProgress));
+  // The dialog is modal: the frame's button of the window below it is what closes.
+  me.Ui([] { QMetaObject::invokeMethod(FindWidget(kMainWindow), "close", Qt::QueuedConnection); });
+  me.WaitFor("the end of the program job",
+             [&] { return me.Log().find("Target programmed successfully") != std::string::npos; });
+  me.AnswerAllBoxes();
+  EXPECT_EQ(me.WaitEnd(), 0);
+  EXPECT_EQ(ReadFile(me.Path("chip.bin")).substr(0, 0x40000), std::string(0x40000, '\x33'));
+}
+
+TEST(Desktop, ReadBackEditSaveAndAChangeFromOutside) {
+  ENGINEER me;
+  std::string chip(16U << 20, '\xFF');
+  chip.replace(0, 8, "KORVANE!");
+  WriteFile(me.Path("chip.bin"), chip);
+  WriteFile(me.Path("edit.bin"), std::string(0x100, '\0'));
+  me.StartWithProject({me.OpenOption("edit.bin")});
+  ASSERT_TRUE(me.WaitEnabled("ActReadChip"));
+  me.Key("F10");
+  ASSERT_TRUE(me.WaitWidget(kBox));
+  me.Key("Return");
+  ASSERT_TRUE(me.WaitFor("the data window of the chip", [] { return Shown(kEditor).size() == 2; }));
+  ASSERT_TRUE(me.WaitNoDialog());
+  me.Shot("desktop-read-back");
+
+  // Typing over the first bytes of the file, by mouse and keys.
+  const QRect memory = me.Ui([] { return MemoryOf("edit.bin"); });
+  const int cell = me.Ui([] {
+    return QFontMetrics(Shown(kEditor)[0]->findChild<QPlainTextEdit*>()->font())
+        .horizontalAdvance('0');
+  });
+  me.Click(memory.topLeft() + QPoint(2 + 11 * cell + cell / 2, 4));
+  me.Type("C0FFEE");
+  me.Key("Return");
+  ASSERT_TRUE(me.WaitEnabled("ActSaveDataFile"));
+  me.Shot("desktop-edit");
+  me.Key("ctrl+s");
+  ASSERT_TRUE(me.WaitWidget("EditValueDialog")) << "a binary file asks for the range";
+  me.Key("Return");
+  ASSERT_TRUE(me.WaitFor("the bytes on disk", [&] {
+    return ReadFile(me.Path("edit.bin")).substr(0, 3) == "\xC0\xFF\xEE";
+  }));
+  EXPECT_EQ(ReadFile(me.Path("edit.bin")).size(), 0x100U);
+  me.WaitNoDialog();
+
+  // Somebody else writes the file; coming back to the window asks.
+  WriteFile(me.Path("edit.bin"), std::string(0x100, '\x77'));
+  std::filesystem::last_write_time(
+      me.Path("edit.bin"), std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
+  me.Click(memory.center());
+  ASSERT_TRUE(me.WaitWidget(kBox));
+  EXPECT_TRUE(me.Ui(
+      [] { return FindWidget(kBox)->findChild<QLabel*>("Text")->text().contains("edit.bin"); }));
+  me.Shot("desktop-changed-outside");
+  ASSERT_TRUE(me.ClickButton("Yes"));
+  ASSERT_TRUE(me.WaitNoDialog());
+  me.Close();
+}
+
+}  // namespace
