@@ -53,8 +53,13 @@ void ServeStarts() {
   }
 }
 
-constexpr auto kPatience = std::chrono::seconds(15);
+constexpr auto kPatience = std::chrono::seconds(60);
 constexpr auto kLookAgain = std::chrono::milliseconds(10);
+
+bool HasEnded() {
+  const std::lock_guard lock(Stage.Lock);
+  return Stage.IsEnded;
+}
 
 std::string Num(int value) {
   return std::to_string(value);
@@ -153,20 +158,21 @@ bool DESKTOP::WaitOver(const std::function<bool()>& condition) {
   const auto start = std::chrono::steady_clock::now();
   while (std::chrono::steady_clock::now() - start < kPatience) {
     // The application object goes before the program ends, so it isn't waited for.
-    auto pHolds = std::make_shared<std::atomic<bool>>(false);
-    {
-      std::unique_lock lock(Stage.Lock);
-      if (Stage.IsEnded) {
-        return false;
-      }
+    if (HasEnded()) {
+      return false;
     }
+    // The application object goes before the program ends: an answer may never come.
+    auto pAnswer = std::make_shared<std::atomic<int>>(-1);
     if (QCoreApplication* pApp = QCoreApplication::instance(); pApp != nullptr) {
-      QMetaObject::invokeMethod(pApp, [pHolds, condition] { *pHolds = condition(); });
+      QMetaObject::invokeMethod(pApp, [pAnswer, condition] { *pAnswer = condition() ? 1 : 0; });
     }
-    std::this_thread::sleep_for(kLookAgain);
-    if (*pHolds) {
+    while (*pAnswer < 0 && !HasEnded()) {
+      std::this_thread::sleep_for(kLookAgain);
+    }
+    if (*pAnswer == 1) {
       return true;
     }
+    std::this_thread::sleep_for(kLookAgain);
   }
   return false;
 }
@@ -183,35 +189,25 @@ QPoint DESKTOP::Middle(const char* sClass, const QString& sName) {
   });
 }
 
-bool DESKTOP::ClickButton(const QString& sText) {
-  QPoint pos;
-  const bool isFound = WaitFor("the button " + sText.toStdString(), [&] {
-    for (QWidget* pWidget : QApplication::allWidgets()) {
-      auto* pButton = qobject_cast<QPushButton*>(pWidget);
-      if (pButton != nullptr && pButton->isVisible() && pButton->isEnabled() &&
-          pButton->text().remove('&') == sText) {
-        pos = pButton->mapToGlobal(pButton->rect().center());
-        return true;
+bool DESKTOP::Press(const char* sDialog, const QString& sText) {
+  if (!WaitWidget(sDialog)) {
+    return false;
+  }
+  QPointer<QWidget> pDialog = Ui([&] { return FindWidget(sDialog); });
+  return WaitFor("the end of " + std::string(sDialog) + " by " + sText.toStdString(), [&] {
+    if (pDialog.isNull() || !pDialog->isVisible()) {
+      return true;
+    }
+    for (auto* pButton : pDialog->findChildren<QPushButton*>()) {
+      if (pButton->text().remove('&') == sText) {
+        Click(pButton->mapToGlobal(pButton->rect().center()));
       }
     }
     return false;
   });
-  if (isFound) {
-    Click(pos);
-  }
-  return isFound;
 }
 
 void DESKTOP::Key(const std::string& keys) {
-  // A window manager may leave no window with the keys when one goes; a person clicks then.
-  WaitFor("a window with the keys", [this] {
-    if (QApplication::activeWindow() == nullptr) {
-      QWidget* pWindow = QApplication::activeModalWidget();
-      pWindow = pWindow != nullptr ? pWindow : FindWidget("MainWindow");
-      Click(pWindow->frameGeometry().topLeft() + QPoint(pWindow->width() / 3, 8));
-    }
-    return QApplication::activeWindow() != nullptr;
-  });
   EXPECT_TRUE(RunTool({"xdotool", "key", "--clearmodifiers", keys}));
 }
 

@@ -50,8 +50,9 @@ class DESKTOP {
   bool WaitWidget(const char* sClass, const QString& sName = {});
   // Its middle on the screen.
   QPoint Middle(const char* sClass, const QString& sName = {});
-  // A visible push button with that text.
-  bool ClickButton(const QString& sText);
+  // Clicks the dialog's push button with that text until the dialog is gone: a window manager may
+  // still be moving it.
+  bool Press(const char* sDialog, const QString& sText);
 
   void Key(const std::string& keys);
   void Type(const std::string& text);

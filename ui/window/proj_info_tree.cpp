@@ -35,9 +35,10 @@ ProjInfoTree::ProjInfoTree(QWidget* pParent) : QTreeWidget(pParent) {
   for (const PROJ_INFO_ROW& row : PROJ_INFO_GetRows()) {
     new QTreeWidgetItem(topLevelItem(static_cast<int>(row.Group)), {row.sText});
   }
-  const auto refit = [this] { FitColumns(); };
-  connect(this, &QTreeWidget::itemExpanded, this, refit);
-  connect(this, &QTreeWidget::itemCollapsed, this, refit);
+  // Queued: the tree tells of an expanded row in the middle of its layout, and measuring a column
+  // would lay it out anew below that.
+  connect(this, &QTreeWidget::itemExpanded, this, &ProjInfoTree::FitColumns, Qt::QueuedConnection);
+  connect(this, &QTreeWidget::itemCollapsed, this, &ProjInfoTree::FitColumns, Qt::QueuedConnection);
   const PROJ_INFO none = {};
   Update(&none);
 }
