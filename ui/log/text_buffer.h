@@ -54,7 +54,10 @@ struct LineContext {
 struct TEXT_POS {
   u32 Line = 0;
   u32 Col = 0;
-  auto operator<=>(const TEXT_POS&) const = default;
+  bool operator==(const TEXT_POS& other) const = default;
+  bool operator<(const TEXT_POS& other) const {
+    return Line != other.Line ? Line < other.Line : Col < other.Col;
+  }
 };
 
 struct TEXT_SELECTION {

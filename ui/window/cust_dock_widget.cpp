@@ -43,7 +43,7 @@ void CustDockWidget::_SlotOnHexEditorClosed() {
   close();
 }
 
-void CustDockWidget::_SlotOnHexEditorTitleUpdate(QString sTitle) {
+void CustDockWidget::_SlotOnHexEditorTitleUpdate(const QString& sTitle) {
   setWindowTitle(sTitle);
   m_pTitleBar->SetTitle(sTitle);
 }

@@ -33,7 +33,7 @@ class CustDockWidget : public QDockWidget {
  private Q_SLOTS:
   void _SlotOnHexEditorFocusIn();
   void _SlotOnHexEditorClosed();
-  void _SlotOnHexEditorTitleUpdate(QString sTitle);
+  void _SlotOnHexEditorTitleUpdate(const QString& sTitle);
 
  private:
   DataWindowArea* m_pArea;
