@@ -154,9 +154,14 @@ class USER {
     Measure(
         "read 16 MiB", [] { Trigger(UI_ACT_READ_CHIP); }, UI_ACT_READ_CHIP);
     Measure("load 64 MiB HEX", [this] { Open("large.hex"); });
+    // The end may ask whether to save, so that a call that waits for it would wait for ever.
     OnGuiThread([this] {
       m_pTurns.reset();
-      QApplication::closeAllWindows();
+      auto* pAnswer = new QTimer(qApp);
+      QObject::connect(pAnswer, &QTimer::timeout, AnswerBox);
+      pAnswer->start(20);
+      QMetaObject::invokeMethod(
+          qApp, [] { QApplication::closeAllWindows(); }, Qt::QueuedConnection);
     });
   }
 
@@ -178,19 +183,23 @@ class USER {
     APP_PostOpenDataFile(m_Place.Path(sFile).c_str(), 0, true, nullptr);
   }
 
+  static void AnswerBox() {
+    QWidget* pModal = QApplication::activeModalWidget();
+    auto* pButton = pModal != nullptr && pModal->inherits("DIALOG_CustMsgBox")
+                        ? pModal->findChild<QPushButton*>()
+                        : nullptr;
+    if (pButton != nullptr) {
+      QMetaObject::invokeMethod(pButton, "click", Qt::QueuedConnection);
+    }
+  }
+
   // Looks on the GUI thread, and answers what the program asks with the first button.
   template <typename F>
   void WaitFor(F condition) {
     for (bool isMet = false; !isMet;) {
       OnGuiThread([&] {
         isMet = condition();
-        QWidget* pModal = QApplication::activeModalWidget();
-        auto* pButton = pModal != nullptr && pModal->inherits("DIALOG_CustMsgBox")
-                            ? pModal->findChild<QPushButton*>()
-                            : nullptr;
-        if (pButton != nullptr) {
-          QMetaObject::invokeMethod(pButton, "click", Qt::QueuedConnection);
-        }
+        AnswerBox();
       });
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }

@@ -133,7 +133,12 @@ void WriteDirectory(const char* sKey, const char* sName) {
   }
   SYS_PATH_ToNative(acName);
   SYS_PATH_Split(acName, acDrive, sizeof(acDrive), acDir, sizeof(acDir), nullptr, 0, nullptr, 0);
-  StoreString(kPath, sKey, (std::string(acDrive) + acDir).c_str());
+  const std::string dir = std::string(acDrive) + acDir;
+  // Mostly it is the same one: the file isn't written for that.
+  char acKnown[SYS_MAX_PATH];
+  if (!ReadPath(kPath, sKey, acKnown, sizeof(acKnown)) || dir != acKnown) {
+    StoreString(kPath, sKey, dir.c_str());
+  }
 }
 
 void GetLogFile(const char* sKey, const char* sStem, char* pBuf, u32 BufSize) {

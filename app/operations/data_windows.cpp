@@ -113,12 +113,6 @@ void APP_UpdateImageWindow(MEMAREA* pArea) {
   }
 }
 
-bool APP_IsListedImage(const MEMAREA* pArea) {
-  const auto& rows = Rows();
-  return std::any_of(rows.begin(), rows.end(),
-                     [pArea](const DATA_WINDOW_INFO& row) { return row.pArea == pArea; });
-}
-
 void APP_RemoveDataWindow(const APP_DATA_WINDOW* hWindow) {
   SYS_LOCK_GUARD lock(APP_GetLock());
   const DATA_WINDOW_INFO* pRow = APP_FindDataWindow(hWindow);

@@ -29,8 +29,6 @@ MEMAREA* APP_GetFocusedImage();
 // Shows an image that has no file, such as one read from a chip. Takes it over in any case; null is
 // what a failed read gives. 0 or -1.
 int APP_ShowReadImage(MEMAREA* pArea, const char* sTitle);
-// True while a row holds the image.
-bool APP_IsListedImage(const MEMAREA* pArea);
 // Shows the image anew. One without a window is ignored.
 void APP_UpdateImageWindow(MEMAREA* pArea);
 // Deletes the row and its image. An unknown window does nothing.

@@ -173,10 +173,15 @@ void APP_OnInitJob(APP_JOB_CONTEXT* pContext) {
   }
 }
 
-// The project closes, and with it the connection, while the driver library is still there.
+// The project closes, and with it the connection, while the driver library is still there. When
+// that is refused the program goes on, so nothing else may be gone by then.
 void APP_OnExitJob(APP_JOB_CONTEXT* pContext) {
+  const bool isRefused = PROJECT_Shutdown() != 0 && PROJECT_IsOpen() != 0;
+  if (isRefused && APP_State().ExitRequested == 0) {
+    pContext->Result = 1;
+    return;
+  }
   APP_DestroyLock();
-  pContext->Result = PROJECT_Shutdown() == 0 ? 0 : 1;
   FLASH_Disconnect();
   SYS_UnloadLibraries();
   APP_EnableLogFile(false);

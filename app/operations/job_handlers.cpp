@@ -31,10 +31,12 @@ const PARAMS& Params(const APP_JOB_CONTEXT* pContext) {
   return *static_cast<const PARAMS*>(pContext->pParams);
 }
 
-// The window may have been closed since the post: an image that is no longer listed is gone.
-MEMAREA* ListedImage(const APP_JOB_CONTEXT* pContext) {
-  MEMAREA* pImage = Params<APP_IMAGE_PARAMS>(pContext).pImage;
-  return APP_IsListedImage(pImage) ? pImage : nullptr;
+// The window may have been closed since the post, or its file read anew: the address of an image
+// says nothing, since another window's may stand there by now.
+MEMAREA* WindowImage(const APP_JOB_CONTEXT* pContext) {
+  const DATA_WINDOW_INFO* pRow =
+      APP_FindDataWindow(Params<APP_WINDOW_PARAMS>(pContext).pDataWindow);
+  return pRow != nullptr ? pRow->pArea : nullptr;
 }
 
 // Tells whoever waits for the job.
@@ -130,11 +132,11 @@ void APP_OnEliminateBlankJob(APP_JOB_CONTEXT* /*pContext*/) {
 }
 
 void APP_OnVerifyJob(APP_JOB_CONTEXT* pContext) {
-  FLASH_Verify(ListedImage(pContext));
+  FLASH_Verify(WindowImage(pContext));
 }
 
 void APP_OnExecProdProgJob(APP_JOB_CONTEXT* pContext) {
-  FLASH_Auto(ListedImage(pContext));
+  FLASH_Auto(WindowImage(pContext));
 }
 
 void APP_OnReadJob(APP_JOB_CONTEXT* pContext) {

@@ -42,10 +42,6 @@ struct APP_WINDOW_PARAMS {
   void (*pfnDone)(void* pOwner, APP_DATA_WINDOW* pDataWindow);
 };
 
-struct APP_IMAGE_PARAMS {
-  MEMAREA* pImage;
-};
-
 // Jobs with one number: erase type, verify or not, save as or not.
 struct APP_VALUE_PARAMS {
   u32 Value;

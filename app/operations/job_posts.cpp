@@ -228,14 +228,12 @@ void APP_PostProgram(bool verify) {
   PostValue(APP_JOB_PROGRAM, JOB_TAGS("Program"), verify ? 1 : 0);
 }
 
-void APP_PostExecProdProg(MEMAREA* pImage) {
-  Post<APP_IMAGE_PARAMS>(APP_JOB_EXEC_PROD_PROG, JOB_TAGS("ExecProdProg"), nullptr,
-                         [=](APP_IMAGE_PARAMS* pParams) { pParams->pImage = pImage; });
+void APP_PostExecProdProg(APP_DATA_WINDOW* pDataWindow) {
+  PostWindow(APP_JOB_EXEC_PROD_PROG, JOB_TAGS("ExecProdProg"), pDataWindow, nullptr);
 }
 
-void APP_PostVerify(MEMAREA* pImage) {
-  Post<APP_IMAGE_PARAMS>(APP_JOB_VERIFY, JOB_TAGS("Verify"), nullptr,
-                         [=](APP_IMAGE_PARAMS* pParams) { pParams->pImage = pImage; });
+void APP_PostVerify(APP_DATA_WINDOW* pDataWindow) {
+  PostWindow(APP_JOB_VERIFY, JOB_TAGS("Verify"), pDataWindow, nullptr);
 }
 
 void APP_PostRead(bool entireChip) {

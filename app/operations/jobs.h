@@ -8,7 +8,6 @@
 class APP_DATA_WINDOW;
 class APP_FRONTEND;
 struct GLOBAL_SETTINGS;
-struct MEMAREA;
 struct PROJ_DIALOG_INFO;
 struct SPI_FLASH_INFO;
 struct ZELMONT_FILE_REQUEST;
@@ -122,8 +121,10 @@ void APP_PostGenerateTestData(void* pOwner);
 void APP_PostRelocateData();
 void APP_PostDeleteDataRange();
 void APP_PostEliminateBlankData();
-void APP_PostExecProdProg(MEMAREA* pImage);
-void APP_PostVerify(MEMAREA* pImage);
+// On the image that the window has when the job runs: one that was read anew meanwhile is used, one
+// that was closed is not. The window must live until its closing (job 31) has run.
+void APP_PostExecProdProg(APP_DATA_WINDOW* pDataWindow);
+void APP_PostVerify(APP_DATA_WINDOW* pDataWindow);
 void APP_PostRead(bool EntireChip);
 // The core forgets the window. pfnDone, may be null, is called on the application thread when no
 // job uses it any more: pOwner may then free it.

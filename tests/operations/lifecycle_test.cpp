@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "app/engine/app_state.h"
+#include "app/operations/dialog_records.h"
 #include "app/operations/jobs.h"
 #include "flash/driver.h"
 #include "programmer/browser.h"
@@ -98,6 +99,28 @@ TEST(Lifecycle, FailingPreParseOpensNothing) {
   EXPECT_FALSE(run.FrontEnd().HasLog("Application log started"));
   EXPECT_TRUE(run.End());
   EXPECT_EQ(APP_State().ExitCode, 1);
+}
+
+// Whoever closes the question whether to save goes on with a program that is whole.
+TEST(Lifecycle, RefusedEndLeavesEverythingAsItWas) {
+  PROGRAM_RUN run({});
+  WriteFile(run.Core().Path("p.korvane"), "[FLASH]\r\n  AutoDetect = 1\r\n");
+  WriteFile(run.Core().Path("a.hex"), ":0400100001020304E2\n:00000001FF\n");
+  run.Start();
+  run.WaitInit();
+  APP_PostOpenProjFile(run.Core().Path("p.korvane").c_str());
+  APP_PostOpenDataFile(run.Core().Path("a.hex").c_str(), ~u64{0}, false, nullptr);
+  run.FrontEnd().RejectBox();
+  EXPECT_FALSE(run.End());
+  EXPECT_EQ(run.FrontEnd().GetBoxes().size(), 1u) << run.FrontEnd().GetBoxTexts();
+  GLOBAL_SETTINGS settings{};
+  settings.AutoSaveProject = 1;
+  APP_PostSetGlobalSettings(settings);  // stored, or the end would ask again
+  APP_PostProgram(true);
+  EXPECT_TRUE(run.End());
+  EXPECT_EQ(run.FrontEnd().CountLog("Target programmed and verified successfully."), 1u)
+      << run.FrontEnd().GetLog();
+  EXPECT_EQ(run.FrontEnd().GetBoxes().size(), 2u) << run.FrontEnd().GetBoxTexts();
 }
 
 // The application thread sits in a box while others post; every job still runs, in order, and the
@@ -194,11 +217,11 @@ TEST(Lifecycle, JobsOfAUserRunProduction) {
   while (run.FrontEnd().GetWindows().empty()) {
     std::this_thread::yield();
   }
-  MEMAREA* const pImage = run.FrontEnd().GetWindows()[0]->pArea;
-  APP_PostExecProdProg(pImage);
-  APP_PostExecProdProg(pImage);
-  APP_PostOnDataWindowClose(run.FrontEnd().GetWindows()[0], nullptr);
-  APP_PostExecProdProg(pImage);
+  APP_DATA_WINDOW* const pWindow = run.FrontEnd().GetWindows()[0];
+  APP_PostExecProdProg(pWindow);
+  APP_PostExecProdProg(pWindow);
+  APP_PostOnDataWindowClose(pWindow, nullptr);
+  APP_PostExecProdProg(pWindow);
   APP_PostConnectTarget(false);
   EXPECT_TRUE(run.End());
   EXPECT_EQ(run.FrontEnd().CountLog("OK (Total "), 2u) << run.FrontEnd().GetLog();

@@ -251,6 +251,47 @@ MEMAREA* MakeImage(u8 value) {
   return pArea;
 }
 
+// A job closes a data window, or draws its image anew, at a bad moment for its user.
+TEST(MainWindow, DataWindowsInUseAreClosedAndDrawnAnew) {
+  PROGRAM program;
+  MainWindow& window = program.Window();
+  APP_DATA_WINDOW* pHandle = nullptr;
+  MEMAREA* pImage = MakeImage(1);
+  program.Run([&] { pHandle = APP_AddDataWindow(nullptr, pImage, "Image"); });
+  CHexEditor* pEditor = static_cast<DataWindowHandle*>(pHandle)->GetEditor();
+  // What is typed while the job has the image locked is written when the job has gone.
+  const SYS_HANDLE hTyped = SYS_CreateEvent(false, false);
+  const SYS_HANDLE hLocked = SYS_CreateEvent(false, false);
+  program.Post([&] {
+    {
+      const MEMAREA_LOCK_GUARD lock(pImage);
+      SYS_SetEvent(hLocked);
+      SYS_WaitForObject(hTyped, SYS_INFINITE);
+    }
+    window.UpdateDataWindow(pHandle, pImage);
+  });
+  EXPECT_EQ(SYS_WaitForObject(hLocked, SYS_INFINITE), 0);
+  QApplication::clipboard()->setText("AB");
+  pEditor->findChild<QAction*>("pActionMemoryPaste")->trigger();
+  SYS_SetEvent(hTyped);
+  ASSERT_TRUE(program.PumpUntilDone());
+  u8 value = 0;
+  EXPECT_TRUE(PumpUntil([&] {
+    MEMAREA_Read(pImage, 0, 1, &value, 0);
+    return value == static_cast<u8>('A');
+  }));
+  // The editor goes with the dialog that it runs.
+  const QPointer<CHexEditor> pGuard = pEditor;
+  QTimer::singleShot(0, qApp, [&] {
+    EXPECT_NE(pEditor->findChild<QDialog*>("HexEditorGoTo"), nullptr);
+    program.Post([&] { window.CloseDataWindow(pHandle); });
+  });
+  pEditor->findChild<QAction*>("pActionMemoryGoto")->trigger();
+  EXPECT_TRUE(PumpUntil([&] { return pGuard == nullptr && program.IsDone(); }));
+  SYS_CloseHandle(hTyped);
+  SYS_CloseHandle(hLocked);
+}
+
 TEST(MainWindow, ADataWindowLetsGoOfItsImageAndItsHandleOutlivesIt) {
   PROGRAM program;
   MainWindow& window = program.Window();
@@ -265,7 +306,7 @@ TEST(MainWindow, ADataWindowLetsGoOfItsImageAndItsHandleOutlivesIt) {
     DATA_WINDOW_INFO* pRow = APP_FindDataWindow(pSecond);
     MEMAREA_Delete(pRow->pArea);  // shown no more
     pRow->pArea = pNew;
-    EXPECT_EQ(pHandle->GetImage(), pNew);
+    EXPECT_EQ(pHandle->GetEditor()->GetMemArea(), pNew);
   });
   // The user closes the window while a job works with it.
   const SYS_HANDLE hGo = SYS_CreateEvent(false, false);

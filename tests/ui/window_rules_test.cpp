@@ -156,9 +156,15 @@ TEST(WindowRules, TextsOfRecentFilesAndOfRefusedOnes) {
   EXPECT_EQ(UI_GetRecentText("/a/R&D.hex", false).Tip, "Open data file at /a/R&D.hex");
   EXPECT_EQ(UI_GetRecentText("/p", true).Tip, "Open project file at /p");
   for (const char* sFile : {"/a/b.hex", "/a/B.S19", "/a/b.korvane", "/a.b/noextension"}) {
-    EXPECT_EQ(UI_CheckDroppedFile(sFile), "") << sFile;
+    EXPECT_EQ(UI_CheckDroppedFile(sFile, sFile), "") << sFile;
   }
-  EXPECT_EQ(UI_CheckDroppedFile("/a/b.png"), "Cannot open file /a/b.png\nUnsupported file format.");
+  const std::string tooLong = "/" + std::string(511, 'a') + ".hex";
+  for (const auto& [file, shown, reason] : std::vector<std::array<std::string, 3>>{
+           {"/a/b.png", "/a/b.png", "Unsupported file format."},
+           {"", "http://a/b.hex", "It is not on this computer."},
+           {tooLong, tooLong, "Its name is too long."}}) {
+    EXPECT_EQ(UI_CheckDroppedFile(file, shown), "Cannot open file " + shown + "\n" + reason);
+  }
   EXPECT_EQ(UI_GetManualFailure(false, "/x"), "Could not locate Korvane User Manual :\n(/x)");
   EXPECT_EQ(UI_FindHelpRow(UI_ACT_EXIT), nullptr);
   const UI_HELP_ROW* pRow = UI_FindHelpRow(UI_ACT_WIKI_ZELMONT_HUB);

@@ -4,6 +4,7 @@
 
 #include "image/datafile.h"
 #include "sys/file.h"
+#include "ui/common/own_dialog.h"
 #include "ui/common/qt_helper.h"
 #include "ui/hex/addr_history.h"
 #include "ui/hex/hex_copy.h"
@@ -99,14 +100,14 @@ void ProposeRange(CMemDialog* pDialog, const HexView& view) {
 // No buffer of the whole range is made: a size typed wrong would be one of many gigabytes. The
 // range is checked before the first byte goes out.
 void CHexEditor::OnActionFillTriggered() {
-  CMemDialog dialog(this, MEM_DIALOG_FILL, {});
-  ProposeRange(&dialog, *m_pView);
-  if (m_IsReadOnly || dialog.exec() != QDialog::Accepted || dialog.GetNumBytes() == 0) {
+  OWN_DIALOG<CMemDialog> dialog(this, MEM_DIALOG_FILL, QString());
+  ProposeRange(dialog.Get(), *m_pView);
+  if (m_IsReadOnly || !dialog.Exec() || dialog->GetNumBytes() == 0) {
     return;
   }
-  const u8 value = static_cast<u8>(HEX_ParseField(dialog.GetGenericValue().toStdString()) & 0xFF);
+  const u8 value = static_cast<u8>(HEX_ParseField(dialog->GetGenericValue().toStdString()) & 0xFF);
   OnEditUpdateTimerTimeout();
-  m_pWriteQueue->Add(dialog.GetAddr(), dialog.GetNumBytes(), [value](u64, std::span<u8> buffer) {
+  m_pWriteQueue->Add(dialog->GetAddr(), dialog->GetNumBytes(), [value](u64, std::span<u8> buffer) {
     std::fill(buffer.begin(), buffer.end(), value);
     return true;
   });
@@ -115,38 +116,38 @@ void CHexEditor::OnActionFillTriggered() {
 
 // Raw bytes, whatever the file's type is. The file is read piece by piece while it is written.
 void CHexEditor::OnActionLoadTriggered() {
-  CMemDialog dialog(this, MEM_DIALOG_LOAD, m_sLastLoadFile);
-  dialog.SetRange(GetEditAddr(), dialog.GetNumBytes());
-  if (m_IsReadOnly || dialog.exec() != QDialog::Accepted) {
+  OWN_DIALOG<CMemDialog> dialog(this, MEM_DIALOG_LOAD, m_sLastLoadFile);
+  dialog->SetRange(GetEditAddr(), dialog->GetNumBytes());
+  if (m_IsReadOnly || !dialog.Exec()) {
     return;
   }
-  m_sLastLoadFile = dialog.GetGenericValue();
+  m_sLastLoadFile = dialog->GetGenericValue();
   auto pFile = std::make_shared<InputFile>(m_sLastLoadFile);
   if (!pFile->IsOpen()) {
     m_pView->GetSource().Report("Could not open file for reading", true);
     return;
   }
-  if (dialog.GetNumBytes() == 0) {
+  if (dialog->GetNumBytes() == 0) {
     return;
   }
   OnEditUpdateTimerTimeout();
   m_pWriteQueue->Add(
-      dialog.GetAddr(), dialog.GetNumBytes(),
+      dialog->GetAddr(), dialog->GetNumBytes(),
       [pFile](u64 offset, std::span<u8> buffer) { return pFile->Read(offset, buffer); });
   RunWrites();
 }
 
 void CHexEditor::OnActionSaveTriggered() {
-  CMemDialog dialog(this, MEM_DIALOG_SAVE, m_sLastSaveFile);
-  ProposeRange(&dialog, *m_pView);
-  if (dialog.exec() != QDialog::Accepted) {
+  OWN_DIALOG<CMemDialog> dialog(this, MEM_DIALOG_SAVE, m_sLastSaveFile);
+  ProposeRange(dialog.Get(), *m_pView);
+  if (!dialog.Exec()) {
     return;
   }
-  const QString sFile = dialog.GetGenericValue();
+  const QString sFile = dialog->GetGenericValue();
   if (!sFile.isEmpty()) {
     m_sLastSaveFile = sFile;
   }
-  SaveRange(sFile, dialog.GetAddr(), dialog.GetNumBytes());
+  SaveRange(sFile, dialog->GetAddr(), dialog->GetNumBytes());
 }
 
 // By way of an area of its own, so that the file's writers can be used as they are. Bytes that

@@ -1,4 +1,5 @@
 // Context menu, address box, display options of the hex editor.
+#include "ui/common/own_dialog.h"
 #include "ui/common/qt_helper.h"
 #include "ui/hex/addr_history.h"
 #include "ui/hex/hex_actions.h"
@@ -125,22 +126,22 @@ void CHexEditor::FillAddrBox() {
 }
 
 void CHexEditor::OnActionGotoTriggered() {
-  QInputDialog dialog(this);
-  dialog.setObjectName("HexEditorGoTo");
-  dialog.setWindowTitle("Go To");
-  dialog.setWindowIcon(GetAction(HEX_ACTION_GOTO)->icon());
-  dialog.setLabelText("Memory Location (hexadecimal):");
+  OWN_DIALOG<QInputDialog> dialog(this);
+  dialog->setObjectName("HexEditorGoTo");
+  dialog->setWindowTitle("Go To");
+  dialog->setWindowIcon(GetAction(HEX_ACTION_GOTO)->icon());
+  dialog->setLabelText("Memory Location (hexadecimal):");
   u32 value = 0;
-  dialog.setTextValue(m_pView->GetShownU32(m_pView->GetSelAnchor(), &value)
-                          ? QString::asprintf("0x%.08X", value)
-                          : m_sLastGoToText);
+  dialog->setTextValue(m_pView->GetShownU32(m_pView->GetSelAnchor(), &value)
+                           ? QString::asprintf("0x%.08X", value)
+                           : m_sLastGoToText);
   // As in the box, but for the prefix that the proposal comes with.
-  if (auto* pEdit = dialog.findChild<QLineEdit*>()) {
+  if (auto* pEdit = dialog->findChild<QLineEdit*>()) {
     pEdit->setValidator(
         new QRegularExpressionValidator(QRegularExpression("^(0[xX])?[0-9A-Fa-f]+$"), pEdit));
   }
-  if (dialog.exec() == QDialog::Accepted && !dialog.textValue().isEmpty()) {
-    m_sLastGoToText = dialog.textValue();
+  if (dialog.Exec() && !dialog->textValue().isEmpty()) {
+    m_sLastGoToText = dialog->textValue();
     GoToText(m_sLastGoToText);
   }
 }
@@ -155,19 +156,19 @@ void CHexEditor::OnActionGoBackTriggered() {
 // By way of the box, which is the one place that knows the interval.
 void CHexEditor::OnActionAutoRefreshTriggered() {
   QAction* pAction = GetAction(HEX_ACTION_AUTO_REFRESH);
-  QInputDialog dialog(this);
-  dialog.setObjectName("HexEditorRefresh");
-  dialog.setWindowTitle(pAction->text().remove("...").remove('&'));
-  dialog.setLabelText("Interval");
+  OWN_DIALOG<QInputDialog> dialog(this);
+  dialog->setObjectName("HexEditorRefresh");
+  dialog->setWindowTitle(pAction->text().remove("...").remove('&'));
+  dialog->setLabelText("Interval");
   QStringList entries;
   for (int i = 0; i < m_pRefreshBox->count(); ++i) {
     entries << m_pRefreshBox->itemText(i);
   }
-  dialog.setComboBoxItems(entries);
-  dialog.setComboBoxEditable(false);
-  dialog.setTextValue(m_pRefreshBox->currentText());
-  if (dialog.exec() == QDialog::Accepted) {
-    const int index = m_pRefreshBox->findText(dialog.textValue());
+  dialog->setComboBoxItems(entries);
+  dialog->setComboBoxEditable(false);
+  dialog->setTextValue(m_pRefreshBox->currentText());
+  if (dialog.Exec()) {
+    const int index = m_pRefreshBox->findText(dialog->textValue());
     SetRefreshIndex(index >= 0 ? index : m_pRefreshBox->count() - 1);
   }
 }

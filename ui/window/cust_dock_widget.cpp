@@ -30,6 +30,14 @@ void CustDockWidget::MarkActive(bool OnOff) {
   m_pTitleBar->SetActive(OnOff);
 }
 
+// A window that comes back shows all its docks, and the toolkit tells so as if tabs were clicked.
+bool CustDockWidget::event(QEvent* pEvent) {
+  IsShownBySystem = pEvent->type() == QEvent::Show && pEvent->spontaneous();
+  const bool result = QDockWidget::event(pEvent);
+  IsShownBySystem = false;
+  return result;
+}
+
 void CustDockWidget::focusInEvent(QFocusEvent* pEvent) {
   QDockWidget::focusInEvent(pEvent);
   m_pArea->SetActive(this);

@@ -25,8 +25,10 @@ class CustDockWidget : public QDockWidget {
 
   u32 Order = 0;           // creation number: the newest takes over when the active one closes
   bool IsClosing = false;  // closed, and deleted when the event loop comes to it
+  bool IsShownBySystem = false;  // while the window comes back from being minimized
 
  protected:
+  bool event(QEvent* pEvent) override;
   void focusInEvent(QFocusEvent* pEvent) override;
   void closeEvent(QCloseEvent* pEvent) override;
 

@@ -123,7 +123,8 @@ void DataWindowArea::OnDockClosed(CustDockWidget* pDock) {
 // A clicked tab is a change of the focused data window.
 void DataWindowArea::_SlotOnDockWidgetVisibilityChanged(bool IsVisible) {
   auto* pDock = qobject_cast<CustDockWidget*>(sender());
-  if (IsVisible && pDock != nullptr && !m_pSubMainWindow->tabifiedDockWidgets(pDock).isEmpty()) {
+  if (IsVisible && pDock != nullptr && !pDock->IsShownBySystem &&
+      !m_pSubMainWindow->tabifiedDockWidgets(pDock).isEmpty()) {
     SetActive(pDock);
   }
   viewport()->update();

@@ -12,16 +12,6 @@ CHexEditor* DataWindowHandle::GetEditor() const {
   return m_pEditor;
 }
 
-MEMAREA* DataWindowHandle::GetImage() const {
-  const std::lock_guard guard(m_Lock);
-  return m_pArea;
-}
-
-void DataWindowHandle::SetImage(MEMAREA* pArea) {
-  const std::lock_guard guard(m_Lock);
-  m_pArea = pArea;
-}
-
 void DataWindowHandle::RequestReload() {
   const std::lock_guard guard(m_Lock);
   CHexEditor::RequestReload(m_pEditor);

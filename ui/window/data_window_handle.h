@@ -10,15 +10,12 @@ class CHexEditor;
 // lives until the core has forgotten the window, so that a job may go on with it meanwhile.
 class DataWindowHandle : public APP_DATA_WINDOW {
  public:
-  DataWindowHandle(CHexEditor* pEditor, MEMAREA* pArea) : m_pEditor(pEditor), m_pArea(pArea) {}
+  explicit DataWindowHandle(CHexEditor* pEditor) : m_pEditor(pEditor) {}
 
   // GUI thread, before the editor goes: no call reaches it from then on.
   void Detach();
   // Null once detached. Only the GUI thread may use what it gets.
   CHexEditor* GetEditor() const;
-  // The image last given to the window. It may be gone: only the core can tell.
-  MEMAREA* GetImage() const;
-  void SetImage(MEMAREA* pArea);
 
   // Application thread. A window without an editor ignores them.
   void RequestReload() override;
@@ -28,7 +25,6 @@ class DataWindowHandle : public APP_DATA_WINDOW {
   int IsModified() override;
 
  private:
-  mutable std::mutex m_Lock;  // guards both; held while the application thread calls the editor
+  mutable std::mutex m_Lock;  // guards it; held while the application thread calls the editor
   CHexEditor* m_pEditor;
-  MEMAREA* m_pArea;
 };

@@ -5,11 +5,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
-#include <string_view>
 #include <vector>
 
 #include "app/engine/app_state.h"
-#include "app/operations/cmdline.h"
 #include "app/operations/jobs.h"
 #include "sys/interrupts.h"
 #include "ui/common/icons.h"
@@ -42,18 +40,6 @@ void OnInterrupt(void* pContext) {
   if (pTarget->pWindow != nullptr) {
     pTarget->pWindow->PostInterrupt();
   }
-}
-
-// What the command line will say, before the core has read it: a value that looks like the option
-// counts, which at worst runs without the display that was wanted.
-bool HasOption(int argc, char** argv, const char* sWord) {
-  for (int i = 1; i < argc; ++i) {
-    const CMDLINE_OPTION* pOption = CMDLINE_FindOption(argv[i]);
-    if (pOption != nullptr && std::string_view(pOption->sWord) == sWord) {
-      return true;
-    }
-  }
-  return false;
 }
 
 void TellNoDisplay() {
@@ -107,8 +93,10 @@ int RunWindow(int argc, char** argv, bool isHiddenRun, INTERRUPT_TARGET* pInterr
 }  // namespace
 
 int UI_Main(int argc, char** argv) {
-  // Nobody will ever see this run.
-  const bool isHiddenRun = HasOption(argc, argv, "-hide") && HasOption(argc, argv, "-exit");
+  // Nobody will ever see this run. A value that looks like an option at worst runs without the
+  // display that was wanted.
+  const bool isHiddenRun =
+      MainWindow_HasOption(argc, argv, "-hide") && MainWindow_HasOption(argc, argv, "-exit");
   if (!ChoosePlatform(isHiddenRun)) {
     TellNoDisplay();
     return 1;

@@ -1,9 +1,13 @@
 #include "ui/window/main_window.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
+#include <string_view>
+#include <utility>
 
 #include "app/engine/app_state.h"
+#include "app/operations/cmdline.h"
 #include "project/proj_info.h"
 #include "ui/common/progress_dialog.h"
 #include "ui/common/qt_helper.h"
@@ -27,11 +31,23 @@ MainWindow* g_pMainWindow = nullptr;
 
 }  // namespace
 
+bool MainWindow_HasOption(int argc, char** argv, const char* sWord) {
+  for (int i = 1; i < argc; ++i) {
+    const CMDLINE_OPTION* pOption = CMDLINE_FindOption(argv[i]);
+    if (pOption != nullptr && std::string_view(pOption->sWord) == sWord) {
+      return true;
+    }
+  }
+  return false;
+}
+
 MainWindow::MainWindow(int argc, char** argv, u32 ShowCmd, bool IsUnattended)
     : m_GuiThreadId(SYS_GetCurrentThreadId()),
       m_Lock(SYS_MUTEX_Create(nullptr)),
       m_pProjInfo(std::make_unique<PROJ_INFO>()),
-      m_IsUnattended(IsUnattended) {
+      m_IsUnattended(IsUnattended),
+      m_IsScript(MainWindow_HasOption(argc, argv, "-hide") ||
+                 MainWindow_HasOption(argc, argv, "-exit")) {
   g_pMainWindow = this;
   APP_SetUp(this);
   WORKER_SetDefaultPoll(PollGui);
@@ -153,10 +169,15 @@ int MainWindow::PollGui(void* /*pArg*/) {
   if (g_pMainWindow == nullptr || !g_pMainWindow->IsGuiThread()) {
     return 0;
   }
-  if (g_pMainWindow->m_IsInFileDialog) {
-    return -1;  // the job that has to end first waits for a dialog below in the stack
+  // The job that has to end first waits for a dialog below in the stack, or for the new window.
+  if (g_pMainWindow->m_IsInFileDialog || g_pMainWindow->m_IsCreatingWindow) {
+    return -1;
   }
+  ++g_pMainWindow->m_NumPolls;
   QCoreApplication::processEvents(QEventLoop::AllEvents, kPollMs);
+  if (--g_pMainWindow->m_NumPolls == 0) {
+    g_pMainWindow->CloseIfAsked();
+  }
   return 0;
 }
 
@@ -171,7 +192,13 @@ bool MainWindow::IsGuiThread() const {
 // Init asks for the welcome and the new project dialog here, too. There are none yet: the window
 // stays empty until the user opens something.
 void MainWindow::_SlotOnFinAsyncAppInit() {
+  SYS_MUTEX_Lock(m_Lock, SYS_INFINITE);
+  m_IsStarting = false;
+  SYS_MUTEX_Unlock(m_Lock);
   if (m_Start.CloseAfterInit != 0) {
+    if (APP_State().ExitCode != 0) {
+      TellStartFailure();
+    }
     close();
     return;
   }
@@ -192,17 +219,21 @@ void MainWindow::closeEvent(QCloseEvent* pEvent) {
     pEvent->accept();
     return;
   }
-  if (m_IsClosing || m_IsInFileDialog) {
-    m_CloseAgain = m_IsInFileDialog;
+  if (m_IsClosing) {
+    return;
+  }
+  // The end comes behind all that was posted before: a post below in the stack goes first.
+  if (m_IsInFileDialog || m_NumPolls > 0) {
+    m_CloseAgain = true;
     return;
   }
   m_IsClosing = true;
-  menuBar()->setEnabled(false);
   setAcceptDrops(false);
+  _SlotOnEnableGUI();
   if (!APP_ShutDown(PumpGui, this)) {
     m_IsClosing = false;
-    menuBar()->setEnabled(true);
     setAcceptDrops(true);
+    _SlotOnEnableGUI();
     SYS_LOCK_GUARD lock(m_Lock);
     m_IsInterrupted = false;
     return;
@@ -211,6 +242,12 @@ void MainWindow::closeEvent(QCloseEvent* pEvent) {
   EndGui();
   pEvent->accept();
   QCoreApplication::exit(0);
+}
+
+void MainWindow::CloseIfAsked() {
+  if (std::exchange(m_CloseAgain, false)) {
+    Q_EMIT _SignalClose();
+  }
 }
 
 // From here on nobody answers: whoever asks gets what the request was preset to.
@@ -253,7 +290,33 @@ void MainWindow::_SlotOnInterrupt() {
   close();
 }
 
+// The log of a window that nobody saw would be lost. A run from a script gets it on its terminal
+// alone: a box would hold it up.
+void MainWindow::TellStartFailure() {
+  if (m_IsUnattended) {
+    return;  // it was printed line by line
+  }
+  SYS_MUTEX_Lock(m_Lock, SYS_INFINITE);
+  const std::string text = m_StartLog;
+  SYS_MUTEX_Unlock(m_Lock);
+  std::fputs(text.c_str(), stderr);
+  if (m_IsScript) {
+    return;
+  }
+  MSGBOX_INFO info{};
+  info.sTitle = APP_GetShortTitle();
+  info.sText = text.c_str();
+  info.sBtn0 = "OK";
+  info.Icon = APP_ICON_CRITICAL;
+  info.TextSelectable = 1;
+  ShowMsgBox(&info);
+}
+
 // There is nothing to go on with, and this is the application thread: no shut-down is possible.
 void MainWindow::Terminate(int ExitCode) {
+  // Otherwise its box was seen.
+  if (APP_State().SuppressGUI != 0) {
+    TellStartFailure();
+  }
   std::_Exit(ExitCode);
 }

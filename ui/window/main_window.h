@@ -185,6 +185,9 @@ class MainWindow : public QMainWindow, public APP_FRONTEND {
   int AskFile(SLOT pfSignal, const char* sTitle, const char* sFilters, const char* sSelected,
               char* pBuf, u32 BufSize);
   void SendMail(const GUI_MAIL& mail);
+  void KeepLogLine(const std::string& plain);
+  // Any of the two threads. Shows why the program ends before its window was seen.
+  void TellStartFailure();
   // Sends the signal unless one is still on its way.
   void RequestGuiUpdate();
 
@@ -203,8 +206,11 @@ class MainWindow : public QMainWindow, public APP_FRONTEND {
   // Null for a window that is not known any more.
   DataWindowHandle* FindHandle(const APP_DATA_WINDOW* pWindow) const;
   DataWindowHandle* GetFocused() const;
-  MEMAREA* GetFocusedImage();
+  // Null with a warning when no data window has the focus.
+  DataWindowHandle* GetFocusedOrWarn() const;
   void CheckFocus(APP_DATA_WINDOW* pWindow);
+  // A close that came at a bad moment.
+  void CloseIfAsked();
   void EndGui();
   static int PollGui(void* pArg);
   static void PumpGui(void* pArg);
@@ -222,14 +228,17 @@ class MainWindow : public QMainWindow, public APP_FRONTEND {
 
   APP_START_INFO m_Start{};
   u64 m_GuiThreadId;
-  SYS_MUTEX m_Lock;  // recursive; guards m_Request, m_pProjInfo, m_IsInterrupted
+  SYS_MUTEX m_Lock;  // recursive; guards what stands between here and the mail ring
   GUI_REQUEST_BLOCK m_Request;
   std::unique_ptr<PROJ_INFO> m_pProjInfo;
   bool m_IsInterrupted = false;  // everything that starts is cancelled at once
+  bool m_IsStarting = true;      // Init runs: the log is kept for TellStartFailure
+  std::string m_StartLog;        // its last lines, without colours
   GUI_MAIL_RING m_Mail;
   std::atomic<bool> m_HasEnded{false};  // nobody answers a request any more
   std::atomic<bool> m_IsUpdatePending{false};
   const bool m_IsUnattended;
+  const bool m_IsScript;  // hidden, or ends by itself: no box at a failed start
 
   // Below: GUI thread only.
   std::vector<std::unique_ptr<DataWindowHandle>> m_Handles;
@@ -251,8 +260,13 @@ class MainWindow : public QMainWindow, public APP_FRONTEND {
   bool m_IsClosing = false;
   bool m_IsCreatingWindow = false;  // a job waits for the window: nothing may be posted
   bool m_IsInFileDialog = false;    // a job waits for the dialog below in the stack
+  int m_NumPolls = 0;               // posts below in the stack that wait for a slot
   bool m_CloseAgain = false;        // a close that came meanwhile
 };
+
+// What the command line will say, before the core has read it: a value that looks like the option
+// counts.
+bool MainWindow_HasOption(int argc, char** argv, const char* sWord);
 
 // A box with one button over the main window; a null title means the product's. Modal waits for the
 // answer.

@@ -15,7 +15,7 @@ namespace {
 constexpr u32 kEraseSectors = 1;
 constexpr u32 kEraseChip = 3;
 constexpr u64 kNoAddr = ~u64{0};  // the file says where it belongs
-constexpr u32 kFileSize = 512;    // of a name in a job
+constexpr u32 kFileSize = UI_FILE_SIZE;
 
 constexpr char kNoDataFile[] = "No data file specified!";
 constexpr char kDataFilter[] =
@@ -60,14 +60,12 @@ DataWindowHandle* MainWindow::GetFocused() const {
   return m_Request.pFocusedDataWindow;
 }
 
-// Null with a warning when no data window has the focus.
-MEMAREA* MainWindow::GetFocusedImage() {
-  const DataWindowHandle* pHandle = GetFocused();
+DataWindowHandle* MainWindow::GetFocusedOrWarn() const {
+  DataWindowHandle* pHandle = GetFocused();
   if (pHandle == nullptr) {
     APP_LogWarning(kNoDataFile);
-    return nullptr;
   }
-  return pHandle->GetImage();
+  return pHandle;
 }
 
 // Starts where the last file came from.
@@ -193,27 +191,27 @@ void MainWindow::_SlotOnActEraseChip() {
 
 // Which image is programmed is decided when the job runs: the one with the focus then.
 void MainWindow::_SlotOnActProgram() {
-  if (GetFocusedImage() != nullptr) {
+  if (GetFocusedOrWarn() != nullptr) {
     APP_PostProgram(false);
   }
 }
 
 void MainWindow::_SlotOnActProgramNVerify() {
-  if (GetFocusedImage() != nullptr) {
+  if (GetFocusedOrWarn() != nullptr) {
     APP_PostProgram(true);
   }
 }
 
-// These name the image of this moment. The core asks whether it still exists.
+// These name the window of this moment. The core asks whether it still exists.
 void MainWindow::_SlotOnActProdProg() {
-  if (MEMAREA* pImage = GetFocusedImage(); pImage != nullptr) {
-    APP_PostExecProdProg(pImage);
+  if (DataWindowHandle* pHandle = GetFocusedOrWarn(); pHandle != nullptr) {
+    APP_PostExecProdProg(pHandle);
   }
 }
 
 void MainWindow::_SlotOnActVerify() {
-  if (MEMAREA* pImage = GetFocusedImage(); pImage != nullptr) {
-    APP_PostVerify(pImage);
+  if (DataWindowHandle* pHandle = GetFocusedOrWarn(); pHandle != nullptr) {
+    APP_PostVerify(pHandle);
   }
 }
 
@@ -265,7 +263,7 @@ void MainWindow::_SlotOnActManualKorvane() {
   const std::string absolute = QDir::toNativeSeparators(file.absoluteFilePath()).toStdString();
   if (!file.isFile()) {
     MainWindow_ShowBox(nullptr, UI_GetManualFailure(false, absolute).c_str(), true);
-  } else if (QTHelper_OpenUrl(("file://" + absolute).c_str()) != 0) {
+  } else if (QTHelper_OpenUrl(QUrl::fromLocalFile(file.absoluteFilePath()).toEncoded()) != 0) {
     MainWindow_ShowBox(nullptr, UI_GetManualFailure(true, UI_MANUAL_PATH).c_str(), true);
   }
 }

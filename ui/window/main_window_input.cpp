@@ -12,7 +12,6 @@
 namespace {
 
 constexpr u64 kNoAddr = ~u64{0};
-constexpr u32 kFileSize = 512;
 constexpr int kNoMaximum = 0xFFFFFF;
 
 UI_SIZE ToSize(const QSize& size) {
@@ -101,11 +100,11 @@ void MainWindow::dropEvent(QDropEvent* pEvent) {
   const QList<QUrl> urls = pEvent->mimeData()->urls();
   APP_PostBeginFileDrop(this);
   for (const QUrl& url : urls) {
-    char acFile[kFileSize];
-    QTHelper_ToLocal8Bit(QDir::toNativeSeparators(url.toLocalFile()), acFile, sizeof acFile);
-    const std::string refusal = UI_CheckDroppedFile(acFile);
+    const std::string file = QFile::encodeName(url.toLocalFile()).toStdString();
+    const std::string refusal =
+        UI_CheckDroppedFile(file, file.empty() ? url.toString().toStdString() : file);
     if (refusal.empty()) {
-      APP_PostOpenDataFile(acFile, kNoAddr, false, this);
+      APP_PostOpenDataFile(file.c_str(), kNoAddr, false, this);
     } else {
       MainWindow_ShowBox(nullptr, refusal.c_str(), false);
     }

@@ -112,9 +112,7 @@ void MainWindow::ServeFileDialog(bool IsOpen) {
     request.Result = result;
   }
   FinishRequest(&request.hDone);
-  if (std::exchange(m_CloseAgain, false)) {
-    Q_EMIT _SignalClose();
-  }
+  CloseIfAsked();
 }
 
 // The focus check of the new window would post while the job waits for this very slot, so that a
@@ -126,7 +124,7 @@ void MainWindow::_SlotOnCreateDataWindow() {
   }
   m_IsCreatingWindow = true;
   auto* pEditor = new CHexEditor(this);
-  m_Handles.push_back(std::make_unique<DataWindowHandle>(pEditor, request.pArea));
+  m_Handles.push_back(std::make_unique<DataWindowHandle>(pEditor));
   DataWindowHandle* pHandle = m_Handles.back().get();
   HEX_EDITOR_CONFIG config;
   config.ShowRefresh = 0;
@@ -161,16 +159,16 @@ void MainWindow::_SlotOnUpdateDataWindow() {
     return;
   }
   DataWindowHandle* pHandle = FindHandle(request.pWindow);
-  CHexEditor* pEditor = nullptr;
-  if (pHandle != nullptr) {
-    pHandle->SetImage(request.pArea);
-    pEditor = pHandle->GetEditor();
-  }
-  if (pEditor != nullptr) {
+  CHexEditor* pEditor = pHandle != nullptr ? pHandle->GetEditor() : nullptr;
+  const bool isSame = pEditor != nullptr && pEditor->GetMemArea() == request.pArea;
+  if (pEditor != nullptr && !isSame) {
     pEditor->SetMemArea(request.pArea);
   }
   FinishRequest(&request.hDone);
-  if (pEditor != nullptr) {
+  if (isSame) {
+    // What was typed while the job had the image locked still waits to be written.
+    CHexEditor::RequestReload(pEditor);
+  } else if (pEditor != nullptr) {
     pEditor->OnShow();
   }
   APP_PostUpdateMenuBar();
@@ -197,7 +195,7 @@ void MainWindow::_SlotOnEnableGUI() {
   SYS_MUTEX_Lock(m_Lock, SYS_INFINITE);
   const bool onOff = m_Request.EnableGUI;
   SYS_MUTEX_Unlock(m_Lock);
-  m_pArea->setEnabled(onOff);
+  m_pArea->setEnabled(onOff && !m_IsClosing);
   m_pProjTree->setEnabled(onOff);
   menuBar()->setEnabled(onOff && !m_IsClosing);
 }

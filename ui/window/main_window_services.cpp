@@ -15,6 +15,7 @@
 namespace {
 
 constexpr u32 kMailRetryMs = 1;
+constexpr std::size_t kStartLogSize = 4096;  // of a failed start: what fits into a box
 
 // The core's lists may change as soon as the call has returned.
 void CopyPaths(const char* const (&apPaths)[APP_NUM_RECENT],
@@ -64,7 +65,11 @@ void MainWindow::ShowMsgBox(MSGBOX_INFO* pInfo) {
       &MainWindow::_SignalShowCustMsgBox);
 }
 
+// Without a person the values stay as they are, and no file is chosen.
 int MainWindow::ShowEditValDialog(const char* sTitle, EDIT_VALUE_ITEM* pItems, u32 NumItems) {
+  if (m_IsUnattended) {
+    return 0;
+  }
   auto& request = m_Request.EditVal;
   AskGui(
       &request.hDone,
@@ -81,6 +86,9 @@ int MainWindow::ShowEditValDialog(const char* sTitle, EDIT_VALUE_ITEM* pItems, u
 
 int MainWindow::AskFile(SLOT pfSignal, const char* sTitle, const char* sFilters,
                         const char* sSelected, char* pBuf, u32 BufSize) {
+  if (m_IsUnattended) {
+    return -1;
+  }
   auto& request = m_Request.FileDialog;
   AskGui(
       &request.hDone,
@@ -272,13 +280,29 @@ void MainWindow::SendMail(const GUI_MAIL& mail) {
   Q_EMIT _SignalOnNewMail();
 }
 
-// Any thread. The view has its own locked buffer and asks the GUI thread to follow by itself.
-void MainWindow::AddLogLine(const char* sText) {
+// Printed when nobody sees the window, kept while nobody has seen it yet.
+void MainWindow::KeepLogLine(const std::string& plain) {
   if (m_IsUnattended) {
-    std::string plain(std::strlen(sText) + 1, '\0');
-    plain.resize(LOG_StripColours(sText, plain.data()));
     std::fputs(plain.c_str(), stdout);
     std::fflush(stdout);
+    return;
+  }
+  SYS_LOCK_GUARD lock(m_Lock);
+  m_StartLog += plain;
+  if (m_StartLog.size() > kStartLogSize) {
+    m_StartLog.erase(0, m_StartLog.find('\n', m_StartLog.size() - kStartLogSize) + 1);
+  }
+}
+
+// Any thread. The view has its own locked buffer and asks the GUI thread to follow by itself.
+void MainWindow::AddLogLine(const char* sText) {
+  SYS_MUTEX_Lock(m_Lock, SYS_INFINITE);
+  const bool isStarting = m_IsStarting;
+  SYS_MUTEX_Unlock(m_Lock);
+  if (m_IsUnattended || isStarting) {
+    std::string plain(std::strlen(sText) + 1, '\0');
+    plain.resize(LOG_StripColours(sText, plain.data()));
+    KeepLogLine(plain);
   }
   m_pLogView->AddTextFromThread(sText);
 }

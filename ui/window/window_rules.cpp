@@ -30,11 +30,16 @@ UI_RECENT_TEXT UI_GetRecentText(std::string_view path, bool isProject) {
   return texts;
 }
 
-std::string UI_CheckDroppedFile(const char* sFile) {
-  if (APP_CanOpenExt(sFile)) {
+std::string UI_CheckDroppedFile(const std::string& sFile, const std::string& sShown) {
+  const char* sReason = "Unsupported file format.";
+  if (sFile.empty()) {
+    sReason = "It is not on this computer.";
+  } else if (sFile.size() >= UI_FILE_SIZE) {
+    sReason = "Its name is too long.";  // cut, it would be that of another file
+  } else if (APP_CanOpenExt(sFile.c_str())) {
     return {};
   }
-  return std::string("Cannot open file ") + sFile + "\nUnsupported file format.";
+  return "Cannot open file " + sShown + "\n" + sReason;
 }
 
 const UI_HELP_ROW* UI_FindHelpRow(u32 action) {

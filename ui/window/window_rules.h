@@ -17,8 +17,10 @@ struct UI_RECENT_TEXT {
 UI_RECENT_TEXT UI_GetRecentText(std::string_view path, bool isProject);
 
 // ---- Drag and drop ----
-// Empty when the file can be opened, else what to tell the user.
-std::string UI_CheckDroppedFile(const char* sFile);
+constexpr std::size_t UI_FILE_SIZE = 512;  // of a name in a job, with its end
+// Empty when the file can be opened, else what to tell the user. sFile is empty for what is not on
+// this computer; sShown is how the user knows it.
+std::string UI_CheckDroppedFile(const std::string& sFile, const std::string& sShown);
 
 // ---- Help ----
 struct UI_HELP_ROW {
