@@ -41,8 +41,17 @@ int OpenRetried(const char* sName, int Flags) {
   return fd;
 }
 
-// What stands against using the open file in the way of Flags: an errno value or 0.
-int CheckOpened(int Fd, u32 Flags) {
+// No errno value: the name stands for another file by now.
+constexpr int kReplaced = -1;
+constexpr u32 kMaxReopens = 100;
+
+bool IsStillNamed(const struct stat& Opened, const char* sName) {
+  struct stat named {};
+  return stat(sName, &named) == 0 && named.st_dev == Opened.st_dev && named.st_ino == Opened.st_ino;
+}
+
+// What stands against using the open file in the way of Flags: an errno value, kReplaced or 0.
+int CheckOpened(int Fd, const char* sName, u32 Flags) {
   struct stat info {};
   if (fstat(Fd, &info) != 0) {
     return errno;
@@ -62,12 +71,37 @@ int CheckOpened(int Fd, u32 Flags) {
   if (!isShared && flock(Fd, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
     return EWOULDBLOCK;
   }
+  // The lock of a file that was replaced meanwhile keeps nobody from the new one.
+  if (!isShared && !IsStillNamed(info, sName)) {
+    return kReplaced;
+  }
   // Emptied only now: a file that is refused keeps its content.
   const bool isEmptied = (Flags & SYS_FILE_TRUNCATE) != 0 && info.st_size != 0;
   if (isEmptied && ftruncate(Fd, 0) != 0) {
     return errno;
   }
   return 0;
+}
+
+// 0, an errno value or kReplaced.
+int OpenOnce(const char* sName, u32 Flags, SYS_HANDLE* pHandle) {
+  const int fd = OpenRetried(sName, PlatformFlags(Flags));
+  if (fd < 0) {
+    return errno;
+  }
+  auto pFile = std::unique_ptr<FileObject>(new (std::nothrow) FileObject(fd));
+  if (pFile == nullptr) {
+    close(fd);
+    return ENOMEM;
+  }
+  int error = CheckOpened(fd, sName, Flags);
+  if (error == 0 && (Flags & SYS_FILE_APPEND) != 0 && lseek(fd, 0, SEEK_END) < 0) {
+    error = errno;
+  }
+  if (error == 0) {
+    *pHandle = SysToHandle(pFile.release());
+  }
+  return error;
 }
 
 SYS_HANDLE TryOpen(const char* sName, u32 Flags) {
@@ -78,26 +112,15 @@ SYS_HANDLE TryOpen(const char* sName, u32 Flags) {
     SysNoteError(EACCES, sName);
     return SYS_INVALID_FILE;
   }
-  const int fd = OpenRetried(sName, PlatformFlags(Flags));
-  if (fd < 0) {
-    SysNoteError(errno, sName);
-    return SYS_INVALID_FILE;
-  }
-  auto pFile = std::unique_ptr<FileObject>(new (std::nothrow) FileObject(fd));
-  if (pFile == nullptr) {
-    close(fd);
-    SysNoteError(ENOMEM, sName);
-    return SYS_INVALID_FILE;
-  }
-  int error = CheckOpened(fd, Flags);
-  if (error == 0 && (Flags & SYS_FILE_APPEND) != 0 && lseek(fd, 0, SEEK_END) < 0) {
-    error = errno;
+  SYS_HANDLE h = SYS_INVALID_FILE;
+  int error = kReplaced;
+  for (u32 i = 0; i < kMaxReopens && error == kReplaced; ++i) {
+    error = OpenOnce(sName, Flags, &h);
   }
   if (error != 0) {
-    SysNoteError(error, sName);
-    return SYS_INVALID_FILE;
+    SysNoteError(error == kReplaced ? EWOULDBLOCK : error, sName);
   }
-  return SysToHandle(pFile.release());
+  return h;
 }
 
 FileObject* GetFile(SYS_HANDLE h) {

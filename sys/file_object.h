@@ -22,8 +22,9 @@ class FileObject : public SysObject {
     m_TempName = std::move(TempName);
     m_TargetName = std::move(TargetName);
   }
-  // Flushes the new file and renames it over its target. 0, or the errno value of the failed step.
-  int PutInPlace();
+  // Flushes the new file and renames it over its target, with SYS_REPLACE_ flags. 0, or the errno
+  // value of the failed step.
+  int PutInPlace(u32 Flags);
   // 0 or the errno value.
   int Close();
   // Lets the disk begin with what was written so far, so that the flush at the end of a large

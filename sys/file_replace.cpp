@@ -1,3 +1,5 @@
+#include "sys/file_replace.h"
+
 #include <fcntl.h>
 #include <sys/random.h>
 #include <sys/stat.h>
@@ -12,7 +14,6 @@
 #include <memory>
 #include <new>
 
-#include "sys/file.h"
 #include "sys/file_object.h"
 #include "sys/os_error.h"
 #include "sys/util_string.h"
@@ -151,15 +152,34 @@ int SyncRetried(int Fd) {
   return result == 0 ? 0 : errno;
 }
 
-// Makes the rename last over a loss of power. The new content is in place already, so a file system
-// that cannot flush a directory is no failure.
-void SyncDirectory(const std::string& FileName) {
+// Makes the rename last over a loss of power. A file system that knows no flush of a directory is
+// no failure. 0 or the errno value.
+int SyncDirectory(const std::string& FileName) {
   const std::string dir(SysDirPart(FileName));
   const int fd = open(dir.empty() ? "." : dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (fd >= 0) {
-    static_cast<void>(SyncRetried(fd));
-    close(fd);
+  if (fd < 0) {
+    return errno;
   }
+  const int error = SyncRetried(fd);
+  close(fd);
+  return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP ? 0 : error;
+}
+
+// 0 or the errno value.
+int RenameNew(const char* sFrom, const char* sTo) {
+  if (renameat2(AT_FDCWD, sFrom, AT_FDCWD, sTo, RENAME_NOREPLACE) == 0) {
+    return 0;
+  }
+  // Some network file systems don't know this rename, but have links.
+  if ((errno != EINVAL && errno != ENOSYS) || link(sFrom, sTo) != 0) {
+    return errno;
+  }
+  unlink(sFrom);
+  return 0;
+}
+
+int Rename(const char* sFrom, const char* sTo) {
+  return SysFileOps().pfRename(sFrom, sTo) == 0 ? 0 : errno;
 }
 
 }  // namespace
@@ -201,7 +221,7 @@ void FileObject::NoteWritten(u64 NumBytes) {
   m_NumStarted = m_NumWritten;
 }
 
-int FileObject::PutInPlace() {
+int FileObject::PutInPlace(u32 Flags) {
   if (m_WriteError != 0) {
     return m_WriteError;
   }
@@ -214,12 +234,14 @@ int FileObject::PutInPlace() {
   if (const int error = Close(); error != 0) {
     return error;
   }
-  if (SysFileOps().pfRename(m_TempName.c_str(), m_TargetName.c_str()) != 0) {
-    return errno;
+  const auto pfRename = (Flags & SYS_REPLACE_NEW) != 0 ? RenameNew : Rename;
+  if (const int error = pfRename(m_TempName.c_str(), m_TargetName.c_str()); error != 0) {
+    return error;
   }
   m_TempName.clear();
-  SyncDirectory(m_TargetName);
-  return 0;
+  // The new content is in place already, which is enough for most files.
+  const int error = SyncDirectory(m_TargetName);
+  return (Flags & SYS_REPLACE_LASTING) != 0 ? error : 0;
 }
 
 SYS_HANDLE SYS_FILE_BeginReplace(const char* sName, bool CreatePath) {
@@ -256,15 +278,20 @@ SYS_HANDLE SYS_FILE_BeginReplace(const char* sName, bool CreatePath) {
 }
 
 int SYS_FILE_EndReplace(SYS_HANDLE h, bool Keep) {
-  const std::unique_ptr<FileObject> pFile(SysFromHandle<FileObject>(h));
-  if (pFile == nullptr) {
+  if (Keep) {
+    return SYS_FILE_EndReplaceEx(h, 0);
+  }
+  const bool isOpen = SysFromHandle<FileObject>(h) != nullptr;
+  SYS_FILE_Close(h);
+  if (!isOpen) {
     SysNoteError(EBADF, nullptr);
-    return -1;
   }
-  if (!Keep) {
-    return 0;
-  }
-  const int error = pFile->PutInPlace();
+  return isOpen ? 0 : -1;
+}
+
+int SYS_FILE_EndReplaceEx(SYS_HANDLE h, u32 Flags) {
+  const std::unique_ptr<FileObject> pFile(SysFromHandle<FileObject>(h));
+  const int error = pFile == nullptr ? EBADF : pFile->PutInPlace(Flags);
   if (error != 0) {
     SysNoteError(error, nullptr);
   }

@@ -7,7 +7,8 @@
 
 #include "sys/file.h"
 
-// Lets one step of changing files fail with an error, once Room bytes are written.
+// Lets one step of changing files fail with an error, once Room bytes are written or Room flushes
+// done.
 class FailingOps {
  public:
   enum class Step { Write, Sync, Rename };
@@ -38,7 +39,7 @@ class FailingOps {
     s_Room -= n;
     return write(Fd, pBuf, n);
   }
-  static int Sync(int Fd) { return Fails(Step::Sync) ? -1 : fsync(Fd); }
+  static int Sync(int Fd) { return Fails(Step::Sync) && s_Room-- == 0 ? -1 : fsync(Fd); }
   static int Rename(const char* sFrom, const char* sTo) {
     return Fails(Step::Rename) ? -1 : std::rename(sFrom, sTo);
   }

@@ -2,8 +2,9 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <thread>
 
-#include "sys/file.h"
+#include "sys/file_replace.h"
 #include "tests/support/temp_dir.h"
 #include "tests/sys/failing_ops.h"
 
@@ -47,6 +48,52 @@ TEST(SysReplace, FailureOfAnyStepLeavesTheOldFile) {
       EXPECT_EQ(dir.NumEntries(), isThere ? 1u : 0u);
     }
   }
+}
+
+TEST(SysReplace, NewAndLasting) {
+  const struct {
+    u32 Flags;
+    bool IsThere;
+    int Error;  // of the directory's flush
+    int Result;
+  } rows[] = {{0, true, EIO, 0},
+              {SYS_REPLACE_LASTING, true, EIO, -1},
+              {SYS_REPLACE_LASTING, true, EINVAL, 0},  // not known there
+              {SYS_REPLACE_NEW, false, EIO, 0},
+              {SYS_REPLACE_NEW | SYS_REPLACE_LASTING, false, EIO, -1},
+              {SYS_REPLACE_NEW, true, 0, -1}};
+  for (const auto& row : rows) {
+    const TempDir dir;
+    row.IsThere ? WriteFile(dir / "file", "old") : void();
+    const FailingOps ops(Step::Sync, row.Error, 1);
+    const SYS_HANDLE h = SYS_FILE_BeginReplace((dir / "file").c_str(), false);
+    SYS_FILE_Write(h, "new", 3);
+    EXPECT_EQ(SYS_FILE_EndReplaceEx(h, row.Flags), row.Result) << row.Flags << row.Error;
+    EXPECT_EQ(ReadFile(dir / "file"), row.Error == 0 ? "old" : "new");
+    EXPECT_EQ(dir.NumEntries(), 1u);
+  }
+}
+
+// Who has the file open for writing is alone with it, also when another opened it before it was
+// replaced and locks it behind that.
+TEST(SysReplace, CountsUnderTheLock) {
+  const TempDir dir;
+  const std::string name = dir / "file";
+  WriteFile(name, "0");
+  const auto count = [&name] {
+    for (u32 numDone = 0; numDone < 300;) {
+      const SYS_HANDLE h = SYS_FILE_Open(name.c_str(), SYS_FILE_READ | SYS_FILE_WRITE);
+      if (h != SYS_INVALID_FILE) {
+        Replace(name, std::to_string(std::stoul(ReadFile(name)) + 1));
+        SYS_FILE_Close(h);
+        ++numDone;
+      }
+    }
+  };
+  std::thread other(count);
+  count();
+  other.join();
+  EXPECT_EQ(ReadFile(name), "600");
 }
 
 TEST(SysReplace, UntouchedUntilTheEnd) {
