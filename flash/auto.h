@@ -12,14 +12,19 @@ void FLASH_Auto(MEMAREA* pArea);
 
 // ---- Inner steps: sets of whole sectors ----
 //
+// Where nothing is erased a sector may be smaller than a page, which is written as a whole: there
+// the page takes the sector's place.
+//
 // Results are new areas that the caller owns. A sector counts as its whole image, bytes that an
 // area doesn't have as 0xFF: a read back may have left out what was blank. Null, or what was
 // gathered so far, after a failure, reported. The areas are the run's own: nobody else has them
 // locked.
 
-// Sectors of pNew that differ from pCurrent, with the bytes of pNew.
+// Sectors of pNew that differ from pCurrent, with the bytes of pNew. In a page that takes a
+// sector's place, bytes that pNew doesn't have are those of pCurrent.
 MEMAREA* FLASH_DiffSectors(MEMAREA* pNew, MEMAREA* pCurrent);
 // What pCurrent holds in the sectors of pDiff.
 MEMAREA* FLASH_CurrentOfSectors(MEMAREA* pCurrent, MEMAREA* pDiff);
-// Sectors of pCurrent from the first to the last address of pSpan that hold anything but 0xFF.
+// Sectors of pCurrent from the first to the last one that pSpan touches that hold anything but
+// 0xFF.
 MEMAREA* FLASH_NotBlankSectors(MEMAREA* pSpan, MEMAREA* pCurrent);

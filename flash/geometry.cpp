@@ -1,5 +1,7 @@
 #include "flash/geometry.h"
 
+#include <algorithm>
+
 #include "flash/spi.h"
 #include "project/project.h"
 #include "sys/util_format.h"
@@ -9,21 +11,64 @@ namespace {
 // More than a log line shows.
 constexpr std::size_t kMaxRangesText = 2048;
 
-}  // namespace
+const SPI_FLASH_INFO& ReadInfo() {
+  static SPI_FLASH_INFO info;  // too large for the stack
+  PROJECT_GetFlash(&info);
+  return info;
+}
 
 // Page and sector sizes come from a project file, so any shift may stand there. A sector that the
 // chip doesn't hold as a whole doesn't count.
-Geometry GEOMETRY_Get() {
-  static SPI_FLASH_INFO info;  // too large for the stack
-  PROJECT_GetFlash(&info);
-  if (info.SectorSizeShift >= 64) {
+Geometry MakeGeometry(const SPI_FLASH_INFO& info, u32 Shift) {
+  if (Shift >= 64) {
     return {};
   }
-  const u64 numSectors = FLASH_InfoTotalSize(info) >> info.SectorSizeShift;
+  const u64 numSectors = FLASH_InfoTotalSize(info) >> Shift;
   if (numSectors > 0xFFFFFFFF) {
     return {};
   }
-  return {static_cast<u32>(numSectors), info.SectorSizeShift};
+  return {static_cast<u32>(numSectors), Shift};
+}
+
+// Runs of sectors are added as one range each, never sector by sector: an EEPROM has sectors of one
+// byte.
+MEMAREA* CreateArea(const Geometry& geometry, MEMAREA* pFilter, u32* pNumSectors) {
+  MEMAREA_PTR pArea(MEMAREA_Create());
+  u32 numSectors = 0;
+  bool isOk = pArea != nullptr;
+  const auto addRun = [&](u32 First, u32 Last) {
+    const u64 numRun = static_cast<u64>(Last) - First + 1;
+    numSectors += static_cast<u32>(numRun);
+    isOk = isOk && MEMAREA_AddRange(pArea.get(), geometry.GetAddr(First),
+                                    numRun << geometry.SectorShift, nullptr) == 0;
+  };
+  if (pFilter != nullptr) {
+    GEOMETRY_ForEachRun(geometry, pFilter, addRun);
+  } else if (geometry.NumSectors != 0) {
+    addRun(0, geometry.NumSectors - 1);
+  }
+  if (pNumSectors != nullptr) {
+    *pNumSectors = isOk ? numSectors : 0;
+  }
+  return isOk ? pArea.release() : nullptr;
+}
+
+}  // namespace
+
+Geometry GEOMETRY_Get() {
+  const SPI_FLASH_INFO& info = ReadInfo();
+  return MakeGeometry(info, info.SectorSizeShift);
+}
+
+Geometry GEOMETRY_GetUnits() {
+  const SPI_FLASH_INFO& info = ReadInfo();
+  return MakeGeometry(info, info.FlashType == FLASH_TYPE_NOR
+                                ? info.SectorSizeShift
+                                : std::max(info.SectorSizeShift, info.PageSizeShift));
+}
+
+MEMAREA* GEOMETRY_CreateUnitArea(MEMAREA* pArea) {
+  return CreateArea(GEOMETRY_GetUnits(), pArea, nullptr);
 }
 
 u32 FLASH_GetNumSectors() {
@@ -44,28 +89,8 @@ u64 FLASH_GetTotalSize() {
   return GEOMETRY_Get().GetTotalSize();
 }
 
-// Runs of sectors are added as one range each, never sector by sector: an EEPROM has sectors of one
-// byte.
 MEMAREA* FLASH_CreateSectorArea(MEMAREA* pFilter, u32* pNumSectors) {
-  const Geometry geometry = GEOMETRY_Get();
-  MEMAREA_PTR pArea(MEMAREA_Create());
-  u32 numSectors = 0;
-  bool isOk = pArea != nullptr;
-  const auto addRun = [&](u32 First, u32 Last) {
-    const u64 numRun = static_cast<u64>(Last) - First + 1;
-    numSectors += static_cast<u32>(numRun);
-    isOk = isOk && MEMAREA_AddRange(pArea.get(), geometry.GetAddr(First),
-                                    numRun << geometry.SectorShift, nullptr) == 0;
-  };
-  if (pFilter != nullptr) {
-    GEOMETRY_ForEachRun(geometry, pFilter, addRun);
-  } else if (geometry.NumSectors != 0) {
-    addRun(0, geometry.NumSectors - 1);
-  }
-  if (pNumSectors != nullptr) {
-    *pNumSectors = isOk ? numSectors : 0;
-  }
-  return isOk ? pArea.release() : nullptr;
+  return CreateArea(GEOMETRY_Get(), pFilter, pNumSectors);
 }
 
 u32 FLASH_GetNumRanges() {

@@ -14,6 +14,12 @@ struct Geometry {
 
 // A geometry that makes no sense has no sectors.
 Geometry GEOMETRY_Get();
+// The same chip in the smallest pieces that can be rewritten without the bytes beside them:
+// sectors, but where nothing is erased at least a page, since programming takes a whole one. An
+// EEPROM has sectors of one byte.
+Geometry GEOMETRY_GetUnits();
+// Addresses of all such pieces that the area touches. The caller owns it; null when memory is out.
+MEMAREA* GEOMETRY_CreateUnitArea(MEMAREA* pArea);
 
 // Calls Run(first, last) for each run of neighbouring sectors that any range of the area touches,
 // in ascending order. One pass over the ranges, whatever the number of sectors.

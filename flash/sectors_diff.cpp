@@ -7,7 +7,8 @@
 #include "sys/util_number.h"
 
 // Sets of sectors for a run that touches no more than it has to. Sectors are taken one at a time,
-// smaller ones in groups: parts without an erase have sectors of one byte.
+// smaller ones in groups. Parts without an erase have sectors of one byte but are written in pages:
+// there the page counts.
 
 namespace {
 
@@ -45,14 +46,21 @@ void ReportNoMemory(u64 NumBytes) {
   APP_LogErrorf("Failed to allocate %llu bytes of memory", NumBytes);
 }
 
-// Holes within a sector come with its alignment; those between sectors stay out, since a part with
-// sectors of one byte keeps what it has there.
+// Holes within a sector come with its alignment; those between sectors stay out.
 constexpr u64 kMaxGap = 0;
 
+// Bytes of the block that its area doesn't have become the other's.
+void FillHoles(u8* pData, const u8* pValid, const u8* pOther, u64 NumBytes) {
+  for (u64 i = 0; i < NumBytes; ++i) {
+    pData[i] = pValid[i] != 0 ? pData[i] : pOther[i];
+  }
+}
+
+// IsFilling: holes are filled from pOther, else they are blank.
 template <class IS_KEPT>
-MEMAREA* GatherSectors(MEMAREA* pArea, u64 FirstAddr, u64 LastAddr, MEMAREA* pOther,
+MEMAREA* GatherSectors(MEMAREA* pArea, u64 FirstAddr, u64 LastAddr, MEMAREA* pOther, bool IsFilling,
                        IS_KEPT IsKept) {
-  const Geometry geometry = GEOMETRY_Get();
+  const Geometry geometry = GEOMETRY_GetUnits();
   const u64 sectorSize = geometry.GetSectorSize();
   if (sectorSize == 0) {
     APP_LogError("The sectors of the chip are not known.");
@@ -62,20 +70,24 @@ MEMAREA* GatherSectors(MEMAREA* pArea, u64 FirstAddr, u64 LastAddr, MEMAREA* pOt
   MEMAREA_PTR pResult(MEMAREA_Create());
   const std::unique_ptr<u8[]> pData = AllocBuffer(blockSize);
   const std::unique_ptr<u8[]> pOtherData = AllocBuffer(blockSize);
-  if (pResult == nullptr || pData == nullptr || pOtherData == nullptr) {
+  const std::unique_ptr<u8[]> pValid = AllocBuffer(blockSize);
+  if (pResult == nullptr || pData == nullptr || pOtherData == nullptr || pValid == nullptr) {
     ReportNoMemory(blockSize);
     return nullptr;
   }
   for (u64 next = FirstAddr; next <= LastAddr && !HasErrors();) {
     u64 addr = 0;
     const u64 numBytes =
-        MEMAREA_GetData(pArea, next, LastAddr, kMaxGap, kBlank, pData.get(), nullptr, &addr,
+        MEMAREA_GetData(pArea, next, LastAddr, kMaxGap, kBlank, pData.get(), pValid.get(), &addr,
                         blockSize, geometry.SectorShift, geometry.SectorShift);
     if (numBytes == 0) {
       break;
     }
     std::memset(pOtherData.get(), kBlank, numBytes);
     MEMAREA_Read(pOther, addr, numBytes, pOtherData.get(), kBlank);
+    if (IsFilling) {
+      FillHoles(pData.get(), pValid.get(), pOtherData.get(), numBytes);
+    }
     if (AddKept(pResult.get(), {addr, numBytes, pData.get(), pOtherData.get()}, sectorSize,
                 IsKept) != 0) {
       ReportNoMemory(numBytes);
@@ -90,9 +102,12 @@ MEMAREA* GatherSectors(MEMAREA* pArea, u64 FirstAddr, u64 LastAddr, MEMAREA* pOt
 
 }  // namespace
 
+// A page that differs is written as a whole, so the bytes beside the data in it have to be what
+// they were.
 MEMAREA* FLASH_DiffSectors(MEMAREA* pNew, MEMAREA* pCurrent) {
-  const u64 size = GEOMETRY_Get().GetSectorSize();
+  const u64 size = GEOMETRY_GetUnits().GetSectorSize();
   return GatherSectors(pNew, MEMAREA_GetMinAddr(pNew), MEMAREA_GetMaxAddr(pNew), pCurrent,
+                       size > GEOMETRY_Get().GetSectorSize(),
                        [size](u64 /*Addr*/, const u8* pData, const u8* pOther) {
                          return std::memcmp(pData, pOther, size) != 0;
                        });
@@ -101,21 +116,24 @@ MEMAREA* FLASH_DiffSectors(MEMAREA* pNew, MEMAREA* pCurrent) {
 // A matching sector of the chip stands in no set: the next step would erase it for nothing, or for
 // good.
 MEMAREA* FLASH_CurrentOfSectors(MEMAREA* pCurrent, MEMAREA* pDiff) {
-  const u64 size = GEOMETRY_Get().GetSectorSize();
+  const u64 size = GEOMETRY_GetUnits().GetSectorSize();
   return GatherSectors(pCurrent, MEMAREA_GetMinAddr(pCurrent), MEMAREA_GetMaxAddr(pCurrent), pDiff,
-                       [size, pDiff](u64 Addr, const u8* pData, const u8* pOther) {
+                       false, [size, pDiff](u64 Addr, const u8* pData, const u8* pOther) {
                          return std::memcmp(pData, pOther, size) != 0 &&
                                 MEMAREA_ContainsRange(pDiff, Addr, size);
                        });
 }
 
+// Where pSpan begins or ends within a sector, the bytes beside it are erased as well, and a read
+// back may consist of them alone.
 MEMAREA* FLASH_NotBlankSectors(MEMAREA* pSpan, MEMAREA* pCurrent) {
   // An empty span has the same addresses as one of the first byte.
   if (MEMAREA_GetNumRanges(pSpan) == 0) {
     return MEMAREA_Create();
   }
-  const u64 size = GEOMETRY_Get().GetSectorSize();
-  return GatherSectors(pCurrent, MEMAREA_GetMinAddr(pSpan), MEMAREA_GetMaxAddr(pSpan), nullptr,
+  const u64 size = GEOMETRY_GetUnits().GetSectorSize();
+  return GatherSectors(pCurrent, MEMAREA_GetMinAddr(pSpan) & ~(size - 1),
+                       MEMAREA_GetMaxAddr(pSpan) | (size - 1), nullptr, false,
                        [size](u64 /*Addr*/, const u8* pData, const u8* /*pOther*/) {
                          return !UTIL_IsFilled(pData, kBlank, size);
                        });
