@@ -4,6 +4,7 @@
 
 #include "flash/custom.h"
 #include "flash/erase.h"
+#include "flash/geometry.h"
 #include "flash/operation.h"
 #include "flash/program.h"
 #include "flash/serial_number.h"
@@ -67,6 +68,8 @@ class AutoRun {
     if (!HasErrors()) {
       RunExitSequence();
     }
+    // The last thing that can go wrong: nothing may be told as done before it.
+    FLASH_EndOperation();
     m_sTimes = FormatStepTime(", Erase", eraseMs) + FormatStepTime(", Prog", programMs) +
                FormatStepTime(", Verify", verifyMs);
     Report();
@@ -78,17 +81,27 @@ class AutoRun {
            m_Production.EraseType != kEraseChip;
   }
 
-  // The image may be edited while the run goes on.
+  // The image may be edited while the run goes on, and may have been since the number was stamped.
   void Copy(MEMAREA* pArea) {
     m_pWork.reset(MEMAREA_Create());
-    if (MEMAREA_Merge(m_pWork.get(), pArea) != 0) {
+    const MEMAREA_LOCK_GUARD lock(pArea);
+    if (!lock.Locked()) {
+      APP_LogError("The data could not be copied.");
+    } else if (MEMAREA_Merge(m_pWork.get(), pArea) != 0) {
       APP_LogErrorf("Failed to allocate %llu bytes of memory", MEMAREA_GetNumBytes(pArea));
+    } else {
+      SN_StampCopy(m_pWork.get());
     }
   }
 
   // The chip is read once. What it holds is kept only for the blank check.
   void Compare() {
-    const MEMAREA_PTR pRead(FLASH_ReadAffected(m_pWork.get()));
+    const MEMAREA_PTR pUnits(GEOMETRY_CreateUnitArea(m_pWork.get()));
+    if (pUnits == nullptr) {
+      APP_LogErrorf("Failed to allocate %llu bytes of memory", MEMAREA_GetNumBytes(m_pWork.get()));
+      return;
+    }
+    const MEMAREA_PTR pRead(FLASH_ReadAffected(pUnits.get()));
     if (pRead == nullptr || HasErrors()) {
       return;
     }

@@ -5,11 +5,11 @@
 #include <cstring>
 #include <string_view>
 
-#include "app/engine/files.h"
 #include "flash/erase.h"
 #include "flash/operation.h"
 #include "flash/side_file.h"
 #include "project/text/file_error.h"
+#include "sys/file_replace.h"
 #include "sys/util_format.h"
 #include "sys/util_number.h"
 
@@ -23,6 +23,14 @@ using SerialData = std::array<u8, kMaxSNBytes>;
 
 // The number's file while a run needs it: whoever else runs with the same numbers is refused.
 SYS_HANDLE hHeldFile = SYS_INVALID_FILE;
+
+// What the run has stamped; no bytes: nothing.
+struct StampedData {
+  u64 Addr = 0;
+  u32 NumBytes = 0;
+  SerialData Data{};
+};
+StampedData Stamped;
 
 // Invalid: what the file holds isn't a number for sure, and only a run is told so. Failed has been
 // reported.
@@ -79,31 +87,61 @@ void ReportInvalid() {
       acName.data());
 }
 
-int ReportHold(const char* sName) {
-  if (SYS_GetLastError() == SYS_ERROR_SHARING_VIOLATION) {
-    APP_LogErrorf("File [%s] is in use: another run gives away the serial numbers of this project.",
-                  sName);
-    return -1;
-  }
+int ReportWrite(const char* sName) {
   char acError[1024];
   APP_FormatFileError(sName, "write", acError, sizeof(acError));
   APP_LogError(acError);
   return -1;
 }
 
-// Takes the file from other runs and sees to it that the next number can be written behind this
-// one, before the chip is touched: it may be write-protected, or stand in a folder that is. What
-// only shows then, such as a full disk, still ends the run. 0, or -1 reported.
-int HoldFile(bool IsThere) {
+int ReportHold(const char* sName) {
+  if (SYS_GetLastError() == SYS_ERROR_SHARING_VIOLATION) {
+    APP_LogErrorf("File [%s] is in use: another run gives away the serial numbers of this project.",
+                  sName);
+    return -1;
+  }
+  return ReportWrite(sName);
+}
+
+// Flags: as for SYS_FILE_EndReplaceEx. 0, or -1 not reported.
+int WriteValue(const char* sName, u32 Value, u32 Flags) {
+  const SYS_HANDLE h = SYS_FILE_BeginReplace(sName, true);
+  if (h == SYS_INVALID_FILE) {
+    return -1;
+  }
+  std::array<char, 16> acText{};
+  const int length = UTIL_snprintf(acText.data(), acText.size(), "%u", Value);
+  if (SYS_FILE_Write(h, acText.data(), static_cast<u64>(length)) != length) {
+    const u32 error = SYS_GetLastError();
+    SYS_FILE_EndReplace(h, false);
+    SYS_SetLastError(error);
+    return -1;
+  }
+  return SYS_FILE_EndReplaceEx(h, Flags);
+}
+
+// Without a file there is nothing to hold. One that another run has created meanwhile is as good.
+// 0, or -1 reported.
+int CreateFile(u32 Value) {
   std::array<char, SYS_MAX_PATH> acName{};
   if (PROJECT_GetSideFileName("_Serial", acName.data(), acName.size()) != 0) {
     return -1;
   }
-  if (IsThere) {
-    hHeldFile = SYS_FILE_Open(acName.data(), SYS_FILE_READ | SYS_FILE_WRITE | SYS_FILE_SHARE_READ);
-    if (hHeldFile == SYS_INVALID_FILE) {
-      return ReportHold(acName.data());
-    }
+  const int result = WriteValue(acName.data(), Value, SYS_REPLACE_NEW | SYS_REPLACE_LASTING);
+  return result == 0 || SYS_FILE_Exists(acName.data()) != 0 ? 0 : ReportWrite(acName.data());
+}
+
+// Takes the file from other runs and sees to it that the next number can be written behind this
+// one, before the chip is touched: it may be write-protected, or stand in a folder that is. What
+// only shows then, such as a full disk, still ends the run. 0, or -1 reported.
+int HoldFile() {
+  std::array<char, SYS_MAX_PATH> acName{};
+  if (PROJECT_GetSideFileName("_Serial", acName.data(), acName.size()) != 0) {
+    return -1;
+  }
+  hHeldFile = SYS_FILE_Open(acName.data(), SYS_FILE_READ | SYS_FILE_WRITE | SYS_FILE_SHARE_READ);
+  if (hHeldFile == SYS_INVALID_FILE) {
+    return ReportHold(acName.data());
   }
   const SYS_HANDLE hTrial = SYS_FILE_BeginReplace(acName.data(), false);
   return hTrial == SYS_INVALID_FILE ? ReportHold(acName.data())
@@ -113,18 +151,23 @@ int HoldFile(bool IsThere) {
 // The number of this run, from the file and into the project. 0, or -1 reported.
 int TakeValue(PROJ_PRODUCTION* pProduction) {
   LoadResult result = LoadValue(&pProduction->SNValue);
-  if (result == LoadResult::Loaded || result == LoadResult::NoFile) {
-    const bool isThere = result == LoadResult::Loaded;
-    if (HoldFile(isThere) != 0) {
+  if (result == LoadResult::NoFile) {
+    if (CreateFile(pProduction->SNValue) != 0) {
+      return -1;
+    }
+    result = LoadResult::Loaded;
+  }
+  if (result == LoadResult::Loaded) {
+    if (HoldFile() != 0) {
       return -1;
     }
     // Another run may have counted on before the file was held.
-    result = isThere ? LoadValue(&pProduction->SNValue) : result;
+    result = LoadValue(&pProduction->SNValue);
   }
-  if (result == LoadResult::Invalid) {
+  if (result == LoadResult::Invalid || result == LoadResult::NoFile) {
     ReportInvalid();
   }
-  if (result == LoadResult::Invalid || result == LoadResult::Failed) {
+  if (result != LoadResult::Loaded) {
     return -1;
   }
   PROJECT_SetProduction(pProduction);
@@ -133,9 +176,13 @@ int TakeValue(PROJ_PRODUCTION* pProduction) {
 
 // 0, or -1 reported.
 int Fetch(const PROJ_PRODUCTION& production, SerialData* pData) {
-  const ListResult result =
-      SERIAL_FetchFromList(production.SNValue, pData->data(), GetNumSNBytes(production));
+  const u32 numBytes = GetNumSNBytes(production);
+  const ListResult result = SERIAL_FetchFromList(production.SNValue, pData->data(), numBytes);
   if (result == ListResult::NoList) {
+    if (u64{production.SNValue} >> (8 * std::min(numBytes, 4u)) != 0) {
+      APP_LogErrorf("Serial number %u does not fit into %u bytes.", production.SNValue, numBytes);
+      return -1;
+    }
     UTIL_StoreU32LE(pData->data(), production.SNValue);
     UTIL_StoreU32LE(pData->data() + 4, ~production.SNValue);
   }
@@ -158,19 +205,26 @@ bool CanStamp(const PROJ_PRODUCTION& production) {
   return true;
 }
 
-// Edits that were not saved lie above the bytes of the image and would hide the number. 0 or -1.
-int Stamp(MEMAREA* pArea, const PROJ_PRODUCTION& production, const SerialData& data) {
-  const u32 numBytes = GetNumSNBytes(production);
-  {
-    const MEMAREA_LOCK_GUARD lock(pArea);
-    if (MEMAREA_CommitPatches(pArea) != 0 ||
-        MEMAREA_Write(pArea, production.SNAddr, numBytes, data.data()) != 0) {
-      APP_LogError("The serial number could not be written into the image.");
-      return -1;
-    }
+// Edits that were not saved lie above the bytes of the image and would hide the number. 0, or -1
+// reported.
+int WriteStamp(MEMAREA* pArea) {
+  const MEMAREA_LOCK_GUARD lock(pArea);
+  if (MEMAREA_CommitPatches(pArea) != 0 ||
+      MEMAREA_Write(pArea, Stamped.Addr, Stamped.NumBytes, Stamped.Data.data()) != 0) {
+    APP_LogError("The serial number could not be written into the image.");
+    return -1;
   }
-  APP_LogInfof("Serial number %u stamped (%d bytes @ address 0x%.8X)", production.SNValue, numBytes,
-               production.SNAddr);
+  return 0;
+}
+
+// 0, or -1 reported.
+int Stamp(MEMAREA* pArea, const PROJ_PRODUCTION& production, const SerialData& data) {
+  Stamped = {production.SNAddr, GetNumSNBytes(production), data};
+  if (WriteStamp(pArea) != 0) {
+    return -1;
+  }
+  APP_LogInfof("Serial number %u stamped (%d bytes @ address 0x%.8X)", production.SNValue,
+               Stamped.NumBytes, production.SNAddr);
   if (production.SNInc == 0) {
     APP_LogWarning("The increment of the serial number is 0: the next unit gets the same number.");
   }
@@ -185,7 +239,7 @@ bool IsStillNext(const PROJ_PRODUCTION& production, const char* sName) {
   if (result == LoadResult::Failed) {
     return false;
   }
-  if (result == LoadResult::Invalid || value != production.SNValue) {
+  if (result != LoadResult::Loaded || value != production.SNValue) {
     APP_LogErrorf("File [%s] has changed during the run: serial number %u may be given away twice.",
                   sName, production.SNValue);
     return false;
@@ -220,6 +274,10 @@ int SN_Prepare(MEMAREA* pArea) {
   return isReady ? Stamp(pArea, production, data) : -1;
 }
 
+int SN_StampCopy(MEMAREA* pWork) {
+  return Stamped.NumBytes != 0 ? WriteStamp(pWork) : 0;
+}
+
 // The file first: what the project knows counts only while there is no file.
 int SN_Advance() {
   PROJ_PRODUCTION production{};
@@ -240,16 +298,15 @@ int SN_Advance() {
     return -1;
   }
   production.SNValue = static_cast<u32>(next);
-  std::array<char, 16> acText{};
-  const int length = UTIL_snprintf(acText.data(), acText.size(), "%u", production.SNValue);
-  if (APP_SaveFile(acName.data(), acText.data(), static_cast<u64>(length)) != 0) {
-    return -1;
+  if (WriteValue(acName.data(), production.SNValue, SYS_REPLACE_LASTING) != 0) {
+    return ReportWrite(acName.data());
   }
   PROJECT_SetProduction(&production);
   return 0;
 }
 
 void SN_Release() {
+  Stamped = {};
   if (hHeldFile != SYS_INVALID_FILE) {
     SYS_FILE_Close(hHeldFile);
     hHeldFile = SYS_INVALID_FILE;

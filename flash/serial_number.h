@@ -11,12 +11,13 @@
 //   p_Serial.txt   the next number: decimal, or hexadecimal behind "0x"; what stands behind it
 //   after
 //                  a blank or a line end is a remark. Without the file it is the project's SNValue.
-//                  Written anew after each good run, replaced as a whole.
+//                  The first run creates it; written anew after each good one, replaced as a whole.
 //   p_SNList.txt   optional: line number SNValue, counted from 0, holds the data of that number as
 //                  pairs of hexadecimal digits. Lines end with LF or CR LF.
 //
 // Without a list the data is SNValue in 4 bytes and its complement in 4 more, little-endian. SNLen
-// bytes of the data, at most 32, are stamped at SNAddr; what the data doesn't have is 0.
+// bytes of the data, at most 32, are stamped at SNAddr; what the data doesn't have is 0. A number
+// that needs more than SNLen bytes is refused: cut, it would be that of another unit.
 //
 // A number is given away once its successor is on disk, and only then a run reports success. What
 // can't be read for sure (a file that is there but can't be opened, or that begins with anything
@@ -26,6 +27,9 @@
 // Loads the number, holds its file against other runs, and stamps it. 0, also when ProgramSN is
 // off; negative on failure, reported.
 int SN_Prepare(MEMAREA* pArea);
+// Stamps the number of SN_Prepare into a copy that nobody else has: the image itself can be edited
+// at any time. 0, also without a number, or -1 reported.
+int SN_StampCopy(MEMAREA* pWork);
 // Writes the next number to the file, then stores it in the project. 0, also when ProgramSN is off,
 // or -1; the project then keeps the old one.
 int SN_Advance();

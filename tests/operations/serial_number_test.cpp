@@ -38,6 +38,10 @@ TEST(SerialNumber, DataOfEveryForm) {
       {"", "", 4, 0, notNumber},
       {" 7", "", 4, 0, notNumber},
       {"1", "", 12, 0, "01000000FEFFFFFF00000000"},
+      {"255", "", 1, 0, "FF"},
+      {"256", "", 1, 0, "Serial number 256 does not fit into 1 bytes."},
+      {"16777216", "", 3, 0, "Serial number 16777216 does not fit into 3 bytes."},
+      {"256", noLines + "77", 1, 0, "line 257: the line is empty."},
       {"1", "", 40, 0, "01000000FEFFFFFF" + std::string(48, '0')},
       {"4294967296", "", 4, 0, notNumber},
       {"0x", "", 4, 0, notNumber},
@@ -86,7 +90,9 @@ TEST(SerialNumber, DataOfEveryForm) {
     EXPECT_EQ(result == 0, stamped != "");
     EXPECT_EQ(core.FrontEnd().HasLog("Could not read data for SN="),
               row.Stamped.find("line ") != std::string::npos && row.Stamped != notNumber);
-    EXPECT_EQ(core.FrontEnd().HasLog("No SN list file detected."), result == 0 && row.List.empty());
+    const bool isFetched = result == 0 || row.Stamped.find(" bytes.") != std::string::npos;
+    EXPECT_EQ(core.FrontEnd().HasLog("No SN list file detected."),
+              isFetched && row.List.empty() && row.Len != 0);
   }
 }
 
@@ -134,24 +140,47 @@ TEST(SerialNumber, NoGuesses) {
 // number that another run has given away meanwhile.
 TEST(SerialNumber, NeverTwice) {
   const struct {
-    const char *sBefore, *sMeanwhile, *sAfter, *sSays;
+    const char *sBefore, *sMeanwhile, *sAfter, *sSays;  // empty: no file
   } rows[] = {
       {"5", "5", "6", kPassed},
+      {"", "0", "1", kPassed},
+      {"5", "", "", "has changed during the run: serial number 5"},
       {"5", "6", "6", "has changed during the run: serial number 5"},
       {"5", "x", "x", "has changed during the run"},
       {"4294967295", "4294967295", "4294967295", "There is no further serial number."},
   };
   for (const auto& row : rows) {
     AutoScope core;
-    core.SetSerial(row.sBefore);
-    core.FrontEnd().OnRefresh = [&](PROGRESS_INFO*) { core.SetSerial(row.sMeanwhile); };
+    const std::string name = core.Path("p_Serial.txt");
+    const auto set = [&](const char* s) {
+      *s != 0 ? core.SetSerial(s) : void(std::filesystem::remove(name));
+    };
+    set(row.sBefore);
+    bool isHeld = false;
+    core.FrontEnd().OnRefresh = [&](PROGRESS_INFO*) {
+      isHeld = isHeld || SYS_FILE_Open(name.c_str(), 0x006) == SYS_INVALID_FILE;
+      set(row.sMeanwhile);
+    };
     FLASH_Auto(MakeImage().get());
     EXPECT_TRUE(core.FrontEnd().HasBox(row.sSays)) << core.FrontEnd().GetLog();
     EXPECT_EQ(core.HasPassed(), row.sSays == kPassed);
+    EXPECT_TRUE(isHeld);
     EXPECT_EQ(core.Serial(), row.sAfter);
     FLASH_Auto(MakeImage().get());  // the file isn't held any more
     EXPECT_FALSE(core.FrontEnd().HasLog("is in use: another run"));
   }
+}
+
+// The window shows the image as soon as it holds the number, and takes edits from then on.
+TEST(SerialNumber, EditedBehindTheStamp) {
+  AutoScope core;
+  const FLASH_HOOKS hooks = FLASH_Hooks;
+  FLASH_Hooks.pfOnImageChanged = [](MEMAREA* pArea) { MEMAREA_AddPatch(pArea, kSNAddr, 0xEE); };
+  FLASH_Auto(MakeImage().get());
+  FLASH_Hooks = hooks;
+  EXPECT_TRUE(core.HasPassed()) << core.FrontEnd().GetLog();
+  FLASH_Disconnect();
+  EXPECT_EQ(ReadFile(core.Path("chip.bin")).substr(kSNAddr, 4), std::string("\5\0\0\0", 4));
 }
 
 }  // namespace
