@@ -19,19 +19,6 @@ std::vector<DATA_WINDOW_INFO>& Rows() {
   return rows;
 }
 
-// Others may read and write the file meanwhile: this only looks at its time stamp.
-void TakeFileTime(DATA_WINDOW_INFO* pRow) {
-  const SYS_HANDLE hFile =
-      SYS_FILE_Open(pRow->acFileName, SYS_FILE_READ | SYS_FILE_SHARE_READ | SYS_FILE_SHARE_WRITE);
-  if (hFile == SYS_INVALID_FILE) {
-    return;
-  }
-  if (SYS_FILE_GetTimes(hFile, nullptr, &pRow->FileTime) != 0) {
-    pRow->FileTime = SYS_TIME{};
-  }
-  SYS_FILE_Close(hFile);
-}
-
 bool IsReadOnlyMode() {
   if (PROJECT_IsOpen() <= 0) {
     return false;
@@ -43,7 +30,22 @@ bool IsReadOnlyMode() {
 
 }  // namespace
 
-APP_DATA_WINDOW* APP_AddDataWindow(const char* sFile, MEMAREA* pArea, const char* sTitle) {
+SYS_TIME APP_GetFileTime(const char* sFile) {
+  SYS_TIME fileTime = {};
+  const SYS_HANDLE hFile =
+      SYS_FILE_Open(sFile, SYS_FILE_READ | SYS_FILE_SHARE_READ | SYS_FILE_SHARE_WRITE);
+  if (hFile == SYS_INVALID_FILE) {
+    return fileTime;
+  }
+  if (SYS_FILE_GetTimes(hFile, nullptr, &fileTime) != 0) {
+    fileTime = SYS_TIME{};
+  }
+  SYS_FILE_Close(hFile);
+  return fileTime;
+}
+
+APP_DATA_WINDOW* APP_AddDataWindow(const char* sFile, MEMAREA* pArea, const char* sTitle,
+                                   const SYS_TIME* pFileTime) {
   APP_FRONTEND* pFrontEnd = APP_GetFrontEnd();
   if (pArea == nullptr || pFrontEnd == nullptr) {
     return nullptr;
@@ -66,7 +68,7 @@ APP_DATA_WINDOW* APP_AddDataWindow(const char* sFile, MEMAREA* pArea, const char
   row.pArea = pArea;
   if (sFile != nullptr) {
     UTIL_strcpy(row.acFileName, sFile, sizeof row.acFileName);
-    TakeFileTime(&row);
+    row.FileTime = pFileTime != nullptr ? *pFileTime : APP_GetFileTime(sFile);
   }
   Rows().push_back(row);
   APP_UpdateMenuBar();
@@ -130,7 +132,7 @@ void APP_NoteFileTime(const APP_DATA_WINDOW* hWindow, const char* sFile) {
     return;
   }
   UTIL_strcpy(pRow->acFileName, sFile, sizeof pRow->acFileName);
-  TakeFileTime(pRow);
+  pRow->FileTime = APP_GetFileTime(sFile);
   pRow->IgnoreFileChange = 0;
 }
 

@@ -20,8 +20,12 @@ struct DATA_WINDOW_INFO {
 };
 
 // Takes the area over when the window exists, else the caller keeps it. Null when the list is full
-// or the front end made no window.
-APP_DATA_WINDOW* APP_AddDataWindow(const char* sFile, MEMAREA* pArea, const char* sTitle);
+// or the front end made no window. pFileTime is that of the file before it was read; null takes it
+// now.
+APP_DATA_WINDOW* APP_AddDataWindow(const char* sFile, MEMAREA* pArea, const char* sTitle,
+                                   const SYS_TIME* pFileTime = nullptr);
+// Last write time, all zero when it can't be told. Others may write the file meanwhile.
+SYS_TIME APP_GetFileTime(const char* sFile);
 // The row, or null.
 DATA_WINDOW_INFO* APP_FindDataWindow(const APP_DATA_WINDOW* hWindow);
 DATA_WINDOW_INFO* APP_GetFocusedDataWindow();
