@@ -10,7 +10,8 @@ bool DATA_HasExt(const char* sFile, const char* sExt);
 bool DATA_HasOwnAddresses(const char* sFile);
 // The plural ending.
 const char* DATA_Plural(u64 n);
-// Ends the step with the text, which the status bar shows too; gives the result back.
+// Ends the step with the text, of which the status bar shows the first line; gives the result back.
 int DATA_EndFailed(const char* sText, int Result);
-// Asks for a start address in the form that the readers want.
+// Asks for a start address in the form that the readers want. pContext, an u64 or null, remembers
+// the answer.
 int DATA_AskStartAddr(void* pContext, const char* sTitle, u64* pAddr);

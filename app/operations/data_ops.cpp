@@ -1,5 +1,9 @@
 #include "app/operations/data_ops.h"
 
+#include <algorithm>
+#include <string>
+#include <string_view>
+
 #include "app/engine/app_state.h"
 #include "app/engine/locks.h"
 #include "app/engine/log.h"
@@ -21,6 +25,7 @@ namespace {
 
 constexpr u32 kCrcBlock = 0x10000;
 constexpr u32 kExtSize = 32;
+constexpr u64 kMaxAddr32 = 0xFFFFFFFF;  // what a project and the fields of a dialog hold
 
 // What the dialogs offer again, until the program ends.
 struct REMEMBERED {
@@ -48,6 +53,24 @@ bool ChooseStartAddr(const char* sFile, u64 startAddr, bool hasStartAddr) {
     return true;
   }
   return DATA_AskStartAddr(nullptr, "Enter start address", &openAddr) == 0;
+}
+
+// The project names the file from now on, at an address that it can hold: one cut to 32 bits would
+// put the data elsewhere the next time.
+void BindProject(const char* sFile, u64 startAddr) {
+  if (PROJECT_IsOpen() <= 0) {
+    return;
+  }
+  if (startAddr <= kMaxAddr32) {
+    PROJECT_SetDataFile(sFile, static_cast<u32>(startAddr));
+    return;
+  }
+  APP_LogWarning("A project holds start addresses of 32 bits: it names no data file from now on.");
+  PROJ_GENERAL general;
+  PROJECT_GetGeneral(&general);
+  general.CurrentFile[0] = '\0';
+  general.DataFileSAddr = 0;
+  PROJECT_SetGeneral(&general);
 }
 
 // Size and checksums of a freshly opened image. False when the file could not be read again.
@@ -108,6 +131,30 @@ void WarnIfEmpty(MEMAREA* pArea, const char* sFile, u64 firstAddr, u64 lastAddr)
   APP_LogWarning(acText);
 }
 
+// Limits an entered range to the data. False when there is none in it.
+bool ClampToImage(MEMAREA* pImage, u64* pStart, u64* pEnd) {
+  const u64 minAddr = MEMAREA_GetMinAddr(pImage);
+  const u64 maxAddr = MEMAREA_GetMaxAddr(pImage);
+  char acText[160];
+  if (*pEnd < minAddr || *pStart > maxAddr) {
+    UTIL_snprintf64(acText, sizeof acText,
+                    "The data lies at 0x%llX - 0x%llX, none of it in 0x%llX - 0x%llX.", minAddr,
+                    maxAddr, *pStart, *pEnd);
+    APP_ShowError(acText);
+    return false;
+  }
+  const u64 start = std::max(*pStart, minAddr);
+  const u64 end = std::min(*pEnd, maxAddr);
+  if (start != *pStart || end != *pEnd) {
+    UTIL_snprintf64(acText, sizeof acText,
+                    "The range is limited to that of the data, 0x%llX - 0x%llX.", start, end);
+    APP_LogWarning(acText);
+    *pStart = start;
+    *pEnd = end;
+  }
+  return true;
+}
+
 void EndSaved(MEMAREA* pArea) {
   const u64 numRanges = MEMAREA_GetNumRanges(pArea);
   char acText[128];
@@ -135,12 +182,17 @@ const char* DATA_Plural(u64 n) {
 
 int DATA_EndFailed(const char* sText, int result) {
   APP_LogEndEx(sText);
-  APP_SetStatusText(sText, 0);
+  const std::string_view text(sText);
+  APP_SetStatusText(std::string(text.substr(0, text.find('\n'))).c_str(), 0);
   return result;
 }
 
-int DATA_AskStartAddr(void* /*pContext*/, const char* sTitle, u64* pAddr) {
-  return APP_AskAddressRange(nullptr, sTitle, pAddr, nullptr);
+int DATA_AskStartAddr(void* pContext, const char* sTitle, u64* pAddr) {
+  const int result = APP_AskAddressRange(nullptr, sTitle, pAddr, nullptr);
+  if (result == 0 && pContext != nullptr) {
+    *static_cast<u64*>(pContext) = *pAddr;
+  }
+  return result;
 }
 
 int APP_AskAddressRange(MEMAREA* pImage, const char* sTitle, u64* pStart, u64* pEnd) {
@@ -153,6 +205,14 @@ int APP_AskAddressRange(MEMAREA* pImage, const char* sTitle, u64* pStart, u64* p
   if (pImage != nullptr) {
     start = MEMAREA_GetMinAddr(pImage);
     end = MEMAREA_GetMaxAddr(pImage);
+    if (end > kMaxAddr32) {
+      char acText[128];
+      UTIL_snprintf64(acText, sizeof acText,
+                      "Addresses of more than 32 bits cannot be entered; the data ends at 0x%llX.",
+                      end);
+      APP_ShowError(acText);
+      return -1;
+    }
   }
   EDIT_VALUE_ITEM aItems[] = {{0, &start, "Start address (hex)"}, {0, &end, "End address (hex)"}};
   const int result = pFrontEnd->ShowEditValDialog(sTitle, aItems, pEnd == nullptr ? 1 : 2);
@@ -162,6 +222,10 @@ int APP_AskAddressRange(MEMAREA* pImage, const char* sTitle, u64* pStart, u64* p
   if (pEnd == nullptr) {
     *pStart = start;
   } else if (start <= end) {
+    if (pImage != nullptr && MEMAREA_GetNumRanges(pImage) != 0 &&
+        !ClampToImage(pImage, &start, &end)) {
+      return -1;
+    }
     *pStart = start;
     *pEnd = end;
   }
@@ -216,20 +280,22 @@ MEMAREA* APP_OpenDataFile(const char* pFileName, u64 startAddr, bool hasStartAdd
     char acText[SYS_MAX_PATH + 64];
     UTIL_snprintf(acText, sizeof acText, "Failed to open data file.\nNo start address given for %s",
                   acFile);
-    APP_LogEndEx(acText);
+    DATA_EndFailed(acText, -1);
     return nullptr;
   }
-  if (DATAFILE_Load(pArea.get(), APP_OnFileReport, nullptr, acFile, Remembered().OpenAddr,
-                    DATA_AskStartAddr, nullptr) < 0) {
+  u64& openAddr = Remembered().OpenAddr;
+  if (DATAFILE_Load(pArea.get(), APP_OnFileReport, nullptr, acFile, openAddr, DATA_AskStartAddr,
+                    &openAddr) < 0) {
     DATA_EndFailed("Failed to open data file", -1);
     return nullptr;
   }
-  if (PROJECT_IsOpen() > 0) {
-    PROJECT_SetDataFile(acFile, static_cast<u32>(Remembered().OpenAddr));
+  BindProject(acFile, openAddr);
+  if (LogImage(pArea.get(), acFile)) {
+    APP_LogEndEx("Data file opened successfully");
+    APP_SetStatusText("Ready", 0);
+  } else {
+    DATA_EndFailed("Failed to open data file for CRC calculation.", 0);
   }
-  APP_LogEndEx(LogImage(pArea.get(), acFile) ? "Data file opened successfully"
-                                             : "Failed to open data file for CRC calculation.");
-  APP_SetStatusText("Ready", 0);
   return pArea.release();
 }
 
@@ -241,40 +307,46 @@ int APP_OpenFile(const char* pFileName, u64 startAddr, bool hasStartAddr) {
     return APP_OpenProject(acFile);
   }
   SYS_LOCK_GUARD lock(APP_GetLock());
+  // Taken ahead: who writes the file while it is read is noticed later.
+  const SYS_TIME fileTime = APP_GetFileTime(acFile);
   MEMAREA_PTR pArea(APP_OpenDataFile(acFile, startAddr, hasStartAddr));
-  if (pArea == nullptr || APP_AddDataWindow(acFile, pArea.get(), acFile) == nullptr) {
+  if (pArea == nullptr || APP_AddDataWindow(acFile, pArea.get(), acFile, &fileTime) == nullptr) {
     return -1;
   }
   static_cast<void>(pArea.release());  // the window's row owns it now
   return 0;
 }
 
-void APP_LoadProjectDataFile() {
+int APP_LoadProjectDataFile() {
   const char* sProject = PROJECT_GetName();
   if (sProject == nullptr) {
     APP_LogInfo("No valid project directory found!");
-    return;
+    return -1;
   }
   PROJ_GENERAL general;
   PROJECT_GetGeneral(&general);
   if (general.CurrentFile[0] == '\0') {
     APP_LogInfo("No data file specified!");
-    return;
+    return 0;
   }
   const bool changed = SYS_PATH_ToNative(general.CurrentFile);
   char acFile[SYS_MAX_PATH];
   SYS_PATH_MakeAbs(sProject, general.CurrentFile, acFile, sizeof acFile);
-  if (SYS_FILE_Exists(acFile) == 0 || !APP_CanOpenExt(acFile)) {
+  // A project in place of the data might name itself, and so on without an end.
+  if (SYS_FILE_Exists(acFile) == 0 || !APP_CanOpenExt(acFile) || DATA_HasExt(acFile, ".korvane")) {
     char acText[SYS_MAX_PATH + 64];
     UTIL_snprintf(acText, sizeof acText, "Failed to open data file [%s]...", acFile);
     APP_LogInfo(acText);
-    return;
+    return -1;
   }
-  APP_OpenFile(acFile, general.DataFileSAddr, true);
+  if (APP_OpenFile(acFile, general.DataFileSAddr, true) != 0) {
+    return -1;
+  }
   if (changed) {
     APP_LogInfo("Updated path to data file in project.");
     PROJECT_Save();
   }
+  return 0;
 }
 
 int APP_SaveDataFile(APP_DATA_WINDOW* hWindow, const char* pFileName, u64 firstAddr, u64 lastAddr,
@@ -299,9 +371,9 @@ int APP_SaveDataFile(APP_DATA_WINDOW* hWindow, const char* pFileName, u64 firstA
   }
   APP_NoteFileTime(hWindow, acFile);
   hWindow->RequestWindowName(acFile);
-  if (PROJECT_IsOpen() > 0) {
-    PROJECT_SetDataFile(acFile, static_cast<u32>(Remembered().SaveFirst));
-  }
+  // Only files without addresses of their own are opened at this one again.
+  const u64 saveFirst = Remembered().SaveFirst;
+  BindProject(acFile, DATA_HasOwnAddresses(acFile) ? static_cast<u32>(saveFirst) : saveFirst);
   WarnIfEmpty(pArea, acFile, firstAddr, lastAddr);
   EndSaved(pArea);
   return 0;

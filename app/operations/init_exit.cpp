@@ -140,13 +140,15 @@ void APP_OpenProjectOrDefault(const char* sPath) {
   }
 }
 
-int APP_OpenProject(const char* sFile) {
+int APP_OpenProject(const char* sFile, bool* pDataFileMissing) {
   char acFile[SYS_MAX_PATH];
   UTIL_strcpy(acFile, sFile, sizeof acFile);
   SYS_PATH_ToNative(acFile);
   const int result = PROJECT_Open(acFile);
-  if (result == 0 && APP_State().OpenDataGiven == 0) {
-    APP_LoadProjectDataFile();
+  const bool isMissing =
+      result == 0 && APP_State().OpenDataGiven == 0 && APP_LoadProjectDataFile() != 0;
+  if (pDataFileMissing != nullptr) {
+    *pDataFileMissing = isMissing;
   }
   APP_ApplyGUIMode();
   return result;

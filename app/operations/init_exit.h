@@ -17,5 +17,6 @@ void APP_OnExitJob(APP_JOB_CONTEXT* pContext);
 // none.
 void APP_OpenProjectOrDefault(const char* sPath);
 // The body of the job Open project file: the project, then its data file unless the command line
-// gave one. An empty name asks. The result is that of PROJECT_Open.
-int APP_OpenProject(const char* sFile);
+// gave one. An empty name asks. The result is that of PROJECT_Open; pDataFileMissing, may be null,
+// tells whether a data file that the project names isn't open.
+int APP_OpenProject(const char* sFile, bool* pDataFileMissing = nullptr);

@@ -1,8 +1,11 @@
 // Opening and saving data files, and the list of data windows.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "app/engine/app_state.h"
 #include "app/operations/data_ops.h"
+#include "app/operations/data_watch.h"
 #include "app/operations/data_windows.h"
 #include "app/operations/init_exit.h"
 #include "project/project.h"
@@ -39,10 +42,39 @@ TEST(DataOps, BinaryAsksForItsAddressUnlessGiven) {
   EXPECT_NE(APP_OpenFile(file.c_str(), 0, false), 0);  // rejected
   EXPECT_EQ(APP_GetNumDataWindows(), 0u);
   EXPECT_TRUE(core.FrontEnd().HasLog("No start address given for " + file));
+  EXPECT_EQ(core.FrontEnd().GetStatusText(0), "Failed to open data file.");
   core.FrontEnd().AnswerValues({0x200});
   EXPECT_EQ(APP_OpenFile(file.c_str(), 0, false), 0);
   EXPECT_EQ(MEMAREA_GetMinAddr(APP_GetFocusedImage()), 0x200u);
   EXPECT_EQ(core.FrontEnd().GetQuestions().back().Title, "Enter start address");
+}
+
+// A project opens the data where it was, or not at all.
+TEST(DataOps, ProjectKeepsTheAnsweredAddress) {
+  CORE_SCOPE core;
+  ASSERT_EQ(PROJECT_New(nullptr), 0);
+  WriteFile(core.Path("plain"), "abc");
+  core.FrontEnd().AnswerValues({0x200});
+  EXPECT_EQ(APP_OpenFile(core.Path("plain").c_str(), 0, false), 0);
+  EXPECT_EQ(MEMAREA_GetMinAddr(APP_GetFocusedImage()), 0x200u);
+  EXPECT_EQ(General().DataFileSAddr, 0x200u);
+  WriteFile(core.Path("a.bin"), "abc");
+  EXPECT_EQ(APP_OpenFile(core.Path("a.bin").c_str(), 0x100000200, true), 0);
+  EXPECT_STREQ(General().CurrentFile, "");
+}
+
+TEST(DataOps, FileThatChangesWhileItIsReadIsNotCurrent) {
+  CORE_SCOPE core;
+  const std::string file = core.Path("a.hex");
+  WriteFile(file, kHex);
+  core.FrontEnd().OnBlocking = [&](const std::string& service) {
+    if (service == "CreateDataWindow") {
+      std::filesystem::last_write_time(file, std::filesystem::file_time_type{});
+    }
+  };
+  ASSERT_EQ(APP_OpenFile(file.c_str(), 0, true), 0);
+  APP_CheckFileModifications(nullptr);
+  EXPECT_TRUE(core.FrontEnd().HasBox("was modified outside of"));
 }
 
 TEST(DataOps, ProjectRemembersItsDataFile) {
@@ -95,6 +127,12 @@ TEST(DataOps, SavingBindsTheWindowToTheFile) {
   core.FrontEnd().AnswerValues({0, 1});
   ASSERT_EQ(APP_SaveDataFile(pWindow, core.Path("c.bin").c_str(), 0, 0, false), 0);
   EXPECT_EQ(ReadFile(core.Path("c.bin")), "ab");
+  core.FrontEnd().AnswerValues({1, 9});
+  ASSERT_EQ(APP_SaveDataFile(pWindow, core.Path("d.c").c_str(), 0, 0, false), 0);
+  EXPECT_NE(ReadFile(core.Path("d.c")).find("_acd[0x2]"), std::string::npos);
+  core.FrontEnd().AnswerValues({3, 9});
+  EXPECT_EQ(APP_SaveDataFile(pWindow, core.Path("e.bin").c_str(), 0, 0, false), 0);
+  EXPECT_TRUE(core.FrontEnd().HasBox("The data lies at 0x0 - 0x2, none of it in 0x3 - 0x9."));
   EXPECT_LT(APP_SaveDataFile(pWindow, core.Path("c.xyz").c_str(), 0, 0, false), 0);
   EXPECT_EQ(core.FrontEnd().GetStatusText(0), "Failed to save data file");
 }
