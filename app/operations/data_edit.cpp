@@ -54,9 +54,11 @@ bool ChooseMergeAddr(const char* sFile, const u64* pStartAddr) {
 }
 
 // Makes room in the old image for all of the new one. Edits that were not saved are folded in
-// first: they would show through the new bytes.
-void CutOut(MEMAREA* pOld, MEMAREA* pNew) {
-  MEMAREA_CommitPatches(pOld);
+// first: they would show through the new bytes. 0, or -1 with nothing cut.
+int CutOut(MEMAREA* pOld, MEMAREA* pNew) {
+  if (MEMAREA_CommitPatches(pOld) != 0) {
+    return -1;
+  }
   const u32 numRanges = MEMAREA_GetNumRanges(pNew);
   for (u32 i = 0; i < numRanges; ++i) {
     u64 addr = 0;
@@ -64,6 +66,16 @@ void CutOut(MEMAREA* pOld, MEMAREA* pNew) {
     MEMAREA_GetRange(pNew, i, &addr, &numBytes);
     MEMAREA_RemoveRange(pOld, addr, addr + numBytes - 1);
   }
+  return 0;
+}
+
+// The image stays locked from the first cut on: a wait that runs out finds it as it was.
+int Combine(MEMAREA* pOld, MEMAREA* pNew, bool overlaps) {
+  const MEMAREA_LOCK_GUARD lock(pOld);
+  if (!lock.Locked() || (overlaps && CutOut(pOld, pNew) != 0)) {
+    return -1;
+  }
+  return MEMAREA_Merge(pOld, pNew);
 }
 
 bool MayOverwrite() {
@@ -86,14 +98,13 @@ void LogMerged(MEMAREA* pArea) {
 }
 
 int MergeLoaded(const DATA_WINDOW_INFO& row, MEMAREA* pNew) {
-  if (MEMAREA_Overlaps(row.pArea, pNew)) {
-    if (!MayOverwrite()) {
-      APP_LogEnd();
-      return -2;
-    }
-    CutOut(row.pArea, pNew);
+  const bool overlaps = MEMAREA_Overlaps(row.pArea, pNew);
+  if (overlaps && !MayOverwrite()) {
+    APP_LogEnd();
+    APP_SetStatusText("Ready", 0);
+    return -2;
   }
-  if (MEMAREA_Merge(row.pArea, pNew) != 0) {
+  if (Combine(row.pArea, pNew, overlaps) != 0) {
     return DATA_EndFailed("Data files have not been merged.", -1);
   }
   LogMerged(row.pArea);
@@ -162,11 +173,11 @@ int APP_MergeDataFile(APP_DATA_WINDOW* hWindow, const char* pFileName, const u64
     char acText[SYS_MAX_PATH + 64];
     UTIL_snprintf(acText, sizeof acText,
                   "Failed to merge data file.\nNo start address given for %s", acFile);
-    APP_LogEndEx(acText);
-    return -2;
+    return DATA_EndFailed(acText, -2);
   }
-  if (DATAFILE_Load(pNew.get(), APP_OnFileReport, nullptr, acFile, Remembered().MergeAddr,
-                    DATA_AskStartAddr, nullptr) < 0) {
+  u64& mergeAddr = Remembered().MergeAddr;
+  if (DATAFILE_Load(pNew.get(), APP_OnFileReport, nullptr, acFile, mergeAddr, DATA_AskStartAddr,
+                    &mergeAddr) < 0) {
     return DATA_EndFailed("Failed to merge data file", -1);
   }
   return MergeLoaded(*pRow, pNew.get());

@@ -1,6 +1,7 @@
 // Whether data fits the chip, and the offer to move it there.
 #include "app/engine/log.h"
 #include "app/operations/data_edit.h"
+#include "app/operations/data_windows.h"
 #include "flash/erase.h"
 #include "project/project.h"
 #include "sys/util_format.h"
@@ -34,7 +35,11 @@ int OfferRelocation(MEMAREA* pSectors, MEMAREA* pArea, const char* sProblem) {
     APP_LogError("Programming cannot be done without relocation of selected data.");
     return -1;
   }
-  MEMAREA_Relocate(pArea, static_cast<i64>(offset));
+  if (MEMAREA_Relocate(pArea, static_cast<i64>(offset)) != 0) {
+    APP_LogError("The data could not be relocated.");
+    return -1;
+  }
+  APP_UpdateImageWindow(pArea);
   APP_LogInfof("Program relocated for programming by %s0x%llX bytes", isNegative ? "-" : "",
                magnitude);
   return 0;

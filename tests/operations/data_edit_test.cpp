@@ -45,6 +45,7 @@ TEST(DataEdit, MergeKeepsWhatTheSecondFileSays) {
     }
     EXPECT_EQ(APP_MergeDataFile(pWindow, core.Path("m.bin").c_str(), &row.Addr), row.Result);
     EXPECT_EQ(core.FrontEnd().GetBoxes().size(), row.Answers.size());
+    EXPECT_EQ(core.FrontEnd().GetStatusText(0), "Ready");
     EXPECT_EQ(Bytes(0x10, 8), row.sBytes);
   }
 }
@@ -155,6 +156,7 @@ TEST(DataEdit, FitCheckOffersToMoveTheData) {
     }
     EXPECT_EQ(APP_CheckDataFits(APP_GetFocusedImage()), row.Result) << core.FrontEnd().GetLog();
     EXPECT_EQ(MEMAREA_GetMinAddr(APP_GetFocusedImage()), row.MinAddr);
+    EXPECT_EQ(core.FrontEnd().GetWindows()[0]->NumUpdates, row.Addr == row.MinAddr ? 0u : 1u);
   }
 }
 
