@@ -4,8 +4,10 @@
 
 #include "app/engine/app_state.h"
 #include "app/engine/log.h"
+#include "app/operations/cmdline_numbers.h"
 #include "app/operations/cmdline_options.h"
 #include "flash/driver.h"
+#include "sys/file.h"
 #include "sys/path.h"
 #include "sys/util_format.h"
 #include "sys/util_string.h"
@@ -16,6 +18,7 @@ constexpr u32 kExecute = CMDLINE_PASS_EXECUTE;
 constexpr u32 kPreparse = CMDLINE_PASS_PREPARSE;
 constexpr u32 kBoth = kExecute | kPreparse;
 constexpr int kStop = 1;
+constexpr u32 kMaxName = SYS_MAX_PATH / 2;
 
 // Order matters: the first row whose word begins the argument wins, so that a longer word stands
 // before those that it begins with.
@@ -95,16 +98,24 @@ std::vector<std::string> JoinArguments(u32 argc, char** argv) {
   return list;
 }
 
+// Whatever failed on the way ends the pass.
+int Judge(int result) {
+  if (result < 0) {
+    APP_State().ExitCode = 1;
+  }
+  return APP_State().ExitCode != 0 ? -1 : result;
+}
+
 int RunHandler(const CMDLINE_OPTION& option, const char* sText, u32 pass) {
   if ((option.PassMask & pass) == 0) {
     return 0;
   }
   const u32 wordLen = static_cast<u32>(UTIL_strlen(option.sWord));
-  const int result = option.pfnHandler(sText, wordLen, pass);
-  if (result < 0) {
-    APP_State().ExitCode = 1;
-  }
-  return APP_State().ExitCode != 0 ? -1 : result;
+  return Judge(option.pfnHandler(sText, wordLen, pass));
+}
+
+int RefuseLongName() {
+  return CMDLINE_Fail("CMDLINE_GetString: String to long");
 }
 
 // A word that isn't an option ends the pass. A project file counts as opened.
@@ -117,14 +128,18 @@ int RunPlainWord(const std::vector<std::string>& list, std::size_t index, u32 pa
     APP_State().ExitCode = 1;
     return -1;
   }
-  if (pass == CMDLINE_PASS_EXECUTE && index + 1 < list.size()) {
+  if (pass == CMDLINE_PASS_PREPARSE) {
+    return RunHandler(kOptions[0], sWord, pass);
+  }
+  if (index + 1 < list.size()) {
     char acText[1024];
     UTIL_snprintf(acText, sizeof acText,
                   "Options behind the project file [%s] are not run. Use -openprj to go on.",
                   sWord);
     APP_LogWarning(acText);
   }
-  return RunHandler(kOptions[0], sWord, pass);
+  // The shell or a file manager gave the name as it is: commas and quotes are part of it.
+  return Judge(list[index].size() > kMaxName ? RefuseLongName() : CMDLINE_OpenProject(sWord));
 }
 
 int RunList(const std::vector<std::string>& list, u32 pass) {
@@ -206,14 +221,10 @@ int CMDLINE_GetString(const char** ppText, char* pBuf, u32 bufSize) {
   UTIL_SkipSpaces(ppText);
   pBuf[0] = '\0';
   if (numChars > bufSize / 2) {
-    APP_State().ExitCode = 1;
-    APP_LogError("CMDLINE_GetString: String to long");
-    return -1;
+    return RefuseLongName();
   }
   if (numChars == 0) {
-    APP_State().ExitCode = 1;
-    APP_LogError("CMDLINE_GetString:  Missing string");
-    return -1;
+    return CMDLINE_Fail("CMDLINE_GetString:  Missing string");
   }
   UTIL_strcpyN(pBuf, sStart, numChars, bufSize);
   return 0;

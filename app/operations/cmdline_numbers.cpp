@@ -13,6 +13,10 @@ constexpr u32 kMaxDigits = 16;
 
 // Digits that count, of a number that was read up to pEnd.
 u32 CountDigits(const char* sNumber, const char* pEnd) {
+  UTIL_SkipSpaces(&sNumber);
+  if (*sNumber == '-') {
+    ++sNumber;
+  }
   if (pEnd - sNumber > 2 && sNumber[0] == '0' && (sNumber[1] | 0x20) == 'x') {
     sNumber += 2;
   }
@@ -36,7 +40,11 @@ int CMDLINE_ParseHex(const char** ppText, const char* sWhat, u64* pValue) {
   if (*sNumber == '-' || UTIL_ParseHex64(ppText, pValue) != 0) {
     return CMDLINE_Fail((std::string(sWhat) + " is missing or not a hexadecimal number").c_str());
   }
-  if (CountDigits(sNumber, *ppText) > kMaxDigits) {
+  return CMDLINE_CheckDigits(sNumber, *ppText, sWhat);
+}
+
+int CMDLINE_CheckDigits(const char* sNumber, const char* pEnd, const char* sWhat) {
+  if (CountDigits(sNumber, pEnd) > kMaxDigits) {
     return CMDLINE_Fail((std::string(sWhat) + " has more than 64 bits").c_str());
   }
   return 0;
@@ -52,12 +60,13 @@ int CMDLINE_ParseRange(const char* sText, u64* pFirst, u64* pLast) {
   return CMDLINE_ParseHex(&sText, "End address", pLast) == 0 ? CMDLINE_ExpectEnd(sText) : -1;
 }
 
-int CMDLINE_ExpectEnd(const char* sText) {
+int CMDLINE_ExpectEnd(const char* sText, const char* sBehind) {
   UTIL_SkipSpaces(&sText);
   if (*sText == '\0') {
     return 0;
   }
-  return CMDLINE_Fail((std::string("Unexpected text behind the number: ") + sText).c_str());
+  return CMDLINE_Fail(
+      (std::string("Unexpected text behind the ") + sBehind + ": " + sText).c_str());
 }
 
 bool CMDLINE_SkipComma(const char** ppText) {

@@ -11,7 +11,9 @@ int CMDLINE_Fail(const char* sText);
 int CMDLINE_ParseHex(const char** ppText, const char* sWhat, u64* pValue);
 // "<first>,<last>" and nothing behind it.
 int CMDLINE_ParseRange(const char* sText, u64* pFirst, u64* pLast);
-// Nothing but blanks may follow.
-int CMDLINE_ExpectEnd(const char* sText);
+// Nothing but blanks may follow. sBehind says behind what.
+int CMDLINE_ExpectEnd(const char* sText, const char* sBehind = "number");
+// Whether the number that was read from sNumber to pEnd fits in 64 bits: readers just wrap.
+int CMDLINE_CheckDigits(const char* sNumber, const char* pEnd, const char* sWhat);
 // Passes a comma and the blanks ahead of it, if there is one.
 bool CMDLINE_SkipComma(const char** ppText);

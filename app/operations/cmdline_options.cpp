@@ -35,7 +35,24 @@ int ParseLastHex(const char* sText, const char* sWhat, u64* pValue) {
   return CMDLINE_ParseHex(&sText, sWhat, pValue) == 0 ? CMDLINE_ExpectEnd(sText) : -1;
 }
 
+// The only name that is given, which ends the argument.
+int GetLastName(const char* sText, char* pBuf, u32 bufSize) {
+  return CMDLINE_GetString(&sText, pBuf, bufSize) == 0 ? CMDLINE_ExpectEnd(sText, "name") : -1;
+}
+
 }  // namespace
+
+// A project without its data file is open all the same. But with another image in a window, what
+// follows on the line would take that one for this project's.
+int CMDLINE_OpenProject(const char* sFile) {
+  bool isDataFileMissing = false;
+  if (APP_OpenProject(sFile, &isDataFileMissing) != 0) {
+    return -1;
+  }
+  return isDataFileMissing && APP_GetNumDataWindows() != 0
+             ? CMDLINE_Fail("The data file of the project is not open.")
+             : 0;
+}
 
 int CMDLINE_OnOpenPrj(const char* sText, u32 /*WordLen*/, u32 pass) {
   if (pass == CMDLINE_PASS_PREPARSE) {
@@ -43,15 +60,15 @@ int CMDLINE_OnOpenPrj(const char* sText, u32 /*WordLen*/, u32 pass) {
     return 0;
   }
   char acFile[SYS_MAX_PATH];
-  if (CMDLINE_GetString(&sText, acFile, sizeof acFile) != 0) {
+  if (GetLastName(sText, acFile, sizeof acFile) != 0) {
     return -1;
   }
-  return APP_OpenProject(acFile) == 0 ? 0 : -1;
+  return CMDLINE_OpenProject(acFile);
 }
 
 int CMDLINE_OnSavePrjAs(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
   char acFile[SYS_MAX_PATH];
-  if (CMDLINE_GetString(&sText, acFile, sizeof acFile) != 0) {
+  if (GetLastName(sText, acFile, sizeof acFile) != 0) {
     return -1;
   }
   SYS_PATH_ToNative(acFile);
@@ -78,6 +95,8 @@ int CMDLINE_OnOpen(const char* sText, u32 /*WordLen*/, u32 pass) {
     } else if (ParseLastHex(sText, "Start address", &startAddr) != 0) {
       return -1;
     }
+  } else if (CMDLINE_ExpectEnd(sText, "name") != 0) {
+    return -1;
   }
   return APP_OpenFile(acFile, startAddr, true);
 }
@@ -102,6 +121,8 @@ int CMDLINE_OnSaveAs(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
     } else if (lastAddr < firstAddr) {
       return CMDLINE_Fail("The end address lies below the start address");
     }
+  } else if (CMDLINE_ExpectEnd(sText, "name") != 0) {
+    return -1;
   }
   return APP_SaveDataFile(pRow->hWindow, acFile, firstAddr, lastAddr, takesRange);
 }
@@ -211,6 +232,8 @@ int CMDLINE_OnMerge(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
   if (!DATA_HasExt(acFile, ".bin")) {
     if (hasComma) {
       APP_LogWarning(kAddrIgnored);
+    } else if (CMDLINE_ExpectEnd(sText, "name") != 0) {
+      return -1;
     }
   } else if (!hasComma) {
     return CMDLINE_Fail("Separator has to be ','");
@@ -228,8 +251,9 @@ int CMDLINE_OnMerge(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
 int CMDLINE_OnRelocate(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
   static i32 lastOffset = 0;  // application thread only
   u64 offset = 0;
+  const char* const sNumber = sText;
   if (UTIL_ParseHex64(&sText, &offset) == 0) {
-    if (CMDLINE_ExpectEnd(sText) != 0) {
+    if (CMDLINE_CheckDigits(sNumber, sText, "The offset") != 0 || CMDLINE_ExpectEnd(sText) != 0) {
       return -1;
     }
     lastOffset = static_cast<i32>(offset);
@@ -269,7 +293,7 @@ int CMDLINE_OnGenerateTestData(const char* sText, u32 /*WordLen*/, u32 /*Pass*/)
 
 int CMDLINE_OnSaveCfg(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
   char acFile[SYS_MAX_PATH];
-  if (CMDLINE_GetString(&sText, acFile, sizeof acFile) != 0) {
+  if (GetLastName(sText, acFile, sizeof acFile) != 0) {
     return -1;
   }
   SYS_PATH_ToNative(acFile);
@@ -278,7 +302,7 @@ int CMDLINE_OnSaveCfg(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
 
 int CMDLINE_OnSaveDat(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
   char acFile[SYS_MAX_PATH];
-  if (CMDLINE_GetString(&sText, acFile, sizeof acFile) != 0) {
+  if (GetLastName(sText, acFile, sizeof acFile) != 0) {
     return -1;
   }
   SYS_PATH_ToNative(acFile);

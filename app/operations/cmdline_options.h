@@ -37,4 +37,6 @@ CMDLINE_HANDLER(Usb);
 CMDLINE_HANDLER(Ip);
 CMDLINE_HANDLER(Min);
 CMDLINE_HANDLER(Hide);
+// Opens a project that is named on the line, and fails when its data file isn't the one in work.
+int CMDLINE_OpenProject(const char* sFile);
 #undef CMDLINE_HANDLER

@@ -45,6 +45,9 @@ int SplitModules(const char* sText, char* pName, u32 nameSize, PROBE_CONNECTION*
   if (nameLen > kMaxProbeName) {
     return Fail("The name of the probe is too long: %s", sText);
   }
+  if (nameLen == 0) {
+    return Fail("The name of the probe is missing: %s", sText);
+  }
   UTIL_strcpyN(pName, sText, nameLen, nameSize);
   if (colon < 0) {
     return 0;

@@ -29,6 +29,9 @@ TEST_P(CommandLine, EndsAsItShould) {
   bench.Write("p.korvane", "[GENERAL]\r\n  USBPort = 0\r\n");
   bench.Write("fixed.korvane", "[FLASH]\r\n  AutoDetect = 0\r\n  abID[3] = 0xEF,0x40,0x18\r\n");
   bench.Write("with data.korvane", "[GENERAL]\r\n  CurrentFile = \"a.hex\"\r\n");
+  bench.Write("rev1,2.korvane", "");
+  bench.Write("lost.korvane", "[GENERAL]\r\n  CurrentFile = \"none.hex\"\r\n");
+  bench.Write("self.korvane", "[GENERAL]\r\n  CurrentFile = \"self.korvane\"\r\n");
   for (const char* sName : {"zero.bin", "zero.korvane", "full.hex"}) {
     const std::string kind(sName, 4);
     ASSERT_EQ(symlink(("/dev/" + kind).c_str(), bench.Path(sName).c_str()), 0);
