@@ -189,12 +189,17 @@ int Fetch(const PROJ_PRODUCTION& production, SerialData* pData) {
   return result == ListResult::Failed ? -1 : 0;
 }
 
-// The data would be stamped nowhere on the chip, and the unit would pass without a number.
+// Else the data would be stamped nowhere on the chip, and the unit would pass without a number, or
+// it would be stamped on every unit.
 bool CanStamp(const PROJ_PRODUCTION& production) {
   const u64 first = production.SNAddr;
   const u64 numBytes = GetNumSNBytes(production);
   if (numBytes == 0) {
     APP_LogError("The serial number has a length of 0 bytes.");
+    return false;
+  }
+  if (production.SNInc == 0) {
+    APP_LogError("The increment of the serial number is 0: all units would get the same number.");
     return false;
   }
   if (first + numBytes > FLASH_GetTotalSize()) {
@@ -225,9 +230,6 @@ int Stamp(MEMAREA* pArea, const PROJ_PRODUCTION& production, const SerialData& d
   }
   APP_LogInfof("Serial number %u stamped (%d bytes @ address 0x%.8X)", production.SNValue,
                Stamped.NumBytes, production.SNAddr);
-  if (production.SNInc == 0) {
-    APP_LogWarning("The increment of the serial number is 0: the next unit gets the same number.");
-  }
   FLASH_Hooks.pfOnImageChanged(pArea);
   return 0;
 }
