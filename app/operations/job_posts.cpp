@@ -16,26 +16,27 @@
 
 namespace {
 
-// Allocates the context, and the params cleared, and hands the params to fill. Posts nothing when
-// memory is out.
+// Allocates the context, and the params cleared, and hands the params to fill. False: nothing was
+// posted, since memory is out or the application thread has stopped.
 template <class Params, class Fill>
-void Post(u32 jobId, const char* sContextTag, const char* sParamsTag, void* pOwner, Fill fill) {
+bool Post(u32 jobId, const char* sContextTag, const char* sParamsTag, void* pOwner, Fill fill) {
   SYS_MEM_PTR<APP_JOB_CONTEXT> pContext(
       static_cast<APP_JOB_CONTEXT*>(SYS_MEM_Alloc(sizeof(APP_JOB_CONTEXT), sContextTag)));
   SYS_MEM_PTR<Params> pParams(static_cast<Params*>(SYS_MEM_Alloc(sizeof(Params), sParamsTag)));
   if (pContext == nullptr || pParams == nullptr) {
     APP_ShowError("Insufficient memory!");
-    return;
+    return false;
   }
   fill(new (pParams.get()) Params());
   new (pContext.get()) APP_JOB_CONTEXT{APP_FinishJob, pParams.release(), pOwner, jobId, 0};
   WORKER_REQUEST request;
   request.pJob = pContext.get();
-  if (WORKER_Post(request) == 0) {
-    static_cast<void>(pContext.release());
-  } else {
+  if (WORKER_Post(request) != 0) {
     APP_FinishJob(pContext.release());
+    return false;
   }
+  static_cast<void>(pContext.release());
+  return true;
 }
 
 // False: nothing was posted.
@@ -63,15 +64,18 @@ void PostValue(u32 jobId, const char* sContextTag, const char* sParamsTag, u32 v
                          [=](APP_VALUE_PARAMS* pParams) { pParams->Value = value; });
 }
 
-// A job that fills or stores a record of its owner.
+// A job that fills or stores a record of its owner, who waits for pfnDone in any case.
 template <class RECORD>
 void PostRecord(u32 jobId, const char* sContextTag, const char* sParamsTag, RECORD* pRecord,
                 void (*pfnDone)(void* pOwner), void* pOwner) {
-  Post<APP_RECORD_PARAMS<RECORD>>(jobId, sContextTag, sParamsTag, pOwner,
-                                  [=](APP_RECORD_PARAMS<RECORD>* pParams) {
-                                    pParams->pRecord = pRecord;
-                                    pParams->pfnDone = pfnDone;
-                                  });
+  const auto fill = [=](APP_RECORD_PARAMS<RECORD>* pParams) {
+    pParams->pRecord = pRecord;
+    pParams->pfnDone = pfnDone;
+  };
+  if (!Post<APP_RECORD_PARAMS<RECORD>>(jobId, sContextTag, sParamsTag, pOwner, fill) &&
+      pfnDone != nullptr) {
+    pfnDone(pOwner);
+  }
 }
 
 void PostWindow(u32 jobId, const char* sContextTag, const char* sParamsTag,
@@ -91,12 +95,12 @@ void OnInitDone() {
 
 int APP_PostInit(APP_START_INFO* pStartInfo) {
   WORKER_SetJobTable(APP_GetJobTable(), APP_NUM_JOBS);
-  Post<APP_INIT_PARAMS>(APP_JOB_INIT, JOB_TAGS("Init"), nullptr,
-                        [pStartInfo](APP_INIT_PARAMS* pParams) {
-                          pParams->pfnDone = OnInitDone;
-                          pParams->pStartInfo = pStartInfo;
-                        });
-  return 0;
+  const bool isPosted = Post<APP_INIT_PARAMS>(APP_JOB_INIT, JOB_TAGS("Init"), nullptr,
+                                              [pStartInfo](APP_INIT_PARAMS* pParams) {
+                                                pParams->pfnDone = OnInitDone;
+                                                pParams->pStartInfo = pStartInfo;
+                                              });
+  return isPosted ? 0 : -1;
 }
 
 void APP_PostOpenDataFile(const char* sFile, u64 addr, bool addrGiven, void* pOwner) {

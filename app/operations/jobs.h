@@ -80,8 +80,8 @@ void APP_SetUp(APP_FRONTEND* pFrontEnd);
 // Forgets everything that APP_SetUp and the jobs left behind. After APP_ShutDown.
 void APP_TearDown();
 
-// Registers the job table, which starts the application thread, and posts Init. The result is that
-// of WORKER_Post.
+// Registers the job table, which starts the application thread, and posts Init. 0, or -1 when
+// nothing was posted: FinishAsyncInit is not called then.
 int APP_PostInit(APP_START_INFO* pStartInfo);
 
 // Posts Exit, waits for it, stops the application thread. pfnPump, may be null, is called with pArg
@@ -97,7 +97,9 @@ void APP_PostMergeDataFile(const char* sFile, void* pOwner);
 // null, then holds the result.
 void APP_PostOpenProjFile(const char* sFile, void (*pfnDone)(void* pOwner) = nullptr,
                           int* pResult = nullptr, void* pOwner = nullptr);
-// Jobs on a record of the owner, which must live until pfnDone was called.
+// Jobs on a record of the owner, which must live until pfnDone was called. That is on the
+// application thread, or on the caller's when nothing could be posted; the record is then as it
+// was.
 void APP_PostGetProjDialogInfo(PROJ_DIALOG_INFO* pInfo, void (*pfnDone)(void* pOwner),
                                void* pOwner);
 void APP_PostSaveProjSettings(PROJ_DIALOG_INFO* pInfo, void (*pfnDone)(void* pOwner), void* pOwner);

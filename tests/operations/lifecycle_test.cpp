@@ -228,6 +228,13 @@ TEST(Lifecycle, JobsOfAUserRunProduction) {
   EXPECT_TRUE(run.FrontEnd().HasBox("Could not auto program target, no data file opened."));
   EXPECT_EQ(ReadFile(run.Core().Path("chip.bin")).substr(0x100, 4), std::string("\x08\0\0\0", 4));
   EXPECT_EQ(ReadFile(run.Core().Path("p_Serial.txt")), "9");
+  // Nobody is left to do a job: whoever would wait is told.
+  GLOBAL_SETTINGS settings{};
+  bool isDone = false;
+  APP_PostGetGlobalSettings(
+      &settings, [](void* pOwner) { *static_cast<bool*>(pOwner) = true; }, &isDone);
+  EXPECT_TRUE(isDone);
+  EXPECT_EQ(APP_PostInit(&run.StartInfo()), -1);
 }
 
 // Results come back in order, on the application thread; a reader looks at the listing meanwhile.
