@@ -113,6 +113,7 @@ int FUZZ_Serial(const u8* pData, std::size_t NumBytes) {
   }
   bool isSound = value.has_value();
   if (rest.empty()) {
+    isSound = isSound && (numBytes >= 4 || *value >> (8 * numBytes) == 0);
     scratch.Remove("p_SNList.txt");
   } else {
     scratch.Write("p_SNList.txt", rest);
