@@ -34,7 +34,10 @@ int main(int argc, char** argv) {
   start.argv = argv;
   start.argc = numArgs;
   start.ShowCmd = 1;
-  APP_PostInit(&start);
+  if (APP_PostInit(&start) != 0) {
+    APP_TearDown();
+    return 1;  // memory is out: nobody would end the wait
+  }
   frontEnd.WaitInit();
   if (APP_State().ExitRequested == 0) {
     // Nobody can answer what a close would ask; changes that were not saved are dropped.

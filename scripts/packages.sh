@@ -28,8 +28,8 @@ need_packages() {
 }
 
 BUILD_PACKAGES="g++ cmake ninja-build ccache qt6-base-dev"
-TEST_PACKAGES="libgtest-dev binutils gcc-arm-none-eabi srecord fonts-dejavu-core"
+DESKTOP_PACKAGES="xvfb xdotool openbox imagemagick"
+TEST_PACKAGES="libgtest-dev binutils gcc-arm-none-eabi srecord fonts-dejavu-core $DESKTOP_PACKAGES"
 LINT_PACKAGES="clang-format clang-tidy"
 BENCH_PACKAGES="binutils srecord"
 FUZZ_PACKAGES="clang"
-DESKTOP_PACKAGES="xvfb xdotool openbox imagemagick"

@@ -365,11 +365,13 @@ int APP_SaveDataFile(APP_DATA_WINDOW* hWindow, const char* pFileName, u64 firstA
   }
   MEMAREA* pArea = pRow->pArea;
   const int result = DATAFILE_Save(pArea, APP_OnFileReport, nullptr, acFile, firstAddr, lastAddr);
+  if (result >= 0) {
+    APP_NoteFileTime(hWindow, acFile);  // at once: what is written from now on is somebody else's
+  }
   APP_GetFrontEnd()->UpdateDataWindow(hWindow, pArea);
   if (result < 0) {
     return DATA_EndFailed("Failed to save data file", -1);
   }
-  APP_NoteFileTime(hWindow, acFile);
   hWindow->RequestWindowName(acFile);
   // Only files without addresses of their own are opened at this one again.
   const u64 saveFirst = Remembered().SaveFirst;

@@ -267,6 +267,7 @@ TEST(Desktop, ReadBackEditSaveAndAChangeFromOutside) {
     return ReadFile(me.Path("edit.bin")).substr(0, 3) == "\xC0\xFF\xEE";
   }));
   EXPECT_EQ(ReadFile(me.Path("edit.bin")).size(), 0x100U);
+  ASSERT_TRUE(me.WaitLog("Data file saved successfully"));
   me.WaitNoDialog();
 
   // Somebody else writes the file; coming back to the window asks.
