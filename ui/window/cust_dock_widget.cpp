@@ -32,7 +32,10 @@ void CustDockWidget::MarkActive(bool OnOff) {
 
 // A window that comes back shows all its docks, and the toolkit tells so as if tabs were clicked.
 bool CustDockWidget::event(QEvent* pEvent) {
-  IsShownBySystem = pEvent->type() == QEvent::Show && pEvent->spontaneous();
+  if (pEvent->type() != QEvent::Show || !pEvent->spontaneous()) {
+    return QDockWidget::event(pEvent);  // of some events the dock isn't there any more
+  }
+  IsShownBySystem = true;
   const bool result = QDockWidget::event(pEvent);
   IsShownBySystem = false;
   return result;
