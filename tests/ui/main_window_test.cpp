@@ -257,7 +257,8 @@ TEST(MainWindow, DataWindowsInUseAreClosedAndDrawnAnew) {
   MainWindow& window = program.Window();
   APP_DATA_WINDOW* pHandle = nullptr;
   MEMAREA* pImage = MakeImage(1);
-  program.Run([&] { pHandle = APP_AddDataWindow(nullptr, pImage, "Image"); });
+  WriteFile(program.Path("a.hex"), ":00000001FF\n");
+  program.Run([&] { pHandle = APP_AddDataWindow(program.Path("a.hex").c_str(), pImage, "Image"); });
   CHexEditor* pEditor = static_cast<DataWindowHandle*>(pHandle)->GetEditor();
   // What is typed while the job has the image locked is written when the job has gone.
   const SYS_HANDLE hTyped = SYS_CreateEvent(false, false);
@@ -273,13 +274,14 @@ TEST(MainWindow, DataWindowsInUseAreClosedAndDrawnAnew) {
   EXPECT_EQ(SYS_WaitForObject(hLocked, SYS_INFINITE), 0);
   QApplication::clipboard()->setText("AB");
   pEditor->findChild<QAction*>("pActionMemoryPaste")->trigger();
+  // A saved file has it, too, though its job could run before.
+  auto* pSave = window.findChild<QAction*>("ActSaveDataFile");
+  pSave->setEnabled(true);
+  pSave->trigger();
   SYS_SetEvent(hTyped);
-  ASSERT_TRUE(program.PumpUntilDone());
-  u8 value = 0;
-  EXPECT_TRUE(PumpUntil([&] {
-    MEMAREA_Read(pImage, 0, 1, &value, 0);
-    return value == static_cast<u8>('A');
-  }));
+  const auto getData = [&] { return ReadFile(program.Path("a.hex")).substr(9, 6); };
+  ASSERT_TRUE(PumpUntil([&] { return program.IsDone() && getData() != "FF\n"; }));
+  EXPECT_EQ(getData(), "414201");
   // The editor goes with the dialog that it runs.
   const QPointer<CHexEditor> pGuard = pEditor;
   QTimer::singleShot(0, qApp, [&] {

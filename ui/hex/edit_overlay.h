@@ -18,6 +18,8 @@ class CEditOverlay : public QLineEdit {
             const QRect& Rect);
   // Whether the edit ended in the box, and not because the focus went elsewhere.
   bool HadFocus() const { return m_HadFocus; }
+  // What losing the focus does, if it is in use.
+  void End() { Finish(); }
   // Closes without a word and without writing.
   void Abandon();
 

@@ -44,6 +44,9 @@ class CHexEditor : public QMainWindow {
   void SetMemArea(MEMAREA* pArea);
   MEMAREA* GetMemArea() const;
   void SetHandlers(const HEX_HANDLERS& Handlers);
+  // Ends an edit as if the focus went elsewhere, and writes what was typed or pasted. False as long
+  // as that isn't all in the memory: it goes on by itself, ask again.
+  bool Settle();
   // The window name, cut to BufSize.
   void GetFileName(char* pBuf, u32 BufSize) const;
 

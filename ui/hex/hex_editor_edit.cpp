@@ -179,6 +179,15 @@ void CHexEditor::RunWrites() {
   }
 }
 
+bool CHexEditor::Settle() {
+  m_pOverlay->End();
+  if (m_pEditTimer->isActive()) {
+    m_pEditTimer->stop();
+    OnEditUpdateTimerTimeout();
+  }
+  return m_pWriteQueue->IsEmpty();
+}
+
 // Where pasted or loaded bytes go.
 u64 CHexEditor::GetEditAddr() const {
   const u64 addr = m_pView->GetCursorAddr();

@@ -169,6 +169,8 @@ class MainWindow : public QMainWindow, public APP_FRONTEND {
  private:
   using SLOT = void (MainWindow::*)();
   static SLOT GetActionSlot(u32 Action);
+  // Runs the slot of a menu's row once no data window has anything left to write.
+  void RunAction(SLOT pfSlot);
 
   // Construction, in this order.
   void CreateMenus();

@@ -1,7 +1,15 @@
 // Menus of the main window: built from the table, enabled by its rules, kept up to date.
 #include "ui/common/qt_helper.h"
+#include "ui/hex/hex_editor.h"
+#include "ui/window/data_window_handle.h"
 #include "ui/window/main_window.h"
 #include "ui/window/window_rules.h"
+
+namespace {
+
+constexpr int kSettleMs = 10;  // between two looks whether all is written
+
+}  // namespace
 
 MainWindow::SLOT MainWindow::GetActionSlot(u32 Action) {
   using W = MainWindow;
@@ -72,6 +80,28 @@ void MainWindow::CreateMenus() {
   }
 }
 
+// What is seen in the data windows is what is saved or programmed: a byte in the edit box and a
+// paste that is still under way come first. Those may have to wait for the job that has the image.
+void MainWindow::RunAction(SLOT pfSlot) {
+  if (m_IsClosing || m_HasEnded) {
+    return;  // a key must not start anything behind the last job
+  }
+  // A write posts a job, and windows may come and go while that waits for a slot.
+  QList<QPointer<CHexEditor>> editors;
+  for (const auto& pHandle : m_Handles) {
+    editors.append(pHandle->GetEditor());
+  }
+  bool isSettled = true;
+  for (const QPointer<CHexEditor>& pEditor : editors) {
+    isSettled = (pEditor == nullptr || pEditor->Settle()) && isSettled;
+  }
+  if (isSettled) {
+    (this->*pfSlot)();
+  } else {
+    QTimer::singleShot(kSettleMs, this, [this, pfSlot] { RunAction(pfSlot); });
+  }
+}
+
 // A menu's rows come behind the row that opens it.
 void MainWindow::CreateMenuRow(const UI_ACTION_ROW& row) {
   QMenu* pMenu = m_apMenu[row.Menu];
@@ -85,12 +115,9 @@ void MainWindow::CreateMenuRow(const UI_ACTION_ROW& row) {
     m_apAction[row.Action] = pSubMenu->menuAction();
     return;
   }
-  QAction* pAction = QTHelper_CreateActionTip(
-      pMenu, row.sText, row.sShortcut, row.sTip, [this, slot = GetActionSlot(row.Action)] {
-        if (!m_IsClosing) {  // a key must not start anything behind the last job
-          (this->*slot)();
-        }
-      });
+  QAction* pAction =
+      QTHelper_CreateActionTip(pMenu, row.sText, row.sShortcut, row.sTip,
+                               [this, slot = GetActionSlot(row.Action)] { RunAction(slot); });
   pAction->setObjectName(row.sName);
   pAction->setCheckable(row.IsCheckable);
   pAction->setChecked(row.IsCheckable);
