@@ -13,6 +13,8 @@
 #include "programmer/modules.h"
 #include "programmer/save_files.h"
 #include "project/project.h"
+#include "project/text/file_error.h"
+#include "sys/file_replace.h"
 #include "sys/memory.h"
 #include "sys/util_format.h"
 
@@ -30,9 +32,10 @@ int Download(const char* sHeadline, SEND&& send) {
   ZELMONT_Disconnect();
   APP_LogBegin(sHeadline);
   const bool isSent = send() == 0;
-  // Closing is the last chance of the library to tell that something did not arrive.
-  ZELMONT_Disconnect();
-  const bool isDone = isSent && APP_GetErrorCount() == 0;
+  // Closing is the last chance of the library to tell that something did not arrive. A chip that is
+  // programmed next must not be that of a module that failed.
+  const bool isLeft = ZELMONT_Leave() == 0;
+  const bool isDone = isSent && isLeft && APP_GetErrorCount() == 0;
   if (isSent && !isDone) {
     APP_LogError("All files were written before the connection failed.");
   }
@@ -68,7 +71,14 @@ LoadResult Load(const char* sSuffix, const char* sNoName, SideFile* pFile) {
     APP_LogError(sNoName);
     return LoadResult::Failed;
   }
-  std::array<char, 1> acSmall{};  // for an empty file, which needs no block
+  // A pipe or a device might never answer, or never end.
+  const u32 attributes = SYS_FILE_GetAttributes(pFile->acName.data());
+  if (attributes != SYS_ATTR_INVALID && (attributes & SYS_ATTR_DEVICE) != 0) {
+    APP_LogErrorf("Could not open file [%s]\nIt is a device or a pipe.", pFile->acName.data());
+    return LoadResult::Failed;
+  }
+  SYS_SetLastError(SYS_ERROR_NONE);  // not every failure behind the opening has one
+  std::array<char, 1> acSmall{};     // for an empty file, which needs no block
   void* pData = APP_LoadFile(pFile->acName.data(), acSmall.data(), 0, &pFile->NumBytes);
   if (pData == nullptr) {
     return SYS_GetLastError() == SYS_ERROR_FILE_NOT_FOUND ? LoadResult::NoFile : LoadResult::Failed;
@@ -108,7 +118,23 @@ int MakeSerial(SideFile* pFile) {
   }
   const int length = UTIL_snprintf(pFile->pText.get(), kSize, "%u", production.SNValue);
   pFile->NumBytes = static_cast<u64>(length) + 1;
-  return APP_SaveFile(pFile->acName.data(), pFile->pText.get(), pFile->NumBytes);
+  // A run that has begun meanwhile has made its own, and counts on in it: that stays.
+  const SYS_HANDLE h = SYS_FILE_BeginReplace(pFile->acName.data(), true);
+  const bool isWritten =
+      h != SYS_INVALID_FILE &&
+      SYS_FILE_Write(h, pFile->pText.get(), pFile->NumBytes) == static_cast<i64>(pFile->NumBytes);
+  if (h != SYS_INVALID_FILE && !isWritten) {
+    const u32 error = SYS_GetLastError();
+    SYS_FILE_EndReplace(h, false);
+    SYS_SetLastError(error);
+  }
+  if (isWritten && SYS_FILE_EndReplaceEx(h, SYS_REPLACE_NEW | SYS_REPLACE_LASTING) == 0) {
+    return 0;
+  }
+  char acError[1024];
+  APP_FormatFileError(pFile->acName.data(), "write", acError, sizeof(acError));
+  APP_LogError(acError);
+  return -1;
 }
 
 int LoadSerial(SideFile* pFile) {

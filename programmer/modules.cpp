@@ -133,6 +133,11 @@ void ZELMONT_Disconnect() {
   PROBE_Close();
 }
 
+int ZELMONT_Leave() {
+  ZELMONT_Disconnect();
+  return SelectedModule == 0 || TellModule(0) ? 0 : -1;
+}
+
 int APP_SelectModule(u32 Module) {
   ZELMONT_Disconnect();
   if (!TellModule(Module)) {

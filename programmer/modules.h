@@ -13,6 +13,8 @@ constexpr u32 ZELMONT_NUM_MODULES = 24;
 int ZELMONT_Connect();
 // Closes whatever is open, flash and probe level.
 void ZELMONT_Disconnect();
+// The same, and what is opened next, by whatever operation, is the hub again. 0, or -1 reported.
+int ZELMONT_Leave();
 
 // Reconnects to a module; 0 is the hub. 0, or -1 reported.
 int APP_SelectModule(u32 Module);

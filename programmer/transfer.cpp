@@ -158,7 +158,7 @@ int Sender::WritePieces(const ZELMONT_FILE_INFO& file) {
     }
     const u32 numPiece = std::min(numBytes - numDone, ZELMONT_MAX_TRANSFER);
     const i32 result = VORTIC_FileWrite(m_Path.c_str(), file.pData + numDone, numDone, numPiece);
-    if (result < 1) {
+    if (result < 1 || static_cast<u32>(result) > numPiece) {
       APP_LogErrorf(
           "Error while writing file content to %s. Offset: %d. NumBytes Remaining: %d FileName: "
           "%s.",

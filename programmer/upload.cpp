@@ -56,10 +56,11 @@ class Uploader {
   int FetchFile(const std::string& destDir, const std::string& target, const std::string& source,
                 u32 numBytes);
   int FetchFolder(const std::string& target, const std::string& source, u32 depth);
-  int CopyContent(const std::string& source, u32 numBytes, LocalFile* pFile);
-  int FailWrite(const std::string& source, u32 offset, u32 numLeft) const {
+  int CopyContent(const std::string& source, const std::string& target, u32 numBytes,
+                  LocalFile* pFile);
+  int FailWrite(const std::string& target, u32 offset, u32 numLeft) const {
     APP_LogErrorf("Error while writing to file. Offset: %d. NumBytes Remaining: %d FileName: %s.",
-                  offset, numLeft, source.c_str());
+                  offset, numLeft, target.c_str());
     return -1;
   }
   bool List(const std::string& source, const std::string& target, std::vector<std::string>* pNames);
@@ -91,8 +92,12 @@ int Uploader::Fetch(const std::string& destDir, const std::string& srcDir,
   for (const std::string& name : names) {
     const std::string source = srcDir + name;
     const std::string target = ZELMONT_Join(destDir, name);
-    if (!ZELMONT_IsFileName(name) || target.size() >= SYS_MAX_PATH) {
+    if (!ZELMONT_IsFileName(name)) {
       Refuse(name, "is no plain file name");
+      continue;
+    }
+    if (target.size() >= SYS_MAX_PATH) {
+      Refuse(name, ("gives too long a path in " + destDir).c_str());
       continue;
     }
     // The user chose this folder, not what a link in it leads to.
@@ -158,13 +163,14 @@ int Uploader::FetchFile(const std::string& destDir, const std::string& target,
     APP_LogErrorf("Could not create \"%s\" on %s.", source.c_str(), destDir.c_str());
     APP_LogError(acCause);
   } else {
-    result = CopyContent(source, numBytes, &file);
+    result = CopyContent(source, target, numBytes, &file);
   }
   APP_LogEnd();
   return result;
 }
 
-int Uploader::CopyContent(const std::string& source, u32 numBytes, LocalFile* pFile) {
+int Uploader::CopyContent(const std::string& source, const std::string& target, u32 numBytes,
+                          LocalFile* pFile) {
   const u32 numErrors = APP_GetErrorCount();
   m_Buffer.resize(std::min(numBytes, ZELMONT_MAX_TRANSFER));
   for (u32 numDone = 0; numDone < numBytes;) {
@@ -183,12 +189,12 @@ int Uploader::CopyContent(const std::string& source, u32 numBytes, LocalFile* pF
       return -1;
     }
     if (!pFile->Write(m_Buffer.data(), numPiece)) {
-      return FailWrite(source, numDone, numLeft);
+      return FailWrite(target, numDone, numLeft);
     }
     numDone += numPiece;
     PROGRESS_SetValue(m_pProgress, numDone);
   }
-  return pFile->Keep() ? 0 : FailWrite(source, numBytes, 0);
+  return pFile->Keep() ? 0 : FailWrite(target, numBytes, 0);
 }
 
 // An empty folder leaves nothing behind. The depth ends a programmer whose folders hold themselves.

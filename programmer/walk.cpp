@@ -29,7 +29,8 @@ class Walker {
   int Visit(const std::string& path, const std::string& name, u32 depth) {
     const u32 attributes = SYS_FILE_GetAttributes(path.c_str());
     if (attributes == SYS_ATTR_INVALID) {
-      return FailOpen(path);
+      // A link in a folder that leads nowhere is neither a file nor a folder.
+      return depth > 0 && SYS_FILE_IsLink(path.c_str()) != 0 ? 0 : FailOpen(path);
     }
     if ((attributes & SYS_ATTR_DIRECTORY) != 0) {
       return VisitFolder(path, name, depth + 1);
@@ -110,6 +111,11 @@ bool IsPathOfNames(std::string_view path) {
   return true;
 }
 
+int FailRead(const char* sName) {
+  APP_LogErrorf("\"%s\" cannot be read or was changed meanwhile.", sName);
+  return -1;
+}
+
 // Everything that can be refused is, before the first byte is sent.
 int CountFile(void* pContext, SYS_HANDLE hFile, const char* sName) {
   Batch& batch = *static_cast<Batch*>(pContext);
@@ -119,7 +125,10 @@ int CountFile(void* pContext, SYS_HANDLE hFile, const char* sName) {
   }
   const i64 size = SYS_FILE_GetSize(hFile);
   ZELMONT_FILE_INFO info;
-  if (size < 0 || !ZELMONT_SetFileInfo(&info, sName, nullptr, 0)) {
+  if (size < 0) {
+    return FailRead(sName);
+  }
+  if (!ZELMONT_SetFileInfo(&info, sName, nullptr, 0)) {
     return -1;
   }
   batch.NumFiles += 1;
@@ -138,8 +147,7 @@ int LoadFile(void* pContext, SYS_HANDLE hFile, const char* sName) {
   const u64 numFree = batch.NumBytes - batch.NumUsed;
   if (size < 0 || static_cast<u64>(size) > numFree || batch.Files.size() == batch.NumFiles ||
       SYS_FILE_Read(hFile, pData, static_cast<u64>(size)) != size) {
-    APP_LogErrorf("\"%s\" cannot be read or was changed meanwhile.", sName);
-    return -1;
+    return FailRead(sName);
   }
   batch.NumUsed += static_cast<u64>(size);
   ZELMONT_FILE_INFO info;
@@ -162,7 +170,14 @@ bool LoadBatch(const char* pNames, u32 numNames, Batch* pBatch) {
     return false;
   }
   pBatch->Files.reserve(pBatch->NumFiles);
-  return APP_WalkFiles(pNames, numNames, ZELMONT_MAX_FOLDER_DEPTH, pBatch, LoadFile) == 0;
+  if (APP_WalkFiles(pNames, numNames, ZELMONT_MAX_FOLDER_DEPTH, pBatch, LoadFile) != 0) {
+    return false;
+  }
+  if (pBatch->Files.size() != pBatch->NumFiles) {
+    APP_LogError("Files were removed while they were read.");
+    return false;
+  }
+  return true;
 }
 
 }  // namespace
