@@ -119,6 +119,7 @@ void MainWindow::CreateMenuRow(const UI_ACTION_ROW& row) {
       QTHelper_CreateActionTip(pMenu, row.sText, row.sShortcut, row.sTip,
                                [this, slot = GetActionSlot(row.Action)] { RunAction(slot); });
   pAction->setObjectName(row.sName);
+  pAction->setAutoRepeat(false);  // a key that is held is one unit
   pAction->setCheckable(row.IsCheckable);
   pAction->setChecked(row.IsCheckable);
   if (UI_IsActionMissing(row.Action)) {
