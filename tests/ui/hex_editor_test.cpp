@@ -258,12 +258,12 @@ TEST(HexEditor, GoesToAddressesAndBack) {
     const char* sText;
     const char* sTitle;
   } rows[] = {
-      {"5678", "a.hex @ 00005670"},
-      {"0", "a.hex @ 00001000"},
+      {"5678", "a.hex @ 00005670"},   {"0", "a.hex @ 00001000"},
       {"FFFFFFFFFFFFFFFF", nullptr},   // the end
       {"FFFFFFFFFFFFFFFFF", nullptr},  // no number: stays
+      {"5678", "a.hex @ 00005670"},    // known already: once, not twice
   };
-  QString sLast;
+  QString sEnd;
   for (const auto& row : rows) {
     window.pAddrBox->setFocus();
     window.pAddrBox->lineEdit()->selectAll();
@@ -274,10 +274,17 @@ TEST(HexEditor, GoesToAddressesAndBack) {
       EXPECT_EQ(window.pEditor->windowTitle(), row.sTitle);
     }
     EXPECT_EQ(window.pAddrBox->itemText(0), row.sText);
+    sEnd = row.sTitle == nullptr ? window.pEditor->windowTitle() : sEnd;
   }
   EXPECT_EQ(window.pAddrBox->count(), 4);
   auto* pGoBack = window.pEditor->findChild<QAction*>("pActionMemoryGoBack");
-  for (const char* sTitle : {"a.hex @ 00001000", "a.hex @ 00005670", "a.hex @ 00001000"}) {
+  // The box gives up the focus without going where its text says.
+  window.pAddrBox->setFocus();
+  window.pAddrBox->lineEdit()->setText("0");
+  window.pText->setFocus();
+  EXPECT_EQ(window.pEditor->windowTitle(), "a.hex @ 00005670");
+  for (const QString& sTitle : {sEnd, QString("a.hex @ 00001000"), QString("a.hex @ 00005670"),
+                                QString("a.hex @ 00001000")}) {
     ASSERT_TRUE(pGoBack->isEnabled());
     Window::Press(Qt::Key_Left, Qt::AltModifier);
     EXPECT_EQ(window.pEditor->windowTitle(), sTitle);

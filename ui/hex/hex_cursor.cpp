@@ -195,9 +195,15 @@ void HexView::MovePage(i64 Direction) {
 // here it has to stay with its byte.
 void HexView::BringIntoView(u64 Addr) {
   const i64 lastRow = static_cast<i64>(m_Geometry.NumRows) - 1;
-  if (HasScreen() && AddrToRow(Addr) >= lastRow && CanScrollDown()) {
+  if (!HasScreen()) {
+    return;
+  }
+  // A fast wheel may have left the cursor above the screen.
+  const i64 row = AddrToRow(Addr);
+  const bool isBelow = row >= lastRow && CanScrollDown();
+  if (isBelow || row < 0) {
     const u64 cursor = m_CursorAddr;
-    ScrollRows(lastRow - 1 - AddrToRow(Addr));
+    ScrollRows(isBelow ? lastRow - 1 - row : -row);
     MoveCursor(cursor, m_CursorNibble);
   }
 }

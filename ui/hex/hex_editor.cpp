@@ -90,6 +90,9 @@ void CHexEditor::ApplyConfig() {
 
 void CHexEditor::SetReadOnly(int OnOff) {
   m_IsReadOnly = OnOff != 0;
+  if (m_IsReadOnly) {
+    CloseOverlay();
+  }
   UpdateReadOnly();
 }
 

@@ -169,7 +169,10 @@ void CHexEditor::CreateToolBar() {
   m_pAddrBox->setMinimumContentsLength(7);
   m_pAddrBox->completer()->setCaseSensitivity(Qt::CaseSensitive);
   m_pAddrBox->setValidator(
-      new QRegularExpressionValidator(QRegularExpression("^[0-9A-Fa-f]+$"), m_pAddrBox));
+      new QRegularExpressionValidator(QRegularExpression("^(0[xX])?[0-9A-Fa-f]+$"), m_pAddrBox));
+  // The box would take a text that it knows for a choice when the focus goes: a click in the memory
+  // would land on rows that nobody has seen, and Return would go there twice.
+  disconnect(m_pAddrBox->lineEdit(), &QLineEdit::editingFinished, m_pAddrBox, nullptr);
   connect(m_pAddrBox->lineEdit(), &QLineEdit::returnPressed, this,
           &CHexEditor::OnAddrBoxEditingFinished);
   connect(m_pAddrBox, &QComboBox::activated, this, &CHexEditor::OnAddrBoxEditingFinished);

@@ -60,12 +60,13 @@ void CHexEditor::OnKeyOtherPressed(QKeyEvent* pEvent) {
   if ((!isBackspace && !c.isPrint()) || c.unicode() > 255) {
     return;
   }
-  QueueWrite(m_pView->GetCursorAddr(), {static_cast<u8>(c.unicode())});
+  const u64 addr = m_pView->GetCursorAddr();
   if (isBackspace) {
     m_pView->KeyLeft();
   } else {
     m_pView->KeyRight();
   }
+  QueueWrite(addr, {static_cast<u8>(c.unicode())});
 }
 
 // The item is scrolled into view first, since that closes the box. An item that isn't in the cache
@@ -145,6 +146,9 @@ void CHexEditor::OnItemEditingFinished() {
 
 // An area gets the bytes at once. Handlers get them when the typing pauses.
 void CHexEditor::QueueWrite(u64 Addr, std::vector<u8> Data) {
+  if (m_IsReadOnly) {
+    return;  // since the edit began
+  }
   m_aPendingWrites.push_back({Addr, std::move(Data)});
   if (m_pView->GetSource().HasArea()) {
     OnEditUpdateTimerTimeout();

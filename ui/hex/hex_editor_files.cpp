@@ -102,8 +102,8 @@ void ProposeRange(CMemDialog* pDialog, const HexView& view) {
 void CHexEditor::OnActionFillTriggered() {
   OWN_DIALOG<CMemDialog> dialog(this, MEM_DIALOG_FILL, QString());
   ProposeRange(dialog.Get(), *m_pView);
-  if (m_IsReadOnly || !dialog.Exec() || dialog->GetNumBytes() == 0) {
-    return;
+  if (m_IsReadOnly || !dialog.Exec() || m_IsReadOnly || dialog->GetNumBytes() == 0) {
+    return;  // a job may have made it read only meanwhile
   }
   const u8 value = static_cast<u8>(HEX_ParseField(dialog->GetGenericValue().toStdString()) & 0xFF);
   OnEditUpdateTimerTimeout();
@@ -118,7 +118,7 @@ void CHexEditor::OnActionFillTriggered() {
 void CHexEditor::OnActionLoadTriggered() {
   OWN_DIALOG<CMemDialog> dialog(this, MEM_DIALOG_LOAD, m_sLastLoadFile);
   dialog->SetRange(GetEditAddr(), dialog->GetNumBytes());
-  if (m_IsReadOnly || !dialog.Exec()) {
+  if (m_IsReadOnly || !dialog.Exec() || m_IsReadOnly) {
     return;
   }
   m_sLastLoadFile = dialog->GetGenericValue();

@@ -211,6 +211,9 @@ class MainWindow : public QMainWindow, public APP_FRONTEND {
   // Null with a warning when no data window has the focus.
   DataWindowHandle* GetFocusedOrWarn() const;
   void CheckFocus(APP_DATA_WINDOW* pWindow);
+  // Posts the checks that wait and an update of the menu, in a turn of the event loop of its own.
+  void RequestPosts();
+  void PostUpdates();
   // A close that came at a bad moment.
   void CloseIfAsked();
   void EndGui();
@@ -257,6 +260,10 @@ class MainWindow : public QMainWindow, public APP_FRONTEND {
   QDockWidget* m_pProjDock = nullptr;
   std::array<std::string, APP_NUM_RECENT> m_ShownData;  // what the recent menus show
   std::array<std::string, APP_NUM_RECENT> m_ShownProj;
+  std::vector<APP_DATA_WINDOW*>
+      m_FocusChecks;  // null: all; only the core looks behind the pointers
+  bool m_IsMenuPostWanted = false;
+  bool m_IsPosting = false;
   bool m_DataWindowCheckOn = true;
   bool m_FirstResize = true;
   bool m_IsClosing = false;

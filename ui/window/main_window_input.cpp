@@ -1,5 +1,6 @@
 // Data windows, focus, drag and drop, size and place of the main window.
 #include <algorithm>
+#include <utility>
 
 #include "app/operations/jobs.h"
 #include "ui/common/qt_helper.h"
@@ -37,9 +38,34 @@ DataWindowHandle* MainWindow::FindHandle(const APP_DATA_WINDOW* pWindow) const {
 // about a file would be the last thing to see.
 void MainWindow::CheckFocus(APP_DATA_WINDOW* pWindow) {
   if (isEnabled() && m_DataWindowCheckOn && !m_IsClosing && !m_HasEnded && !m_IsCreatingWindow) {
-    APP_PostCheckForFileModifications(pWindow, this);
+    if (std::find(m_FocusChecks.begin(), m_FocusChecks.end(), pWindow) == m_FocusChecks.end()) {
+      m_FocusChecks.push_back(pWindow);
+    }
+    RequestPosts();
+  }
+}
+
+void MainWindow::RequestPosts() {
+  m_IsMenuPostWanted = true;
+  QMetaObject::invokeMethod(this, &MainWindow::PostUpdates, Qt::QueuedConnection);
+}
+
+// Nothing of a data window is below in the stack: a post that waits for a slot of the ring lets
+// keys and mouse through, so that a window may change or go. What comes meanwhile is done by the
+// call that waits.
+void MainWindow::PostUpdates() {
+  if (m_IsPosting) {
+    return;
+  }
+  m_IsPosting = true;
+  while (m_IsMenuPostWanted && !m_IsClosing && !m_HasEnded) {
+    m_IsMenuPostWanted = false;
+    for (APP_DATA_WINDOW* pWindow : std::exchange(m_FocusChecks, {})) {
+      APP_PostCheckForFileModifications(pWindow, this);
+    }
     APP_PostUpdateMenuBar();
   }
+  m_IsPosting = false;
 }
 
 void MainWindow::focusInEvent(QFocusEvent* pEvent) {
@@ -82,7 +108,7 @@ void MainWindow::_SlotOnDataWindowClose() {
 
 // An edited image has unsaved changes now.
 void MainWindow::_SlotOnDataWindowUpdate() {
-  APP_PostUpdateMenuBar();
+  RequestPosts();
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent* pEvent) {
