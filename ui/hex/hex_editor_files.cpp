@@ -168,9 +168,15 @@ void CHexEditor::SaveRange(const QString& sFile, u64 Addr, u64 NumBytes) {
     source.Report("Could not create memory area to save data to file.", true);
     return;
   }
-  if (NumBytes == 0 ||
-      source.Read(Addr, NumBytes, m_pView->GetGeometry().BytesPerRow, bytes.data(), state.data()) !=
-          MEM_RESULT::Done ||
+  if (NumBytes == 0) {
+    return;
+  }
+  const MEM_RESULT result =
+      source.Read(Addr, NumBytes, m_pView->GetGeometry().BytesPerRow, bytes.data(), state.data());
+  if (result == MEM_RESULT::Busy) {
+    source.Report("Failed to read target memory", true);  // only a failure tells by itself
+  }
+  if (result != MEM_RESULT::Done ||
       MEMAREA_AddRange(pArea.get(), Addr, NumBytes, bytes.data()) < 0) {
     return;
   }

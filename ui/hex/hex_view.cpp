@@ -236,7 +236,7 @@ void HexView::NoteChanges(u64 Addr, u64 NumBytes, const u8* pData, const u8* pSt
 
 // A screen that is read as a whole leaves nothing of an earlier failure behind.
 void HexView::Refresh() {
-  m_IsReloadPending = false;
+  m_IsReloadPending = m_IsForgetPending;  // that asks for more than the screen
   ReloadRange(GetBaseAddr(), m_Geometry.GetBytesPerScreen());
 }
 
@@ -323,7 +323,8 @@ void HexView::GoTo(u64 Addr, bool SetCursor, bool PushHistory) {
     if (m_Source.HasArea()) {
       addr = std::max(std::min(Addr, m_Source.GetMaxAddr()), zoneStart);
     }
-    m_CursorAddr = std::min(addr + m_Geometry.ItemSize - 1, GetZoneEnd() - 1);
+    m_CursorAddr =
+        std::min(std::min(addr, HEX_ADDR_LIMIT) + m_Geometry.ItemSize - 1, GetZoneEnd() - 1);
     m_CursorNibble = 0;
   }
   if (PushHistory && (m_aGoBack.empty() || m_aGoBack.back() != GetBaseAddr())) {

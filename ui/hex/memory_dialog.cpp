@@ -192,6 +192,7 @@ void CMemDialog::OnButtonCancelClicked() {
 }
 
 void CMemDialog::OnButtonSelectFileClicked() {
+  const QPointer<CMemDialog> guard(this);  // the editor may be closed meanwhile
   char acFile[kMaxPath];
   const QByteArray present = m_pEditBoxGenVal->text().toLocal8Bit();
   const bool isSave = m_Mode == MEM_DIALOG_SAVE;
@@ -200,6 +201,9 @@ void CMemDialog::OnButtonSelectFileClicked() {
                                         present.constData(), kSaveFilters, nullptr)
              : QTHelper_GetOpenFileName(this, acFile, sizeof(acFile), "Load Memory Data from...",
                                         present.constData(), kLoadFilters, nullptr);
+  if (guard == nullptr) {
+    return;
+  }
   m_pEditBoxGenVal->setFocus();
   if (result == 0) {
     SetGenericValue(QTHelper_FromLocal8Bit(acFile));
