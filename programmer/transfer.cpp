@@ -122,7 +122,8 @@ int Sender::Replace(const ZELMONT_FILE_INFO& file) {
     return -1;
   }
   const u32 numErrors = APP_GetErrorCount();
-  if (VORTIC_FileDelete(m_Path.c_str()) >= 0) {
+  // Only a file has a size: deleting a folder of that name would take all of its files along.
+  if (VORTIC_FileGetSize(m_Path.c_str()) >= 0 && VORTIC_FileDelete(m_Path.c_str()) >= 0) {
     m_State = RemoteState::Removed;
   }
   if (APP_GetErrorCount() != numErrors) {
@@ -174,6 +175,9 @@ int Sender::WritePieces(const ZELMONT_FILE_INFO& file) {
 // A reserved file has its full size from the start and would pass for a whole one. With the link
 // gone neither call succeeds, and the state stays what it was when it was last known.
 void Sender::Discard() {
+  if (m_State == RemoteState::NotCreated && VORTIC_FileGetSize(m_Path.c_str()) < 0) {
+    return;  // nothing is there, or a folder, which stays
+  }
   if (VORTIC_FileDelete(m_Path.c_str()) >= 0) {
     m_State = RemoteState::Removed;
   } else if (VORTIC_FileGetSize(m_Path.c_str()) >= 0) {

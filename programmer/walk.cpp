@@ -10,6 +10,7 @@
 #include "programmer/transfer_internal.h"
 #include "project/text/file_error.h"
 #include "sys/path.h"
+#include "sys/util_string.h"
 
 // Local files and folders on their way to a programmer. Two walks, one that only counts and judges
 // and one that loads, so that nothing is sent of a tree that can't be sent whole. The folders may
@@ -159,6 +160,25 @@ int LoadFile(void* pContext, SYS_HANDLE hFile, const char* sName) {
   return 0;
 }
 
+// Two files that are one on the device, where letter case doesn't count: the second would replace
+// the first. False: logged.
+bool CheckNamesDiffer(const Batch& batch) {
+  std::vector<const char*> names;
+  for (const ZELMONT_FILE_INFO& file : batch.Files) {
+    names.push_back(file.acName);
+  }
+  std::sort(names.begin(), names.end(),
+            [](const char* a, const char* b) { return UTIL_stricmp(a, b) < 0; });
+  const auto twice =
+      std::adjacent_find(names.begin(), names.end(),
+                         [](const char* a, const char* b) { return UTIL_stricmp(a, b) == 0; });
+  if (twice == names.end()) {
+    return true;
+  }
+  APP_LogErrorf("Two of the files would both be \"%s\" on the programmer.", *twice);
+  return false;
+}
+
 // False: logged.
 bool LoadBatch(const char* pNames, u32 numNames, Batch* pBatch) {
   if (APP_WalkFiles(pNames, numNames, ZELMONT_MAX_FOLDER_DEPTH, pBatch, CountFile) != 0) {
@@ -177,7 +197,7 @@ bool LoadBatch(const char* pNames, u32 numNames, Batch* pBatch) {
     APP_LogError("Files were removed while they were read.");
     return false;
   }
-  return true;
+  return CheckNamesDiffer(*pBatch);
 }
 
 }  // namespace

@@ -65,6 +65,19 @@ TEST(SendLocalFiles, AcceptsAndRefuses) {
   }
 }
 
+TEST(SendLocalFiles, LosesNoOtherFile) {
+  TransferScope scope;
+  WriteFile(scope.OnDevice("a.txt/kept"), "x");
+  for (const char* sName : {"a.txt", "t/b", "t/B"}) {
+    WriteFile(scope.Dir.file(sName), "new");
+  }
+  EXPECT_EQ(scope.Send("a.txt"), -1);
+  EXPECT_EQ(ReadFile(scope.OnDevice("a.txt/kept")), "x");
+  EXPECT_EQ(scope.Send("t"), -1);
+  EXPECT_TRUE(scope.FrontEnd.HasLog("would both be \"t\\")) << scope.FrontEnd.GetLog();
+  EXPECT_FALSE(std::filesystem::exists(scope.OnDevice("t")));
+}
+
 TEST(UploadFiles, BringsATreeAsItIs) {
   TransferScope scope(DeviceScope::Keys{{"FileSystemKiB", "4096"}});
   const std::map<std::string, std::string> files = {
