@@ -8,10 +8,10 @@
 #include "flash/erase.h"
 #include "flash/operation.h"
 #include "flash/side_file.h"
-#include "project/text/file_error.h"
 #include "sys/file_replace.h"
 #include "sys/util_format.h"
 #include "sys/util_number.h"
+#include "text/file_error.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include "app/engine/files.h"
 #include "app/engine/log.h"
 #include "project/project.h"
-#include "project/text/file_error.h"
+#include "text/file_error.h"
 
 SideFile::SideFile(const char* sSuffix) {
   if (PROJECT_GetSideFileName(sSuffix, m_acName.data(), SYS_MAX_PATH) == 0) {

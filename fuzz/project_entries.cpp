@@ -7,9 +7,9 @@
 #include "project/project_internal.h"
 #include "project/project_keys.h"
 #include "project/settings_text.h"
-#include "project/text/projfile.h"
-#include "project/text/projfile_text.h"
 #include "tests/support/engine_scope.h"
+#include "text/projfile.h"
+#include "text/projfile_text.h"
 
 // Project and settings files.
 

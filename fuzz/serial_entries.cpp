@@ -9,8 +9,8 @@
 #include "fuzz/promise.h"
 #include "image/memarea.h"
 #include "project/project.h"
-#include "project/text/projfile.h"
 #include "tests/support/engine_scope.h"
+#include "text/projfile.h"
 
 // Serial number files of production.
 

@@ -6,10 +6,10 @@
 
 #include "fuzz/entries.h"
 #include "fuzz/promise.h"
-#include "project/text/parse.h"
 #include "sys/util_format.h"
 #include "sys/util_number.h"
 #include "sys/util_string.h"
+#include "text/parse.h"
 
 // The helpers of numbers and text against doubles that are slow and simple.
 

@@ -1,7 +1,7 @@
 #include "image/file_report.h"
 
-#include "project/text/file_error.h"
 #include "sys/util_format.h"
+#include "text/file_error.h"
 
 void FileReport::OpenError(const char* sFileName) const {
   char text[FILE_TEXT_SIZE];

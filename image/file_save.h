@@ -2,7 +2,7 @@
 
 #include "image/file_report.h"
 #include "image/memarea.h"
-#include "project/text/filewr.h"
+#include "text/filewr.h"
 
 // What all writers of data files do around their format: hold the area's lock, commit the patches,
 // write through a FILEWR, and mark the area as saved, or report and give NumChanges its value back.

@@ -3,8 +3,8 @@
 #include <memory>
 #include <string_view>
 
-#include "project/text/filewr.h"
 #include "sys/types.h"
+#include "text/filewr.h"
 
 // Buffer in which the writers of the text formats build their lines. It hands them on in pieces
 // that the file writer passes to the system as they are: large writes are what the speed of a save

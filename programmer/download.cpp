@@ -13,10 +13,10 @@
 #include "programmer/modules.h"
 #include "programmer/save_files.h"
 #include "project/project.h"
-#include "project/text/file_error.h"
 #include "sys/file_replace.h"
 #include "sys/memory.h"
 #include "sys/util_format.h"
+#include "text/file_error.h"
 
 namespace {
 

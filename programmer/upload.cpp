@@ -6,8 +6,8 @@
 #include "flash/driver.h"
 #include "programmer/listing.h"
 #include "programmer/transfer_internal.h"
-#include "project/text/file_error.h"
 #include "sys/path.h"
+#include "text/file_error.h"
 
 // Files and folders of a programmer on their way to this computer. What the device tells of itself
 // (names, sizes, counts) is not to be trusted.

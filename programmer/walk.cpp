@@ -8,9 +8,9 @@
 #include "app/engine/log.h"
 #include "image/crc.h"
 #include "programmer/transfer_internal.h"
-#include "project/text/file_error.h"
 #include "sys/path.h"
 #include "sys/util_string.h"
+#include "text/file_error.h"
 
 // Local files and folders on their way to a programmer. Two walks, one that only counts and judges
 // and one that loads, so that nothing is sent of a tree that can't be sent whole. The folders may

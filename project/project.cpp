@@ -8,9 +8,9 @@
 #include "app/engine/log.h"
 #include "project/project_internal.h"
 #include "project/settings.h"
-#include "project/text/projfile.h"
 #include "sys/file.h"
 #include "sys/path.h"
+#include "text/projfile.h"
 
 // Creating, opening and closing.
 

@@ -5,10 +5,10 @@
 #include "app/engine/log.h"
 #include "project/project_internal.h"
 #include "project/recent.h"
-#include "project/text/projfile.h"
 #include "sys/file.h"
 #include "sys/path.h"
 #include "sys/util_string.h"
+#include "text/projfile.h"
 
 // The blocks and the access to them by value.
 

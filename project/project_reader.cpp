@@ -6,9 +6,9 @@
 #include "catalogue/devices/device_table.h"
 #include "project/project_internal.h"
 #include "project/project_keys.h"
-#include "project/text/projfile.h"
 #include "sys/util_format.h"
 #include "sys/util_string.h"
+#include "text/projfile.h"
 
 // From the text store to the blocks. Each key's problems are its own: the store tells the user, the
 // key's default applies, and reading goes on.

@@ -4,11 +4,11 @@
 #include "app/engine/log.h"
 #include "project/project_internal.h"
 #include "project/settings.h"
-#include "project/text/projfile.h"
 #include "sys/file.h"
 #include "sys/path.h"
 #include "sys/util_format.h"
 #include "sys/util_string.h"
+#include "text/projfile.h"
 
 // Saving.
 

@@ -8,7 +8,7 @@
 #include "catalogue/devices/device_table.h"
 #include "project/project_internal.h"
 #include "project/project_keys.h"
-#include "project/text/projfile.h"
+#include "text/projfile.h"
 
 // From the blocks to the text store. The text is built from nothing, so that keys the program
 // doesn't know are gone afterwards.

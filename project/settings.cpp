@@ -5,10 +5,10 @@
 #include <string>
 
 #include "project/settings_text.h"
-#include "project/text/parse.h"
 #include "sys/file.h"
 #include "sys/util_format.h"
 #include "sys/util_string.h"
+#include "text/parse.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 #include "app/engine/files.h"
 
 #include "app/engine/log.h"
-#include "project/text/file_error.h"
 #include "sys/memory.h"
 #include "sys/util_format.h"
+#include "text/file_error.h"
 
 namespace {
 

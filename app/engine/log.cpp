@@ -4,9 +4,12 @@
 #include <atomic>
 #include <cstdio>
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include "app/engine/frontend.h"
 #include "app/engine/log_internal.h"
+#include "app/engine/report_internal.h"
 #include "sys/time.h"
 #include "sys/util_format.h"
 #include "sys/util_string.h"
@@ -24,10 +27,15 @@ constexpr u32 MAX_INDENT = 256;
 constexpr u32 LEVEL_ALL = 9;
 
 // Belongs to the application thread, but for the two counters, which any thread may read.
+struct OpenStep {
+  std::string Name;
+  u32 StartMs;
+};
 struct SectionState {
   std::atomic<u32> Depth{0};
   std::atomic<u32> NumErrors{0};
   u32 StartMs = 0;               // tick when the outermost section was opened
+  std::vector<OpenStep> Open;    // the sections within it
   bool IsDisconnecting = false;  // a disconnect that fails must not start another one
   char acResultText[RESULT_TEXT_SIZE] = {};
 };
@@ -162,6 +170,9 @@ void APP_LogBegin(const char* sText) {
     Section.acResultText[0] = 0;
     Section.NumErrors = 0;
     Section.StartMs = SYS_GetTickMs();
+    REPORT_Begin(sText != nullptr ? sText : "");
+  } else {
+    Section.Open.push_back({sText != nullptr ? sText : "", SYS_GetTickMs()});
   }
 }
 
@@ -177,7 +188,14 @@ void APP_LogEndEx(const char* sText) {
   if (hasText && Section.NumErrors == 0 && APP_LogLevelPass(GetOutcomeLevel())) {
     AddLogLine(sText);
   }
+  const u32 nowMs = SYS_GetTickMs();
+  if (!Section.Open.empty()) {
+    OpenStep& step = Section.Open.back();
+    REPORT_AddStep({std::move(step.Name), Section.Depth - 1, nowMs - step.StartMs});
+    Section.Open.pop_back();
+  }
   if (--Section.Depth == 0) {
+    REPORT_End(nowMs - Section.StartMs);
     ShowOutcome();
   }
 }
@@ -190,6 +208,7 @@ void APP_LogCompleted(const char* sText) {
     const u32 elapsedMs = SYS_GetTickMs() - Section.StartMs;
     UTIL_snprintf(Section.acResultText, RESULT_TEXT_SIZE, "%s - Completed after %d.%03d sec", sText,
                   elapsedMs / 1000, elapsedMs % 1000);
+    REPORT_SetSummary(Section.acResultText);
     AddLogLine(Section.acResultText);
   } else if (APP_LogLevelPass(GetOutcomeLevel())) {
     AddLogLine(sText);
@@ -203,9 +222,14 @@ void APP_LogInfo(const char* sText) {
 }
 
 void APP_LogError(const char* sText) {
+  APP_LogError(APP_CAUSE::Internal, sText);
+}
+
+void APP_LogError(const APP_ERROR& Error, const char* sText) {
   if (sText == nullptr) {
     return;
   }
+  REPORT_AddError(Error, sText);
   if (APP_LogLevelPass(GetOutcomeLevel())) {
     AddColouredLine(COLOUR_ERROR, "ERROR: ", sText);
   }
@@ -250,5 +274,8 @@ void APP_LogReset() {
   Section.NumErrors = 0;
   Section.StartMs = 0;
   Section.IsDisconnecting = false;
+  Section.Open.clear();
+  REPORT_Begin("");
+  APP_ForgetErrors();
   Section.acResultText[0] = 0;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/engine/report.h"
 #include "sys/types.h"
 
 // Log sections, lines and message boxes: the one way in which an operation reports.
@@ -29,6 +30,10 @@ void APP_LogCompleted(const char* sText);
 void APP_LogInfo(const char* sText);
 // Formats of UTIL_snprintf64, into 1024 bytes.
 void APP_LogInfof(const char* sFormat, ...);
+// An error goes into the log and into the outcome of the operation by one call.
+void APP_LogError(const APP_ERROR& Error, const char* sText);
+void APP_LogErrorf(const APP_ERROR& Error, const char* sFormat, ...);
+// For callers that don't name a cause yet.
 void APP_LogError(const char* sText);
 void APP_LogErrorf(const char* sFormat, ...);
 void APP_LogWarning(const char* sText);
@@ -86,6 +91,8 @@ u32 APP_MsgBoxAlways(const APP_MSGBOX_ARGS& args);
 u32 APP_MsgBox(const char* sText, const char* sBtn0, const char* sBtn1, u32 DefaultBtn, u32 Icon,
                u32 RejectResult);
 // With SuppressGUI set the exit code becomes 1.
+void APP_ShowError(const APP_ERROR& Error, const char* sText);
+void APP_ShowErrorf(const APP_ERROR& Error, const char* sFormat, ...);
 void APP_ShowError(const char* sText);
 void APP_ShowErrorf(const char* sFormat, ...);
 void APP_ShowWarning(const char* sText);

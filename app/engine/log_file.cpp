@@ -4,8 +4,8 @@
 
 #include "app/engine/log.h"
 #include "app/engine/log_internal.h"
-#include "project/text/file_error.h"
 #include "sys/file.h"
+#include "text/file_error.h"
 
 // The log file: every finished line as plain text, ended by CR LF, each run replacing the file. It
 // is written in place, line by line, so that after a crash it tells how far the program came.

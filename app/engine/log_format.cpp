@@ -31,6 +31,15 @@ void APP_LogErrorf(const char* sFormat, ...) {
   APP_LogError(acText);
 }
 
+void APP_LogErrorf(const APP_ERROR& Error, const char* sFormat, ...) {
+  char acText[LOG_LINE_SIZE];
+  va_list args;
+  va_start(args, sFormat);
+  LOG_Format(acText, sFormat, args);
+  va_end(args);
+  APP_LogError(Error, acText);
+}
+
 void APP_LogInfoCb(void* /*pContext*/, const char* sFormat, ...) {
   char acText[LOG_LINE_SIZE];
   va_list args;
@@ -56,4 +65,13 @@ void APP_ShowErrorf(const char* sFormat, ...) {
   LOG_Format(acText, sFormat, args);
   va_end(args);
   APP_ShowError(acText);
+}
+
+void APP_ShowErrorf(const APP_ERROR& Error, const char* sFormat, ...) {
+  char acText[LOG_LINE_SIZE];
+  va_list args;
+  va_start(args, sFormat);
+  LOG_Format(acText, sFormat, args);
+  va_end(args);
+  APP_ShowError(Error, acText);
 }

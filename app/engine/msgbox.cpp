@@ -4,6 +4,7 @@
 #include "app/engine/frontend.h"
 #include "app/engine/log.h"
 #include "app/engine/log_internal.h"
+#include "app/engine/report_internal.h"
 #include "sys/util_string.h"
 
 namespace {
@@ -125,6 +126,11 @@ void APP_ShowError(const char* sText) {
   // The exit status without its cause would help nobody, so the line isn't left to the log level.
   LogSuppressedBox(args, true);
   APP_State().ExitCode = 1;
+}
+
+void APP_ShowError(const APP_ERROR& Error, const char* sText) {
+  REPORT_AddError(Error, sText != nullptr ? sText : "");
+  APP_ShowError(sText);
 }
 
 void APP_ShowWarning(const char* sText) {

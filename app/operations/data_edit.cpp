@@ -11,12 +11,12 @@
 #include "app/operations/data_windows.h"
 #include "app/operations/status.h"
 #include "image/datafile.h"
-#include "project/text/file_error.h"
 #include "sys/file.h"
 #include "sys/path.h"
 #include "sys/util_format.h"
 #include "sys/util_number.h"
 #include "sys/util_string.h"
+#include "text/file_error.h"
 
 namespace {
 

@@ -14,12 +14,12 @@
 #include "image/crc.h"
 #include "image/datafile.h"
 #include "project/project.h"
-#include "project/text/file_error.h"
 #include "sys/file.h"
 #include "sys/memory.h"
 #include "sys/path.h"
 #include "sys/util_format.h"
 #include "sys/util_string.h"
+#include "text/file_error.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include "programmer/hooks.h"
 #include "project/project.h"
 #include "project/settings.h"
-#include "project/text/projfile.h"
+#include "text/projfile.h"
 
 namespace {
 

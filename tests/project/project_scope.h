@@ -8,9 +8,9 @@
 #include "project/project.h"
 #include "project/recent.h"
 #include "project/settings.h"
-#include "project/text/projfile.h"
 #include "tests/support/engine_scope.h"
 #include "tests/support/temp_dir.h"
+#include "text/projfile.h"
 
 // Settings, recent lists and project as at program start, with all files in a directory of the
 // test's own, and a count of what the layers above are told.

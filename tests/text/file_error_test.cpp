@@ -1,4 +1,4 @@
-#include "project/text/file_error.h"
+#include "text/file_error.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

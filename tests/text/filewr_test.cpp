@@ -1,4 +1,4 @@
-#include "project/text/filewr.h"
+#include "text/filewr.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

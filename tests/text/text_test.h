@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "project/text/projfile.h"
 #include "tests/support/temp_dir.h"
+#include "text/projfile.h"
 
 // A text store of its own, in a temporary directory, with its messages gathered.
 class ProjFile : public testing::Test {

@@ -3,10 +3,10 @@
 #include <new>
 #include <stdexcept>
 
-#include "project/text/file_error.h"
-#include "project/text/projfile.h"
-#include "project/text/projfile_store.h"
 #include "sys/util_string.h"
+#include "text/file_error.h"
+#include "text/projfile.h"
+#include "text/projfile_store.h"
 
 namespace {
 

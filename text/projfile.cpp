@@ -1,9 +1,9 @@
-#include "project/text/projfile.h"
+#include "text/projfile.h"
 
 #include <cstdlib>
 #include <memory>
 
-#include "project/text/projfile_store.h"
+#include "text/projfile_store.h"
 
 PROJFILE_HOOKS PROJFILE_Hooks = {[](const char*) {}};
 

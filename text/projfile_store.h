@@ -4,9 +4,9 @@
 #include <optional>
 #include <string>
 
-#include "project/text/projfile.h"
-#include "project/text/projfile_text.h"
 #include "sys/file.h"
+#include "text/projfile.h"
+#include "text/projfile_text.h"
 
 // The one store of the process and the entry to it. Internal to the text store.
 

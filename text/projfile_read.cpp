@@ -2,9 +2,9 @@
 #include <array>
 #include <cstring>
 
-#include "project/text/parse.h"
-#include "project/text/projfile.h"
-#include "project/text/projfile_store.h"
+#include "text/parse.h"
+#include "text/projfile.h"
+#include "text/projfile_store.h"
 
 namespace {
 

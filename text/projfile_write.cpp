@@ -1,9 +1,9 @@
 #include <array>
 
-#include "project/text/projfile.h"
-#include "project/text/projfile_store.h"
 #include "sys/util_format.h"
 #include "sys/util_number.h"
+#include "text/projfile.h"
+#include "text/projfile_store.h"
 
 namespace {
 

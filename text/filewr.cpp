@@ -1,4 +1,4 @@
-#include "project/text/filewr.h"
+#include "text/filewr.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "project/text/parse.h"
+#include "text/parse.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "project/text/file_error.h"
+#include "text/file_error.h"
 
 #include "sys/file.h"
 #include "sys/util_format.h"

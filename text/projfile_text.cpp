@@ -1,4 +1,4 @@
-#include "project/text/projfile_text.h"
+#include "text/projfile_text.h"
 
 #include <algorithm>
 #include <cstring>
