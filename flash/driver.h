@@ -1,6 +1,6 @@
 #pragma once
 
-#include "driver/vortic.h"
+#include "driver/abi/vortic.h"
 #include "sys/types.h"
 
 // Binding of the driver library, which is found at run time. Application thread only.

@@ -7,7 +7,7 @@
 // The command layer: from a description of one SPI memory to bus traffic. Application thread only.
 //
 // Three forms: a single transfer at once; a list of records run in one call of the driver library;
-// fast mode calls, which the library queues. Records and flags: driver/vortic.h.
+// fast mode calls, which the library queues. Records and flags: driver/abi/vortic.h.
 
 using SPI_CMD_DESC = VORTIC_SPI_CMD;
 using SPI_POLL_PARA = VORTIC_POLL_PARA;

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "driver/config.h"
+#include "driver/core/config.h"
 #include "fuzz/entries.h"
 #include "fuzz/promise.h"
 

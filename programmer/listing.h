@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "driver/vortic.h"
+#include "driver/abi/vortic.h"
 #include "sys/types.h"
 
 // Folder listings of a programmer. Nothing in one can be trusted: neither the count, nor that a

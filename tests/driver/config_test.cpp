@@ -1,4 +1,4 @@
-#include "driver/config.h"
+#include "driver/core/config.h"
 
 #include "tests/driver/probe_fixture.h"
 

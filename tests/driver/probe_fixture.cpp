@@ -5,7 +5,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "driver/text.h"
+#include "driver/core/text.h"
 
 using vortic::Format;
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "driver/vortic.h"
+#include "driver/abi/vortic.h"
 #include "sys/types.h"
 
 // A temporary folder with a configuration file in it, and the library's calls on the probe that it

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "driver/sim_bus.h"
+#include "driver/sim/sim_bus.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <csignal>
 
-#include "driver/array_store.h"
-#include "driver/image_file.h"
+#include "driver/sim/array_store.h"
+#include "driver/sim/image_file.h"
 #include "tests/driver/probe_fixture.h"
 
 namespace {
