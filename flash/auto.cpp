@@ -88,7 +88,7 @@ class AutoRun {
     if (!lock.Locked()) {
       APP_LogError("The data could not be copied.");
     } else if (MEMAREA_Merge(m_pWork.get(), pArea) != 0) {
-      APP_LogErrorf("Failed to allocate %llu bytes of memory", MEMAREA_GetNumBytes(pArea));
+      APP_LogErrorf("Failed to allocate %lu bytes of memory", MEMAREA_GetNumBytes(pArea));
     } else {
       SN_StampCopy(m_pWork.get());
     }
@@ -98,7 +98,7 @@ class AutoRun {
   void Compare() {
     const MEMAREA_PTR pUnits(GEOMETRY_CreateUnitArea(m_pWork.get()));
     if (pUnits == nullptr) {
-      APP_LogErrorf("Failed to allocate %llu bytes of memory", MEMAREA_GetNumBytes(m_pWork.get()));
+      APP_LogErrorf("Failed to allocate %lu bytes of memory", MEMAREA_GetNumBytes(m_pWork.get()));
       return;
     }
     const MEMAREA_PTR pRead(FLASH_ReadAffected(pUnits.get()));
@@ -200,7 +200,7 @@ bool PrepareAuto(MEMAREA* pArea) {
 
 void FLASH_Auto(MEMAREA* pArea) {
   const u32 numRanges = MEMAREA_GetNumRanges(pArea);
-  Operation op("Auto programming target (%llu bytes, %d range%s) ...", MEMAREA_GetNumBytes(pArea),
+  Operation op("Auto programming target (%lu bytes, %d range%s) ...", MEMAREA_GetNumBytes(pArea),
                numRanges, Plural(numRanges));
   const u64 startTicks = SYS_GetPerfTicks();
   if (PrepareAuto(pArea)) {

@@ -37,18 +37,18 @@ std::string FormatUnit(const char* sUnit, u32 Value) {
   return " " + unit;
 }
 
-std::string FormatByte(const char* sFormat, u8 Value) {
+std::string FormatByte(u8 Value) {
   char acByte[16];
-  UTIL_snprintf(acByte, sizeof(acByte), sFormat, Value);
+  UTIL_snprintf(acByte, sizeof(acByte), "0x%02X", Value);
   return acByte;
 }
 
 // The first byte is listed even when none is sent; a full list may have been cut.
 std::string FormatStream(const CUSTOM_STEP& step, u32 NumBytes) {
-  std::string text = FormatByte(" - 0x%02X", step.abData[0]);
+  std::string text = " - " + FormatByte(step.abData[0]);
   const u32 numShown = std::min(NumBytes, CUSTOM_MAX_DATA);
   for (u32 i = 1; i < numShown; ++i) {
-    text += FormatByte(", 0x%02X", step.abData[i]);
+    text += ", " + FormatByte(step.abData[i]);
   }
   return numShown == CUSTOM_MAX_DATA ? text + "..." : text;
 }

@@ -61,9 +61,9 @@ void LogRun(const Geometry& geometry, u32 First, u32 Last) {
   const u64 firstAddr = geometry.GetAddr(First);
   const u64 lastAddr = geometry.GetAddr(Last) + geometry.GetSectorSize() - 1;
   if (First == Last) {
-    APP_LogInfof("Affected sector %d (0x%llX - 0x%llX)", First, firstAddr, lastAddr);
+    APP_LogInfof("Affected sector %d (0x%lX - 0x%lX)", First, firstAddr, lastAddr);
   } else {
-    APP_LogInfof("Affected sectors %d to %d (0x%llX - 0x%llX)", First, Last, firstAddr, lastAddr);
+    APP_LogInfof("Affected sectors %d to %d (0x%lX - 0x%lX)", First, Last, firstAddr, lastAddr);
   }
 }
 

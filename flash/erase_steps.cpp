@@ -124,7 +124,7 @@ class SectorWalk {
     const u64 size = m_Geometry.GetSectorSize();
     ++m_NumErased;
     std::array<char, 128> acText{};
-    UTIL_snprintf64(acText.data(), acText.size(), "Sector %d of %d selected (0x%llX)", m_NumErased,
+    UTIL_snprintf64(acText.data(), acText.size(), "Sector %d of %d selected (0x%lX)", m_NumErased,
                     m_NumSelected, addr);
     PROGRESS_SetSubText(m_pProgress, acText.data());
     if (SPI_CheckSpan(SPI_Info(), addr, size) != 0) {

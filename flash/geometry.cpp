@@ -149,7 +149,7 @@ std::string FLASH_FormatRanges(MEMAREA* pArea) {
     u64 numBytes = 0;
     MEMAREA_GetRange(pRanges, i, &addr, &numBytes);
     char acRange[64];
-    UTIL_snprintf64(acRange, sizeof(acRange), ", 0x%llX - 0x%llX", addr, addr + numBytes - 1);
+    UTIL_snprintf64(acRange, sizeof(acRange), ", 0x%lX - 0x%lX", addr, addr + numBytes - 1);
     text += acRange;
   }
   return text;

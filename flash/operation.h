@@ -6,6 +6,7 @@
 #include "app/engine/frontend.h"
 #include "app/engine/log.h"
 #include "flash/connect.h"
+#include "sys/util_format.h"
 
 // What the operations on the chip share. Internal to this folder.
 
@@ -13,9 +14,13 @@
 // dialog, connection (with AutoDisconnect), log section.
 class Operation {
  public:
-  template <class... ARGS>
-  explicit Operation(const char* sFormat, ARGS... Args) {
-    APP_LogBeginf(sFormat, Args...);
+  [[gnu::format(printf, 2, 3)]] explicit Operation(const char* sFormat, ...) {
+    char acText[256];
+    va_list args;
+    va_start(args, sFormat);
+    UTIL_vsnprintf64(acText, sizeof(acText), sFormat, args);
+    va_end(args);
+    APP_LogBegin(acText);
   }
   ~Operation() {
     APP_CloseProgress(&m_pProgress);

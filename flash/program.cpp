@@ -72,15 +72,15 @@ u64 GetPaddedSize(MEMAREA* pArea, u32 PageShift) {
 void ShowRange(PROGRESS_INFO* pProgress, u64 First, u64 Last) {
   std::array<char, 128> acText{};
   UTIL_snprintf64(acText.data(), acText.size(),
-                  Last > 0xFFFFFFFF ? "Programming range 0x%.16llX - 0x%.16llX"
-                                    : "Programming range 0x%.8llX - 0x%.8llX",
+                  Last > 0xFFFFFFFF ? "Programming range 0x%.16lX - 0x%.16lX"
+                                    : "Programming range 0x%.8lX - 0x%.8lX",
                   First, Last);
   PROGRESS_SetSubText(pProgress, acText.data());
 }
 
 void LogCanceled(u64 Addr) {
-  APP_LogErrorf(Addr > 0xFFFFFFFF ? "Programming canceled @ addr 0x%.16llX"
-                                  : "Programming canceled @ addr 0x%.8llX",
+  APP_LogErrorf(Addr > 0xFFFFFFFF ? "Programming canceled @ addr 0x%.16lX"
+                                  : "Programming canceled @ addr 0x%.8lX",
                 Addr);
 }
 
@@ -139,7 +139,7 @@ void RunProgram(MEMAREA* pArea, Operation* pOp) {
   SPI_RefreshInfo();
   const u32 pageShift = SPI_Info().PageSizeShift;
   if (pageShift > kMaxPageShift) {
-    APP_LogErrorf("Page size of %llu bytes is not supported.",
+    APP_LogErrorf("Page size of %lu bytes is not supported.",
                   pageShift < 64 ? u64{1} << pageShift : u64{0});
     return;
   }
@@ -234,8 +234,7 @@ int FLASH_CheckFit(MEMAREA* pArea) {
   u64 addr = 0;
   u64 numBytes = 0;
   MEMAREA_GetRange(pArea, static_cast<u32>(index), &addr, &numBytes);
-  APP_LogErrorf("Program (0x%llX - 0x%llX) does not fit into flash chip.", addr,
-                addr + numBytes - 1);
+  APP_LogErrorf("Program (0x%lX - 0x%lX) does not fit into flash chip.", addr, addr + numBytes - 1);
   return -1;
 }
 
@@ -261,7 +260,7 @@ int FLASH_AskErase(MEMAREA* pArea) {
 
 void FLASH_Program(MEMAREA* pArea, bool SkipPrepare) {
   const u32 numRanges = MEMAREA_GetNumRanges(pArea);
-  Operation op("Programming target (%llu bytes, %d range%s) ...", MEMAREA_GetNumBytes(pArea),
+  Operation op("Programming target (%lu bytes, %d range%s) ...", MEMAREA_GetNumBytes(pArea),
                numRanges, Plural(numRanges));
   if (PrepareProgram(pArea, SkipPrepare)) {
     RunProgram(pArea, &op);
@@ -271,7 +270,7 @@ void FLASH_Program(MEMAREA* pArea, bool SkipPrepare) {
 
 void FLASH_ProgramVerify(MEMAREA* pArea) {
   const u32 numRanges = MEMAREA_GetNumRanges(pArea);
-  Operation op("Programming and verifying target (%llu bytes, %d range%s) ...",
+  Operation op("Programming and verifying target (%lu bytes, %d range%s) ...",
                MEMAREA_GetNumBytes(pArea), numRanges, Plural(numRanges));
   if (!PrepareProgramVerify(pArea)) {
     return;

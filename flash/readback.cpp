@@ -46,7 +46,7 @@ int ReadBlock(MEMAREA* pDest, u64 Addr, u64 NumBytes, bool SkipBlank) {
   std::memset(ReadBuffer.data(), 0, NumBytes);
   if (!IsSendable(Addr, NumBytes) ||
       SPI_ReadData(static_cast<u32>(Addr), numBytes, ReadBuffer.data()) != 0) {
-    APP_LogErrorf("Failed to read memory (0x%.2X bytes @ address 0x%.8llX)", numBytes, Addr);
+    APP_LogErrorf("Failed to read memory (0x%.2X bytes @ address 0x%.8lX)", numBytes, Addr);
     return -1;
   }
   if (StoreBlock(pDest, Addr, NumBytes, SkipBlank) < 0) {
@@ -77,7 +77,7 @@ MEMAREA* FinishRead(const Operation& op, MEMAREA_PTR pResult, const CompletedTex
   } else {
     std::array<char, 128> acText{};
     UTIL_snprintf64(acText.data(), acText.size(),
-                    "Target memory read successfully. (%llu bytes, %d range%s)", completed.NumBytes,
+                    "Target memory read successfully. (%lu bytes, %d range%s)", completed.NumBytes,
                     completed.NumRanges, Plural(completed.NumRanges));
     APP_LogCompleted(acText.data());
   }
@@ -102,7 +102,7 @@ MEMAREA_PTR StartRead() {
 MEMAREA_PTR CreateAffected(const Geometry& geometry, MEMAREA* pArea, u32* pNumSectors) {
   MEMAREA_PTR pRanges(FLASH_CreateSectorArea(pArea, pNumSectors));
   if (pRanges == nullptr) {
-    APP_LogErrorf("Failed to allocate %llu bytes of memory", geometry.GetSectorSize());
+    APP_LogErrorf("Failed to allocate %lu bytes of memory", geometry.GetSectorSize());
   }
   return pRanges;
 }
@@ -138,7 +138,7 @@ void FLASH_ReadRanges(MEMAREA* pRanges, MEMAREA* pDest, PROGRESS_INFO* pProgress
     MEMAREA_GetRange(pList, i, &addr, &numBytes);
     const u64 last = addr + numBytes - 1;
     std::array<char, 128> acText{};
-    UTIL_snprintf64(acText.data(), acText.size(), "Range %d/%d, 0x%llX - 0x%llX", i + 1, numRanges,
+    UTIL_snprintf64(acText.data(), acText.size(), "Range %d/%d, 0x%lX - 0x%lX", i + 1, numRanges,
                     addr, last);
     PROGRESS_SetSubText(pProgress, acText.data());
     FLASH_ReadInto(pDest, addr, last, pProgress);
@@ -163,7 +163,7 @@ MEMAREA* FLASH_ReadChip() {
 // Where the chip ends is known for sure once it is connected. Behind its end it delivers its start
 // again, which would pass for data.
 MEMAREA* FLASH_ReadSpan(u64 FirstAddr, u64 LastAddr) {
-  Operation op("Reading target memory (0x%.8llX - 0x%.8llX) ...", FirstAddr, LastAddr);
+  Operation op("Reading target memory (0x%.8lX - 0x%.8lX) ...", FirstAddr, LastAddr);
   MEMAREA_PTR pResult;
   bool isOutside = LastAddr > 0xFFFFFFFF || FirstAddr > LastAddr;
   if (!isOutside) {
@@ -173,7 +173,7 @@ MEMAREA* FLASH_ReadSpan(u64 FirstAddr, u64 LastAddr) {
   }
   if (isOutside) {
     APP_LogErrorf(
-        "Could not read target memory, address range 0x%llX - 0x%llX is outside of the flash chip.",
+        "Could not read target memory, address range 0x%lX - 0x%lX is outside of the flash chip.",
         FirstAddr, LastAddr);
   }
   if (isOutside || pResult == nullptr) {
@@ -182,7 +182,7 @@ MEMAREA* FLASH_ReadSpan(u64 FirstAddr, u64 LastAddr) {
   PROGRESS_INFO* pProgress = op.StartProgress("Reading target memory ...");
   SetReadRange(pProgress, LastAddr - FirstAddr + 1);
   std::array<char, 64> acText{};
-  UTIL_snprintf64(acText.data(), acText.size(), "Range 0x%llX - 0x%llX", FirstAddr, LastAddr);
+  UTIL_snprintf64(acText.data(), acText.size(), "Range 0x%lX - 0x%lX", FirstAddr, LastAddr);
   PROGRESS_SetSubText(pProgress, acText.data());
   FLASH_ReadInto(pResult.get(), FirstAddr, LastAddr, pProgress);
   const CompletedText completed = {MEMAREA_GetNumBytes(pResult.get()),

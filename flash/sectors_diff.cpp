@@ -43,7 +43,7 @@ int AddKept(MEMAREA* pDest, const SectorBlock& block, u64 SectorSize, IS_KEPT Is
 }
 
 void ReportNoMemory(u64 NumBytes) {
-  APP_LogErrorf("Failed to allocate %llu bytes of memory", NumBytes);
+  APP_LogErrorf("Failed to allocate %lu bytes of memory", NumBytes);
 }
 
 // Holes within a sector come with its alignment; those between sectors stay out.

@@ -203,7 +203,7 @@ bool CanStamp(const PROJ_PRODUCTION& production) {
     return false;
   }
   if (first + numBytes > FLASH_GetTotalSize()) {
-    APP_LogErrorf("Serial number (0x%llX - 0x%llX) does not fit into flash chip.", first,
+    APP_LogErrorf("Serial number (0x%lX - 0x%lX) does not fit into flash chip.", first,
                   first + numBytes - 1);
     return false;
   }

@@ -81,7 +81,7 @@ int SPI_CheckSpan(const SPI_FLASH_INFO& info, u64 Addr, u64 NumBytes) {
   if (Addr < end && NumBytes <= end - Addr) {
     return 0;
   }
-  APP_LogErrorf("Address range 0x%llX - 0x%llX can't be reached with %d address bytes.", Addr,
+  APP_LogErrorf("Address range 0x%lX - 0x%lX can't be reached with %d address bytes.", Addr,
                 Addr + NumBytes - 1, numAddrBytes);
   return -1;
 }

@@ -237,7 +237,7 @@ bool IsSkippingBlank(const SPI_FLASH_INFO& info) {
 // A part of a page would be programmed as nothing and pass for done.
 int CheckBlock(const SPI_FLASH_INFO& info, u32 Addr, u32 NumBytes) {
   if (info.PageSizeShift > kMaxPageShift) {
-    APP_LogErrorf("Page size of %llu bytes is not supported.",
+    APP_LogErrorf("Page size of %lu bytes is not supported.",
                   info.PageSizeShift < 64 ? u64{1} << info.PageSizeShift : 0);
     return -1;
   }

@@ -61,7 +61,7 @@ void ShowAddr(PROGRESS_INFO* pProgress, u64 Addr) {
   std::array<char, 64> acText{};
   UTIL_snprintf64(
       acText.data(), acText.size(),
-      Addr > 0xFFFFFFFF ? "Verifying @ address 0x%.16llX" : "Verifying @ address 0x%.8llX", Addr);
+      Addr > 0xFFFFFFFF ? "Verifying @ address 0x%.16lX" : "Verifying @ address 0x%.8lX", Addr);
   PROGRESS_SetSubText(pProgress, acText.data());
 }
 
@@ -134,7 +134,7 @@ bool IsInChip(MEMAREA* pArea) {
   u64 numBytes = 0;
   MEMAREA_GetRange(pArea, static_cast<u32>(index), &addr, &numBytes);
   APP_LogErrorf(
-      "Could not verify target, address range 0x%llX - 0x%llX is outside of the flash chip.", addr,
+      "Could not verify target, address range 0x%lX - 0x%lX is outside of the flash chip.", addr,
       addr + numBytes - 1);
   return false;
 }
@@ -166,7 +166,7 @@ int FLASH_CompareBlock(u32 Addr, u32 NumBytes, const u8* pExpected, const u8* pV
 
 void FLASH_Verify(MEMAREA* pArea) {
   const u32 numRanges = MEMAREA_GetNumRanges(pArea);
-  Operation op("Verifying target (%llu bytes, %d range%s) ...", MEMAREA_GetNumBytes(pArea),
+  Operation op("Verifying target (%lu bytes, %d range%s) ...", MEMAREA_GetNumBytes(pArea),
                numRanges, Plural(numRanges));
   if (pArea == nullptr) {
     APP_LogError("Could not verify target, no data file opened.");

@@ -14,7 +14,8 @@ namespace {
 
 using REPORT_FUNC = void(void* pContext, const char* sText);
 
-void Send(const ELF_FILE& elf, REPORT_FUNC* pfReport, const char* sFormat, va_list args) {
+[[gnu::format(printf, 3, 0)]] void Send(const ELF_FILE& elf, REPORT_FUNC* pfReport,
+                                        const char* sFormat, va_list args) {
   if (pfReport != nullptr) {
     char text[FILE_TEXT_SIZE];
     UTIL_vsnprintf64(text, sizeof(text), sFormat, args);

@@ -85,9 +85,9 @@ const char* ELF_GetSectionName(const ELF_FILE& elf, const ELF_SECTION& section);
 bool ELF_IsInFile(const ELF_FILE& elf, u64 Offset, u64 NumBytes);
 
 // Formatted as by UTIL_snprintf64. ELF_Fail returns false.
-bool ELF_Fail(const ELF_FILE& elf, const char* sFormat, ...);
-void ELF_Warn(const ELF_FILE& elf, const char* sFormat, ...);
-void ELF_Info(const ELF_FILE& elf, const char* sFormat, ...);
+[[gnu::format(printf, 2, 3)]] bool ELF_Fail(const ELF_FILE& elf, const char* sFormat, ...);
+[[gnu::format(printf, 2, 3)]] void ELF_Warn(const ELF_FILE& elf, const char* sFormat, ...);
+[[gnu::format(printf, 2, 3)]] void ELF_Info(const ELF_FILE& elf, const char* sFormat, ...);
 
 // Takes the fields of a record one after the other.
 class ElfFields {

@@ -5,6 +5,7 @@
 #include "image/crc.h"
 #include "image/file_report.h"
 #include "programmer/file_header.h"
+#include "sys/util_format.h"
 #include "sys/util_number.h"
 
 namespace {
@@ -23,13 +24,7 @@ class DatFileBuilder {
   int Build();
 
  private:
-  template <class... ARGS>
-  int Fail(const char* sFormat, ARGS... args) const {
-    if (m_Info.pfError != nullptr) {
-      m_Info.pfError(m_Info.pContext, sFormat, args...);
-    }
-    return -1;
-  }
+  [[gnu::format(printf, 2, 3)]] int Fail(const char* sFormat, ...) const;
   int FailWrite() const { return Fail("Failed to write DAT file contents to buffer."); }
 
   template <class ON_BLOCK>
@@ -45,6 +40,18 @@ class DatFileBuilder {
   u32 m_DataPos = 0;
   u32 m_Crc = 0;
 };
+
+int DatFileBuilder::Fail(const char* sFormat, ...) const {
+  if (m_Info.pfError != nullptr) {
+    char acText[128];
+    va_list args;
+    va_start(args, sFormat);
+    UTIL_vsnprintf64(acText, sizeof(acText), sFormat, args);
+    va_end(args);
+    m_Info.pfError(m_Info.pContext, "%s", acText);
+  }
+  return -1;
+}
 
 // Calls OnBlock(addr, numBytes) for each block, in ascending order, with its bytes in pData unless
 // that is null. A block starts and ends on a page boundary; holes smaller than a page don't end it.
@@ -128,7 +135,7 @@ int DatFileBuilder::Build() {
   // The table has 32 bits for an address. Cut ones would send the data to a wrong place.
   const u64 lastAddr = MEMAREA_GetMaxAddr(m_Info.pArea);
   if (lastAddr > 0xFFFFFFFF) {
-    return Fail("Failed to prepare DAT file: Address 0x%llX needs more than 32 bits.", lastAddr);
+    return Fail("Failed to prepare DAT file: Address 0x%lX needs more than 32 bits.", lastAddr);
   }
   u64 numBlocks = 0;
   u64 numBytes = 0;

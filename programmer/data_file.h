@@ -20,8 +20,8 @@ struct ZELMONT_DAT_FILE_INFO {
   u8 FillValue;          // of bytes in a page that the image lacks
   int (*pfKeepGoing)();  // 0 stops the operation; may be null
   // Formats of UTIL_snprintf64; may be null.
-  void (*pfInfo)(void* pContext, const char* sFormat, ...);
-  void (*pfError)(void* pContext, const char* sFormat, ...);
+  [[gnu::format(printf, 2, 3)]] void (*pfInfo)(void* pContext, const char* sFormat, ...);
+  [[gnu::format(printf, 2, 3)]] void (*pfError)(void* pContext, const char* sFormat, ...);
   void* pContext;
   DYNBUFFER* pBuffer;  // initialised by the caller, empty
   const char* pProductName;

@@ -26,7 +26,7 @@ int ReportOutOfBounds(const DYNBUFFER& buf, u64 index) {
   if (buf.pfError != nullptr) {
     std::array<char, kTextSize> acText{};
     UTIL_snprintf64(acText.data(), acText.size(),
-                    "Debugger accesses memory in dynamic buffer at offset 0x%.8llX which is out of "
+                    "Debugger accesses memory in dynamic buffer at offset 0x%.8lX which is out of "
                     "array bounds.",
                     index);
     buf.pfError(acText.data());

@@ -49,7 +49,7 @@ int CheckDataFits(MEMAREA* pArea) {
   u64 addr = 0;
   u64 numBytes = 0;
   MEMAREA_GetRange(pArea, static_cast<u32>(index), &addr, &numBytes);
-  APP_LogErrorf("Selected Data (0x%llX - 0x%llX) does not fit into the selected SPI flash.", addr,
+  APP_LogErrorf("Selected Data (0x%lX - 0x%lX) does not fit into the selected SPI flash.", addr,
                 addr + numBytes - 1);
   return -1;
 }

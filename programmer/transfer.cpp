@@ -266,7 +266,7 @@ bool ZELMONT_SetFileInfo(ZELMONT_FILE_INFO* pInfo, const char* sName, const void
     return false;
   }
   if (NumBytes > static_cast<u64>(std::numeric_limits<i32>::max())) {
-    APP_LogErrorf("\"%s\" is too large for a programmer (%llu bytes).", sName, NumBytes);
+    APP_LogErrorf("\"%s\" is too large for a programmer (%lu bytes).", sName, NumBytes);
     return false;
   }
   UTIL_strcpy(pInfo->acName, sName, sizeof(pInfo->acName));

@@ -24,7 +24,7 @@ struct FormatSpec {
   bool IsLeft = false;
   bool IsZeroFilled = false;
   char PositiveSign = '\0';
-  u32 NumLong = 0;  // letters l
+  bool IsLong = false;
   char Letter = '\0';
 };
 
@@ -117,6 +117,23 @@ void PutSigned(TextSink& Sink, const FormatSpec& Spec, i64 Value) {
             false);
 }
 
+static_assert(sizeof(long) == sizeof(long long));
+
+i64 TakeSigned(const FormatSpec& Spec, ArgList& List) {
+  return Spec.IsLong ? va_arg(List.Args, long) : va_arg(List.Args, int);
+}
+
+u64 TakeUnsigned(const FormatSpec& Spec, ArgList& List) {
+  return Spec.IsLong ? va_arg(List.Args, unsigned long) : va_arg(List.Args, unsigned);
+}
+
+void ReadLetter(const char** ppFormat, FormatSpec* pSpec) {
+  for (; **ppFormat == 'l' || **ppFormat == 'h'; ++*ppFormat) {
+    pSpec->IsLong = pSpec->IsLong || **ppFormat == 'l';
+  }
+  pSpec->Letter = **ppFormat;
+}
+
 // Width or precision of the full dialect. A negative width from the arguments means left; a
 // negative precision counts as none.
 void ReadWidth(const char** ppFormat, ArgList& List, FormatSpec* pSpec) {
@@ -169,27 +186,24 @@ FormatSpec ReadFullSpec(const char** ppFormat, ArgList& List) {
     ++*ppFormat;
     ReadPrecision(ppFormat, List, &spec);
   }
-  while (**ppFormat == 'l' || **ppFormat == 'h') {
-    ++*ppFormat;
-  }
-  spec.Letter = **ppFormat;
+  ReadLetter(ppFormat, &spec);
   return spec;
 }
 
 void PutFull(TextSink& Sink, FormatSpec Spec, ArgList& List) {
   switch (Spec.Letter) {
     case 'd':
-      PutSigned(Sink, Spec, va_arg(List.Args, int));
+      PutSigned(Sink, Spec, TakeSigned(Spec, List));
       break;
     case 'u':
-      PutNumber(Sink, Spec, va_arg(List.Args, unsigned), '\0', 10, false);
+      PutNumber(Sink, Spec, TakeUnsigned(Spec, List), '\0', 10, false);
       break;
     case 'x':
     case 'X':
-      PutNumber(Sink, Spec, va_arg(List.Args, unsigned), '\0', 16, false);
+      PutNumber(Sink, Spec, TakeUnsigned(Spec, List), '\0', 16, false);
       break;
     case 'o':
-      PutNumber(Sink, Spec, va_arg(List.Args, unsigned), '\0', 8, false);
+      PutNumber(Sink, Spec, TakeUnsigned(Spec, List), '\0', 8, false);
       break;
     case 'p':
       Spec.Precision = 8;
@@ -225,19 +239,8 @@ FormatSpec ReadPlainSpec(const char** ppFormat) {
     spec.HasPrecision = true;
     spec.Precision = ReadDecimal(ppFormat);
   }
-  for (; **ppFormat == 'l' || **ppFormat == 'h'; ++*ppFormat) {
-    spec.NumLong += **ppFormat == 'l' ? 1 : 0;
-  }
-  spec.Letter = **ppFormat;
+  ReadLetter(ppFormat, &spec);
   return spec;
-}
-
-i64 TakeSigned(const FormatSpec& Spec, ArgList& List) {
-  return Spec.NumLong >= 2 ? va_arg(List.Args, long long) : va_arg(List.Args, int);
-}
-
-u64 TakeUnsigned(const FormatSpec& Spec, ArgList& List) {
-  return Spec.NumLong >= 2 ? va_arg(List.Args, unsigned long long) : va_arg(List.Args, unsigned);
 }
 
 void PutPlain(TextSink& Sink, FormatSpec Spec, ArgList& List) {

@@ -141,7 +141,7 @@ void PARSE_DecNumber(char* pError, u32 ErrorSize, PARSE_CURSOR* pCursor, i32* pV
   const bool isNegative = TakeSign(&p);
   const i64 magnitude = TakeMagnitude(&p);
   if (magnitude < Min) {
-    UTIL_snprintf(pError, ErrorSize, "Expected a value >= %ld", Min);
+    UTIL_snprintf(pError, ErrorSize, "Expected a value >= %d", Min);
     return;
   }
   const i64 value = std::min<i64>(magnitude, Max);

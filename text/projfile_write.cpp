@@ -22,9 +22,9 @@ void WriteLine(const char* pSection, const char* pKey, const std::string& Value,
   pStore->NumChanges += isAdded ? 2 : 1;
 }
 
-std::string FormatHex(u32 Value, const char* sFormat) {
+std::string FormatHex(u32 Value, int NumDigits) {
   std::array<char, 16> acText{};
-  UTIL_snprintf(acText.data(), acText.size(), sFormat, Value);
+  UTIL_snprintf(acText.data(), acText.size(), "0x%0*X", NumDigits, Value);
   return acText.data();
 }
 
@@ -64,11 +64,11 @@ void PROJFILE_WriteString(const char* pSection, const char* pKey, const char* pV
 }
 
 void PROJFILE_WriteHex32(const char* pSection, const char* pKey, u32 Value) {
-  WriteLine(pSection, pKey, FormatHex(Value, "0x%08X"));
+  WriteLine(pSection, pKey, FormatHex(Value, 8));
 }
 
 void PROJFILE_WriteHex8(const char* pSection, const char* pKey, u32 Value) {
-  WriteLine(pSection, pKey, FormatHex(Value, "0x%02X"));
+  WriteLine(pSection, pKey, FormatHex(Value, 2));
 }
 
 void PROJFILE_WriteDecBytes(const char* pSection, const char* pKey, const u8* pData, u32 NumBytes) {

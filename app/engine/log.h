@@ -22,23 +22,24 @@ struct APP_ENGINE_HOOKS {
 extern APP_ENGINE_HOOKS APP_EngineHooks;
 
 void APP_LogBegin(const char* sText);
-void APP_LogBeginf(const char* sFormat, ...);  // format of UTIL_snprintf64
+[[gnu::format(printf, 1, 2)]] void APP_LogBeginf(const char* sFormat,
+                                                 ...);  // format of UTIL_snprintf64
 void APP_LogEnd();
 // A null or empty text closes without a line.
 void APP_LogEndEx(const char* sText);
 void APP_LogCompleted(const char* sText);
 void APP_LogInfo(const char* sText);
 // Formats of UTIL_snprintf64, into 1024 bytes.
-void APP_LogInfof(const char* sFormat, ...);
+[[gnu::format(printf, 1, 2)]] void APP_LogInfof(const char* sFormat, ...);
 // An error goes into the log and into the outcome of the operation by one call.
 void APP_LogError(const APP_ERROR& Error, const char* sText);
-void APP_LogErrorf(const APP_ERROR& Error, const char* sFormat, ...);
+[[gnu::format(printf, 2, 3)]] void APP_LogErrorf(const APP_ERROR& Error, const char* sFormat, ...);
 // For callers that don't name a cause yet.
 void APP_LogError(const char* sText);
-void APP_LogErrorf(const char* sFormat, ...);
+[[gnu::format(printf, 1, 2)]] void APP_LogErrorf(const char* sFormat, ...);
 void APP_LogWarning(const char* sText);
-void APP_LogInfoCb(void* pContext, const char* sFormat, ...);
-void APP_LogErrorCb(void* pContext, const char* sFormat, ...);
+[[gnu::format(printf, 2, 3)]] void APP_LogInfoCb(void* pContext, const char* sFormat, ...);
+[[gnu::format(printf, 2, 3)]] void APP_LogErrorCb(void* pContext, const char* sFormat, ...);
 // The pfReport of the data file readers and writers.
 void APP_OnFileReport(void* pContext, int Level, const char* pText);
 // Formats with the indentation of the open sections and hands the line to front end and log file,
@@ -92,9 +93,9 @@ u32 APP_MsgBox(const char* sText, const char* sBtn0, const char* sBtn1, u32 Defa
                u32 RejectResult);
 // With SuppressGUI set the exit code becomes 1.
 void APP_ShowError(const APP_ERROR& Error, const char* sText);
-void APP_ShowErrorf(const APP_ERROR& Error, const char* sFormat, ...);
+[[gnu::format(printf, 2, 3)]] void APP_ShowErrorf(const APP_ERROR& Error, const char* sFormat, ...);
 void APP_ShowError(const char* sText);
-void APP_ShowErrorf(const char* sFormat, ...);
+[[gnu::format(printf, 1, 2)]] void APP_ShowErrorf(const char* sFormat, ...);
 void APP_ShowWarning(const char* sText);
 
 // Back to a fresh start: no section, no errors, no log file. For tests.

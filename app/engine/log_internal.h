@@ -10,7 +10,8 @@
 constexpr u32 LOG_LINE_SIZE = 1024;
 
 // Formats with UTIL_vsnprintf64 and cuts between characters to what fits pBuf.
-void LOG_Format(char (&pBuf)[LOG_LINE_SIZE], const char* sFormat, va_list Args);
+[[gnu::format(printf, 2, 0)]] void LOG_Format(char (&pBuf)[LOG_LINE_SIZE], const char* sFormat,
+                                              va_list Args);
 
 // Copies sText without its colour sequences; a sequence that isn't complete loses its escape byte
 // only. pDest has room for the length of sText and a terminator. The length of the copy.

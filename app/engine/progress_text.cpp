@@ -9,13 +9,12 @@ constexpr u32 kShowRateFromMs = 1000;
 std::string FormatSpeed(u64 perSecond, bool isBytes) {
   char acText[32];
   if (!isBytes) {
-    UTIL_snprintf64(acText, sizeof acText, "%llu/s", perSecond);
+    UTIL_snprintf64(acText, sizeof acText, "%lu/s", perSecond);
   } else if (perSecond >= 1000000) {
-    UTIL_snprintf64(acText, sizeof acText, "%llu.%llu MB/s", perSecond / 1000000,
+    UTIL_snprintf64(acText, sizeof acText, "%lu.%lu MB/s", perSecond / 1000000,
                     perSecond / 100000 % 10);
   } else {
-    UTIL_snprintf64(acText, sizeof acText, "%llu.%llu kB/s", perSecond / 1000,
-                    perSecond / 100 % 10);
+    UTIL_snprintf64(acText, sizeof acText, "%lu.%lu kB/s", perSecond / 1000, perSecond / 100 % 10);
   }
   return acText;
 }

@@ -187,7 +187,7 @@ int CMDLINE_OnReadRange(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
     return -1;
   }
   char acTitle[96];
-  UTIL_snprintf64(acTitle, sizeof acTitle, "Target memory (0x%llX - 0x%llX)", firstAddr, lastAddr);
+  UTIL_snprintf64(acTitle, sizeof acTitle, "Target memory (0x%lX - 0x%lX)", firstAddr, lastAddr);
   return APP_ShowReadImage(FLASH_ReadSpan(firstAddr, lastAddr), acTitle);
 }
 

@@ -15,9 +15,9 @@ constexpr u32 kMaxProbeName = 63;
 constexpr u32 kNumModules = sizeof(PROBE_CONNECTION::aATEModuleSel);
 constexpr u32 kLastUsbIndex = 3;
 
-int Fail(const char* sFormat, const char* sText) {
+int Fail(const char* sWhat, const char* sText) {
   APP_State().ExitCode = 1;
-  APP_LogErrorf(sFormat, sText);
+  APP_LogErrorf("%s: %s", sWhat, sText);
   return -1;
 }
 
@@ -43,10 +43,10 @@ int SplitModules(const char* sText, char* pName, u32 nameSize, PROBE_CONNECTION*
   const i32 colon = UTIL_strchr(sText, ':');
   const u32 nameLen = colon < 0 ? static_cast<u32>(UTIL_strlen(sText)) : static_cast<u32>(colon);
   if (nameLen > kMaxProbeName) {
-    return Fail("The name of the probe is too long: %s", sText);
+    return Fail("The name of the probe is too long", sText);
   }
   if (nameLen == 0) {
-    return Fail("The name of the probe is missing: %s", sText);
+    return Fail("The name of the probe is missing", sText);
   }
   UTIL_strcpyN(pName, sText, nameLen, nameSize);
   if (colon < 0) {
@@ -55,7 +55,7 @@ int SplitModules(const char* sText, char* pName, u32 nameSize, PROBE_CONNECTION*
   pConnection->UseATEModuleSelection = 1;
   return ParseModules(sText + colon + 1, pConnection->aATEModuleSel) == 0
              ? 0
-             : Fail("Module list is wrong: %s", sText + colon + 1);
+             : Fail("Module list is wrong", sText + colon + 1);
 }
 
 // Digits name a USB device index up to 3 and a serial number above; anything else is a nickname.
@@ -63,7 +63,7 @@ int SetUsbTarget(const char* sName, PROBE_CONNECTION* pConnection) {
   if (UTIL_IsAllDigits(sName) == 0) {
     pConnection->Mode = PROBE_MODE_USB_NICKNAME;
     if (std::strlen(sName) >= sizeof pConnection->Nickname) {
-      return Fail("The nickname of the probe is too long: %s", sName);
+      return Fail("The nickname of the probe is too long", sName);
     }
     UTIL_strcpy(pConnection->Nickname, sName, sizeof pConnection->Nickname);
     return 0;
@@ -72,7 +72,7 @@ int SetUsbTarget(const char* sName, PROBE_CONNECTION* pConnection) {
   for (const char* p = sName; *p != '\0'; ++p) {
     number = number * 10 + static_cast<u64>(*p - '0');
     if (number > 0xFFFFFFFF) {
-      return Fail("The serial number of the probe is too large: %s", sName);
+      return Fail("The serial number of the probe is too large", sName);
     }
   }
   pConnection->Number = static_cast<u32>(number);

@@ -91,7 +91,7 @@ void LogMerged(MEMAREA* pArea) {
   const u32 crc32 = MEMAREA_CalcCRC(pArea, &crc32c);
   const u64 numBytes = MEMAREA_GetNumBytes(pArea);
   const u64 numRanges = MEMAREA_GetNumRanges(pArea);
-  APP_LogInfof("0x%llX (%llu) bytes, %llu range%s", numBytes, numBytes, numRanges,
+  APP_LogInfof("0x%lX (%lu) bytes, %lu range%s", numBytes, numBytes, numRanges,
                DATA_Plural(numRanges));
   APP_LogInfof("CRC-32  = 0x%.8X", crc32);
   APP_LogInfof("CRC-32C = 0x%.8X", crc32c);
@@ -144,7 +144,7 @@ bool EndTestData(MEMAREA* pArea, bool isCanceled) {
     const u32 numRanges = MEMAREA_GetNumRanges(pArea);
     char acText[128];
     UTIL_snprintf64(acText, sizeof acText,
-                    "Test data generated successfully. (%llu bytes, %u range%s)",
+                    "Test data generated successfully. (%lu bytes, %u range%s)",
                     MEMAREA_GetNumBytes(pArea), numRanges, DATA_Plural(numRanges));
     APP_LogCompleted(acText);
     return true;
@@ -204,7 +204,7 @@ int APP_RelocateData(const i32* pOffset) {
     return -1;
   }
   const bool isNegative = offset < 0;
-  APP_LogInfof("Data relocated by %s0x%llX bytes, it starts at 0x%.8llX now", isNegative ? "-" : "",
+  APP_LogInfof("Data relocated by %s0x%lX bytes, it starts at 0x%.8lX now", isNegative ? "-" : "",
                isNegative ? -i64{offset} : i64{offset}, MEMAREA_GetMinAddr(pRow->pArea));
   Redraw(*pRow);
   return 0;
@@ -226,7 +226,7 @@ int APP_DeleteRange(const char* pArgs) {
   if (lastAddr <= firstAddr) {
     char acText[128];
     UTIL_snprintf64(acText, sizeof acText,
-                    "End address (0x%.8llX) has to be greater than start address (0x%.8llX)",
+                    "End address (0x%.8lX) has to be greater than start address (0x%.8lX)",
                     lastAddr, firstAddr);
     return CMDLINE_Fail(acText);
   }
@@ -246,11 +246,11 @@ int APP_EliminateBlank() {
     return DATA_EndFailed("Failed to eliminate blank areas", -1);
   }
   MEMAREA* pArea = pRow->pArea;
-  APP_LogInfof("%llu bytes (%llu ranges) before eliminate operation", MEMAREA_GetNumBytes(pArea),
+  APP_LogInfof("%lu bytes (%lu ranges) before eliminate operation", MEMAREA_GetNumBytes(pArea),
                static_cast<u64>(MEMAREA_GetNumRanges(pArea)));
   MEMAREA_EliminateBlank(pArea, kMinBlankRun, kBlankAlignShift, kBlankAlignShift);
   Redraw(*pRow);
-  APP_LogInfof("%llu bytes (%llu ranges) after eliminate operation", MEMAREA_GetNumBytes(pArea),
+  APP_LogInfof("%lu bytes (%lu ranges) after eliminate operation", MEMAREA_GetNumBytes(pArea),
                static_cast<u64>(MEMAREA_GetNumRanges(pArea)));
   APP_LogEndEx("Blank areas eliminated successfully");
   APP_SetStatusText("Ready", 0);

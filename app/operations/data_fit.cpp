@@ -13,7 +13,7 @@ constexpr u32 kTextSize = 512;
 bool MayRelocate(const char* sProblem, bool isNegative, u64 magnitude) {
   char acText[kTextSize];
   UTIL_snprintf64(acText, sizeof acText,
-                  "%s\nRelocating it by %s0x%llX bytes would fix this problem.\n"
+                  "%s\nRelocating it by %s0x%lX bytes would fix this problem.\n"
                   "Do you want to relocate?",
                   sProblem, isNegative ? "-" : "", magnitude);
   return APP_MsgBox(acText, "Yes", "No", 1, APP_ICON_QUESTION, 1) == 0;
@@ -40,7 +40,7 @@ int OfferRelocation(MEMAREA* pSectors, MEMAREA* pArea, const char* sProblem) {
     return -1;
   }
   APP_UpdateImageWindow(pArea);
-  APP_LogInfof("Program relocated for programming by %s0x%llX bytes", isNegative ? "-" : "",
+  APP_LogInfof("Program relocated for programming by %s0x%lX bytes", isNegative ? "-" : "",
                magnitude);
   return 0;
 }
@@ -65,7 +65,7 @@ int APP_CheckDataFits(MEMAREA* pArea) {
   MEMAREA_GetRange(pArea, static_cast<u32>(outside), &addr, &numBytes);
   char acProblem[kTextSize / 2];
   UTIL_snprintf64(acProblem, sizeof acProblem,
-                  "Selected Data (0x%llX - 0x%llX) does not fit into the selected SPI flash.", addr,
+                  "Selected Data (0x%lX - 0x%lX) does not fit into the selected SPI flash.", addr,
                   addr + numBytes - 1);
   if (pSectors == nullptr) {
     APP_LogError(acProblem);

@@ -84,7 +84,7 @@ bool LogImage(MEMAREA* pArea, const char* sFile) {
   }
   const u64 numBytes = MEMAREA_GetNumBytes(pArea);
   const u64 numRanges = MEMAREA_GetNumRanges(pArea);
-  APP_LogInfof("0x%llX (%llu) bytes, %llu range%s", numBytes, numBytes, numRanges,
+  APP_LogInfof("0x%lX (%lu) bytes, %lu range%s", numBytes, numBytes, numRanges,
                DATA_Plural(numRanges));
   APP_LogInfof("Data CRC-32  = 0x%.8X", dataCrc32);
   APP_LogInfof("Data CRC-32C = 0x%.8X", dataCrc32c);
@@ -126,7 +126,7 @@ void WarnIfEmpty(MEMAREA* pArea, const char* sFile, u64 firstAddr, u64 lastAddr)
     }
   }
   char acText[128];
-  UTIL_snprintf64(acText, sizeof acText, "The range 0x%llX - 0x%llX holds no data.", firstAddr,
+  UTIL_snprintf64(acText, sizeof acText, "The range 0x%lX - 0x%lX holds no data.", firstAddr,
                   lastAddr);
   APP_LogWarning(acText);
 }
@@ -138,7 +138,7 @@ bool ClampToImage(MEMAREA* pImage, u64* pStart, u64* pEnd) {
   char acText[160];
   if (*pEnd < minAddr || *pStart > maxAddr) {
     UTIL_snprintf64(acText, sizeof acText,
-                    "The data lies at 0x%llX - 0x%llX, none of it in 0x%llX - 0x%llX.", minAddr,
+                    "The data lies at 0x%lX - 0x%lX, none of it in 0x%lX - 0x%lX.", minAddr,
                     maxAddr, *pStart, *pEnd);
     APP_ShowError(acText);
     return false;
@@ -147,7 +147,7 @@ bool ClampToImage(MEMAREA* pImage, u64* pStart, u64* pEnd) {
   const u64 end = std::min(*pEnd, maxAddr);
   if (start != *pStart || end != *pEnd) {
     UTIL_snprintf64(acText, sizeof acText,
-                    "The range is limited to that of the data, 0x%llX - 0x%llX.", start, end);
+                    "The range is limited to that of the data, 0x%lX - 0x%lX.", start, end);
     APP_LogWarning(acText);
     *pStart = start;
     *pEnd = end;
@@ -158,7 +158,7 @@ bool ClampToImage(MEMAREA* pImage, u64* pStart, u64* pEnd) {
 void EndSaved(MEMAREA* pArea) {
   const u64 numRanges = MEMAREA_GetNumRanges(pArea);
   char acText[128];
-  UTIL_snprintf64(acText, sizeof acText, "Data file saved successfully (%llu bytes, %llu range%s)",
+  UTIL_snprintf64(acText, sizeof acText, "Data file saved successfully (%lu bytes, %lu range%s)",
                   MEMAREA_GetNumBytes(pArea), numRanges, DATA_Plural(numRanges));
   APP_LogEndEx(acText);
   APP_SetStatusText("Ready", 0);
@@ -208,7 +208,7 @@ int APP_AskAddressRange(MEMAREA* pImage, const char* sTitle, u64* pStart, u64* p
     if (end > kMaxAddr32) {
       char acText[128];
       UTIL_snprintf64(acText, sizeof acText,
-                      "Addresses of more than 32 bits cannot be entered; the data ends at 0x%llX.",
+                      "Addresses of more than 32 bits cannot be entered; the data ends at 0x%lX.",
                       end);
       APP_ShowError(acText);
       return -1;

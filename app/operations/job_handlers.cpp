@@ -150,7 +150,7 @@ void APP_OnReadJob(APP_JOB_CONTEXT* pContext) {
     return;
   }
   char acTitle[96];
-  UTIL_snprintf64(acTitle, sizeof acTitle, "Target memory (0x%llX - 0x%llX)", firstAddr, lastAddr);
+  UTIL_snprintf64(acTitle, sizeof acTitle, "Target memory (0x%lX - 0x%lX)", firstAddr, lastAddr);
   APP_ShowReadImage(FLASH_ReadSpan(firstAddr, lastAddr), acTitle);
 }
 

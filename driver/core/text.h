@@ -13,7 +13,7 @@
 namespace vortic {
 
 // As printf; never fails but for lack of memory.
-std::string Format(const char* sFormat, ...) __attribute__((format(printf, 1, 2)));
+[[gnu::format(printf, 1, 2)]] std::string Format(const char* sFormat, ...);
 
 // Without blanks, tabs and carriage returns at both ends.
 std::string_view Trim(std::string_view text);

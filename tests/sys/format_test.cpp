@@ -4,18 +4,23 @@
 
 namespace {
 
-template <class... ARGS>
-std::string Full(const char* sFormat, ARGS... Args) {
+// Not for the compiler to check: the rows hold what it refuses.
+std::string Full(const char* sFormat, ...) {
   char acBuf[128];
-  const int length = UTIL_snprintf(acBuf, sizeof(acBuf), sFormat, Args...);
+  va_list args;
+  va_start(args, sFormat);
+  const int length = UTIL_vsnprintf(acBuf, sizeof(acBuf), sFormat, args);
+  va_end(args);
   EXPECT_EQ(length, static_cast<int>(std::string(acBuf).size())) << sFormat;
   return acBuf;
 }
 
-template <class... ARGS>
-std::string Plain(const char* sFormat, ARGS... Args) {
+std::string Plain(const char* sFormat, ...) {
   char acBuf[128];
-  const char* const pEnd = UTIL_snprintf64(acBuf, sizeof(acBuf), sFormat, Args...);
+  va_list args;
+  va_start(args, sFormat);
+  const char* const pEnd = UTIL_vsnprintf64(acBuf, sizeof(acBuf), sFormat, args);
+  va_end(args);
   EXPECT_EQ(pEnd, acBuf + std::string(acBuf).size()) << sFormat;
   return acBuf;
 }
@@ -28,19 +33,22 @@ TEST(UtilFormat, FullDialect) {
   EXPECT_EQ(Full("%6.3d|%06.3d|", 7, 7), "   007|   007|");
   EXPECT_EQ(Full("%*d|%*d|%.*s|", 4, 1, -4, 1, 2, "abc"), "   1|1   |ab|");
   EXPECT_EQ(Full("%5s|%-5s|%.2s|%5.1s|", "abc", "abc", "abc", "abc"), "  abc|abc  |ab|    a|");
-  EXPECT_EQ(Full("%c%3c|%%|%q|%#x|%lld|%hu", 'a', 'b', 16, 3, 4), "a  b|%||10|3|4");
+  EXPECT_EQ(Full("%c%3c|%%|%q|%#x|%hu", 'a', 'b', 16, 4), "a  b|%||10|4");
+  EXPECT_EQ(Full("%ld|%lld|%lu|%016lX|%llx|%lo|%d", INT64_MIN, INT64_MAX, UINT64_MAX, 0x1234ABCDEFL,
+                 0x1234ABCDEFL, 1L << 33, 7),
+            "-9223372036854775808|9223372036854775807|18446744073709551615|0000001234ABCDEF|"
+            "1234ABCDEF|100000000000|7");
   EXPECT_EQ(Full("%p", reinterpret_cast<void*>(0x12AB)), "000012AB");
   EXPECT_EQ(Full("%s tail %-0l", static_cast<char*>(nullptr)), "(null) tail ");
 }
 
 TEST(UtilFormat, PlainDialect) {
   EXPECT_EQ(Plain("%d|%i|%u", -5, 6, ~0u), "-5|6|4294967295");
-  EXPECT_EQ(Plain("%lld|%llu|%llX|%llx", -9223372036854775807LL - 1, ~0ULL, 0x1234ABCDEFULL,
-                  0x1234ABCDEFULL),
+  EXPECT_EQ(Plain("%lld|%lu|%lX|%llx", INT64_MIN, UINT64_MAX, 0x1234ABCDEFL, 0x1234ABCDEFL),
             "-9223372036854775808|18446744073709551615|1234ABCDEF|1234abcdef");
   EXPECT_EQ(Plain("%x|%X|%04X|%.8X|%10.4X|", 255, 255, 255, 255, 255),
             "ff|FF|  FF|000000FF|      00FF|");
-  EXPECT_EQ(Plain("%5s|%.1s|%ld|%3d|", "abc", "abc", 7, 7), "abc|abc|7|  7|");
+  EXPECT_EQ(Plain("%5s|%.1s|%3d|", "abc", "abc", 7), "abc|abc|  7|");
   EXPECT_EQ(Plain("%p|%p", reinterpret_cast<void*>(0x12AB), reinterpret_cast<void*>(0x123456789A)),
             "    12AB|123456789A");
   EXPECT_EQ(Plain("%c%%%q|%-d", 'a'), "a%|d");
@@ -56,7 +64,7 @@ TEST(UtilFormat, CutsAtTheBufferButNeverACharacter) {
   EXPECT_EQ(UTIL_snprintf(acBuf, 1, "abc"), 3);
   EXPECT_STREQ(acBuf, "");
   EXPECT_EQ(UTIL_snprintf(nullptr, 0, "abc"), 3);
-  EXPECT_EQ(UTIL_snprintf(acBuf, sizeof(acBuf), "%99999999999d", 1), 0x100000);
+  EXPECT_EQ(UTIL_snprintf(acBuf, sizeof(acBuf), "%2000000000d", 1), 0x100000);
 }
 
 TEST(UtilFormat, PrintSize) {

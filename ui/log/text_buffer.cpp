@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -55,13 +56,13 @@ void TextBuffer::TellLine(const LineContext& line, bool IsComplete) {
   }
 }
 
-void TextBuffer::Report(const MESSAGE_HANDLER& Handler, const char* sFormat, u32 Value) const {
+void TextBuffer::Report(const MESSAGE_HANDLER& Handler, const char* sFormat, ...) {
   if (Handler) {
     std::array<char, 512> acText{};
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    std::snprintf(acText.data(), acText.size(), sFormat, Value);
-#pragma GCC diagnostic pop
+    va_list args;
+    va_start(args, sFormat);
+    std::vsnprintf(acText.data(), acText.size(), sFormat, args);
+    va_end(args);
     Handler(acText.data());
   }
 }
@@ -74,7 +75,7 @@ int TextBuffer::ReportTooLong() const {
 }
 
 int TextBuffer::ReportNoMemory() const {
-  Report(m_pfOnError, "Insufficient memory", 0);
+  Report(m_pfOnError, "Insufficient memory");
   return ERR_MEMORY;
 }
 
@@ -145,8 +146,7 @@ int TextBuffer::AddTerminalText(std::string_view Text) {
         result = ChangeTerminal(terminal, &gathered);
       } else if (i + 1 < Text.size() && Text[i + 1] != '\0') {
         Report(m_pfOnError,
-               "Terminal change character (IAC) followed by invalid character (non-hexadecimal).",
-               0);
+               "Terminal change character (IAC) followed by invalid character (non-hexadecimal).");
       } else {
         break;
       }

@@ -137,7 +137,8 @@ class TextBuffer {
   void AddAttr(LineContext* pLine, u32 Pos);
   void ResetAttr();
   void TellLine(const LineContext& line, bool IsComplete);
-  void Report(const MESSAGE_HANDLER& Handler, const char* sFormat, u32 Value) const;
+  [[gnu::format(printf, 2, 3)]] static void Report(const MESSAGE_HANDLER& Handler,
+                                                   const char* sFormat, ...);
   int ReportTooLong() const;
   int ReportNoMemory() const;
 

@@ -13,10 +13,12 @@ constexpr u32 kTypeEeprom = 3;
 constexpr size_t kMaxModuleText = 127;
 constexpr u32 kModulesPerLine = 10;
 
-template <typename... ARGS>
-bool Put(std::string* pValue, const char* sFormat, ARGS... args) {
+[[gnu::format(printf, 2, 3)]] bool Put(std::string* pValue, const char* sFormat, ...) {
   char ac[256];
-  UTIL_snprintf(ac, sizeof(ac), sFormat, args...);
+  va_list args;
+  va_start(args, sFormat);
+  UTIL_vsnprintf(ac, sizeof(ac), sFormat, args);
+  va_end(args);
   *pValue = ac;
   return true;
 }
