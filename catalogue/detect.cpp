@@ -1,5 +1,4 @@
 #include <cstring>
-#include <memory>
 
 #include "app/engine/log.h"
 #include "catalogue/catalogue.h"
@@ -28,10 +27,10 @@ void LogId(const u8* pId) {
 // The ID is kept even when no row matches it: it is what a hand-written description will be checked
 // against.
 void StoreId(const u8* pId) {
-  const auto pInfo = std::make_unique<SPI_FLASH_INFO>();
-  PROJECT_GetFlash(pInfo.get());
-  std::memcpy(pInfo->abID, pId, sizeof(pInfo->abID));
-  PROJECT_SetFlash(pInfo.get());
+  SPI_FLASH_INFO info{};
+  PROJECT_GetFlash(&info);
+  std::memcpy(info.abID, pId, sizeof(info.abID));
+  PROJECT_SetFlash(&info);
 }
 
 i32 FindRow(const u8* pId) {

@@ -1,8 +1,3 @@
-#include <algorithm>
-#include <cstddef>
-#include <cstring>
-#include <memory>
-
 #include "app/engine/log.h"
 #include "catalogue/catalogue.h"
 #include "project/project.h"
@@ -11,11 +6,10 @@ namespace {
 
 i32 SelectedDevice = -1;
 
-static_assert(offsetof(SPI_FLASH_INFO, CmdWriteEnable) == 0 &&
-              offsetof(SPI_FLASH_INFO, CmdReadDataQuad) == sizeof(FLASH_CMD_SET));
-
 void ApplyCmdSet(SPI_FLASH_INFO& info, const FLASH_CMD_SET& set) {
-  std::memcpy(static_cast<void*>(&info), set.abCmd, sizeof(set.abCmd));
+  for (u32 i = 0; i < std::size(FLASH_CMD_FIELDS); ++i) {
+    info.*FLASH_CMD_FIELDS[i] = set.abCmd[i];
+  }
 }
 
 void ApplyGeometry(SPI_FLASH_INFO& info, const FLASH_DEVICE& row) {
@@ -66,13 +60,11 @@ void ApplyDevice(SPI_FLASH_INFO& info, const FLASH_DEVICE& row) {
 }
 
 void ApplyQuadConfig(SPI_FLASH_INFO& info, const FLASH_QUAD_CONFIG& config) {
-  const u32 numSteps = std::min(config.NumSteps, CUSTOM_MAX_STEPS);
   info.UseQuadMode = 1;
   info.CmdReadDataQuad = config.pCmds[0];
   info.CmdWritePageQuad = config.pCmds[1];
   info.NumDummyCyclesQuad = config.pCmds[2];
-  std::copy_n(config.pSteps, numSteps, info.aQuadEnableInitSteps);
-  info.NumQuadEnableInitSteps = numSteps;
+  info.aQuadEnableInitSteps.assign(config.pSteps, config.pSteps + config.NumSteps);
   info.RdCmdTransferMode = config.RdCmdTransferMode;
   info.WrCmdTransferMode = config.WrCmdTransferMode;
   info.RdAddrTransferMode = config.RdAddrTransferMode;
@@ -108,16 +100,15 @@ int FLASH_SelectDevice(i32 Index, bool DoApply) {
       row.sVendor == nullptr || PROJECT_IsOpen() == 0) {
     return -1;
   }
-  // On the heap: the record holds 256 steps.
-  const auto pInfo = std::make_unique<SPI_FLASH_INFO>();
-  PROJECT_GetFlash(pInfo.get());
+  SPI_FLASH_INFO info{};
+  PROJECT_GetFlash(&info);
   if (DoApply) {
-    ApplyDevice(*pInfo, row);
+    ApplyDevice(info, row);
   }
-  if (SetUpQuad(*pInfo, row) != 0) {
+  if (SetUpQuad(info, row) != 0) {
     return -1;
   }
-  PROJECT_SetFlash(pInfo.get());
+  PROJECT_SetFlash(&info);
   SelectedDevice = Index;
   return 0;
 }

@@ -138,13 +138,13 @@ class AutoRun {
 
   // With AutoDisconnect the steps before have ended the connection.
   static void RunExitSequence() {
-    static PROJ_CPU cpu;  // too large for the stack
+    PROJ_CPU cpu{};
     PROJECT_GetCpu(&cpu);
-    if (cpu.NumExitSteps != 0 && FLASH_Connect() != 0) {
+    if (!cpu.aExitSteps.empty() && FLASH_Connect() != 0) {
       APP_LogError("Could not auto program target, not connected.");
       return;
     }
-    if (CUSTOM_RunSteps(cpu.aExitSteps, cpu.NumExitSteps, "exit sequence") != 0) {
+    if (CUSTOM_RunSteps(cpu.aExitSteps, "exit sequence") != 0) {
       APP_LogError("Could not perform custom exit sequence.");
     }
   }

@@ -69,8 +69,8 @@ void ShowNotConnected() {
   CONNECT_SetStatusText("", 2);
 }
 
-int RunCustomSteps(const CUSTOM_STEP* aSteps, u32 NumSteps, const char* sName) {
-  if (CUSTOM_RunSteps(aSteps, NumSteps, sName) == 0) {
+int RunCustomSteps(std::span<const CUSTOM_STEP> Steps, const char* sName) {
+  if (CUSTOM_RunSteps(Steps, sName) == 0) {
     return 0;
   }
   APP_LogErrorf("Could not perform custom %s.", sName);
@@ -92,9 +92,9 @@ bool ConnectProbe() {
 
 // Before the chip is addressed at all: the board may have to make way first.
 bool RunInitSequence() {
-  static PROJ_CPU cpu;  // too large for the stack
+  PROJ_CPU cpu{};
   PROJECT_GetCpu(&cpu);
-  return RunCustomSteps(cpu.aInitSteps, cpu.NumInitSteps, "init sequence") == 0;
+  return RunCustomSteps(cpu.aInitSteps, "init sequence") == 0;
 }
 
 // Identification may have made another device of the chip: what was set up before it follows.
@@ -106,8 +106,7 @@ bool FollowIdentification() {
   }
   const SPI_FLASH_INFO& info = SPI_Info();
   return info.UseQuadMode == 0 || info.FlashType != FLASH_TYPE_NOR ||
-         RunCustomSteps(info.aQuadEnableInitSteps, info.NumQuadEnableInitSteps,
-                        "quad enable init sequence") == 0;
+         RunCustomSteps(info.aQuadEnableInitSteps, "quad enable init sequence") == 0;
 }
 
 // NumErrors: errors of the library before the connect. One that came meanwhile means that some step

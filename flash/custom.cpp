@@ -81,9 +81,9 @@ std::string FormatStep(const CUSTOM_STEP& step, const CUSTOM_ACTION& action, u32
 
 // Step by step until the index leaves the sequence. Null, or the text of the fault; an empty one
 // when the fault is in the log already.
-const char* RunAll(const CUSTOM_STEP* aSteps, u32 NumSteps) {
-  for (u32 index = 0; index < NumSteps;) {
-    const char* sError = CUSTOM_RunStep(&aSteps[index], &index);
+const char* RunAll(std::span<const CUSTOM_STEP> Steps) {
+  for (u32 index = 0; index < Steps.size();) {
+    const char* sError = CUSTOM_RunStep(&Steps[index], &index);
     // The library's own error channel is the only one that tells of a transfer that failed.
     if (APP_GetErrorCount() != 0) {
       return "";
@@ -133,9 +133,9 @@ const char* CUSTOM_RunStep(const CUSTOM_STEP* pStep, u32* pIndex) {
   return sError;
 }
 
-int CUSTOM_RunSteps(const CUSTOM_STEP* aSteps, u32 NumSteps, const char* sName) {
+int CUSTOM_RunSteps(std::span<const CUSTOM_STEP> Steps, const char* sName) {
   APP_LogBeginf("Executing %s...", sName);
-  const char* sError = RunAll(aSteps, std::min(NumSteps, CUSTOM_MAX_STEPS));
+  const char* sError = RunAll(Steps);
   if (sError != nullptr && *sError != '\0') {
     APP_LogError(sError);
   }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <span>
+
 #include "catalogue/devices/custom_step.h"
 
 // The interpreter of step sequences. Application thread only. One buffer of 16 bytes, process-wide,
@@ -14,6 +16,6 @@ int CUSTOM_FormatValue(u32 Value, char* pBuf, u32 BufSize, const CUSTOM_PARA* pP
 // Runs one step and stores the index of the next through pIndex. Null, or an error text.
 const char* CUSTOM_RunStep(const CUSTOM_STEP* pStep, u32* pIndex);
 // 0 or -1, reported.
-int CUSTOM_RunSteps(const CUSTOM_STEP* aSteps, u32 NumSteps, const char* sName);
+int CUSTOM_RunSteps(std::span<const CUSTOM_STEP> Steps, const char* sName);
 // For tests.
 u8* CUSTOM_GetVarBuffer();

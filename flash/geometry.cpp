@@ -11,8 +11,8 @@ namespace {
 // More than a log line shows.
 constexpr std::size_t kMaxRangesText = 2048;
 
-const SPI_FLASH_INFO& ReadInfo() {
-  static SPI_FLASH_INFO info;  // too large for the stack
+SPI_FLASH_INFO ReadInfo() {
+  SPI_FLASH_INFO info{};
   PROJECT_GetFlash(&info);
   return info;
 }
@@ -56,12 +56,12 @@ MEMAREA* CreateArea(const Geometry& geometry, MEMAREA* pFilter, u32* pNumSectors
 }  // namespace
 
 Geometry GEOMETRY_Get() {
-  const SPI_FLASH_INFO& info = ReadInfo();
+  const SPI_FLASH_INFO info = ReadInfo();
   return MakeGeometry(info, info.SectorSizeShift);
 }
 
 Geometry GEOMETRY_GetUnits() {
-  const SPI_FLASH_INFO& info = ReadInfo();
+  const SPI_FLASH_INFO info = ReadInfo();
   return MakeGeometry(info, info.FlashType == FLASH_TYPE_NOR
                                 ? info.SectorSizeShift
                                 : std::max(info.SectorSizeShift, info.PageSizeShift));

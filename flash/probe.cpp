@@ -187,7 +187,7 @@ int CONNECT_SelectInterface() {
                   VORTIC_GetSN(), interface == VORTIC_TIF_QSPI ? "QSPI" : "SPI");
     return -1;
   }
-  static PROJ_CPU cpu;  // too large for the stack
+  PROJ_CPU cpu{};
   PROJECT_GetCpu(&cpu);
   VORTIC_SelectInterface(interface);
   VORTIC_SetSpeed(cpu.Speed0);

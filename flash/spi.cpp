@@ -20,7 +20,6 @@ u32 GetStatusMask(const SPI_FLASH_INFO& info) {
 // The records go over the interface as they lie in memory.
 static_assert(std::endian::native == std::endian::little);
 
-// 73 KiB with its step sequence: one static copy instead of one on each stack.
 SPI_FLASH_INFO& SPI_Info() {
   static SPI_FLASH_INFO info;
   return info;

@@ -52,9 +52,8 @@ void Blank(char* sText, std::size_t Size) {
   std::replace(sText, sText + Size, '\n', ' ');
 }
 
-void ClearUnsaved(CUSTOM_STEP* pSteps) {
-  for (u32 i = 0; i < CUSTOM_MAX_STEPS; ++i) {
-    CUSTOM_STEP& step = pSteps[i];
+void ClearUnsaved(std::vector<CUSTOM_STEP>& steps) {
+  for (CUSTOM_STEP& step : steps) {
     Blank(step.acComment, sizeof(step.acComment));
     if (CUSTOM_IsByteStream(step.ActionIndex)) {
       std::fill(step.abData + step.Value0, std::end(step.abData), u8{0});
@@ -92,8 +91,7 @@ void CheckLimits(PROJECT_KEYS keys, const void* pBlock) {
 std::unique_ptr<PROJECT_BLOCKS> Load(const std::string& Name) {
   Check(PROJFILE_Open(Name.c_str()) == 0, "a file opens");
   PROJECT_ReadBlocks();
-  auto pBlocks = std::make_unique<PROJECT_BLOCKS>();
-  std::memcpy(static_cast<void*>(pBlocks.get()), &PROJECT_Current(), sizeof(PROJECT_BLOCKS));
+  auto pBlocks = std::make_unique<PROJECT_BLOCKS>(PROJECT_Current());
   CheckLimits(PROJECT_GeneralKeys(), &pBlocks->General);
   CheckLimits(PROJECT_JtagKeys(), &pBlocks->Cpu);
   CheckLimits(PROJECT_ProductionKeys(), &pBlocks->Production);
@@ -102,10 +100,6 @@ std::unique_ptr<PROJECT_BLOCKS> Load(const std::string& Name) {
     CheckLimits(keys, &pBlocks->Flash);
   }
   return pBlocks;
-}
-
-bool IsSame(const PROJECT_BLOCKS& a, const PROJECT_BLOCKS& b) {
-  return std::memcmp(&a, &b, sizeof(PROJECT_BLOCKS)) == 0;
 }
 
 std::string Save(const std::string& Name) {
@@ -131,7 +125,7 @@ int FUZZ_Project(const u8* pData, std::size_t NumBytes) {
   const auto pSaved = Load(Save(scratch.GetName("saved.korvane")));
   const std::string text = scratch.Read("saved.korvane");
   ClearUnsaved(pRead.get());
-  Check(IsSame(*pRead, *pSaved), "what is saved is what was read");
+  Check(*pRead == *pSaved, "what is saved is what was read");
   Save(scratch.GetName("again.korvane"));
   Check(scratch.Read("again.korvane") == text, "a second save changes nothing");
   PROJECT_Reset();

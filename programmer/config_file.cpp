@@ -1,8 +1,5 @@
 #include "programmer/config_file.h"
 
-#include <memory>
-#include <new>
-
 #include "app/engine/app_state.h"
 #include "app/engine/log.h"
 #include "programmer/config_items.h"
@@ -27,18 +24,14 @@ int Build(DYNBUFFER* pBuffer) {
     APP_LogErrorCb(nullptr, "No project file opened.");
     return -1;
   }
-  const std::unique_ptr<CONFIG_BLOCKS> pBlocks(new (std::nothrow) CONFIG_BLOCKS{});
-  if (pBlocks == nullptr) {
-    APP_LogErrorCb(nullptr, "Insufficient memory.");
-    return -1;
-  }
-  PROJECT_GetCpu(&pBlocks->Cpu);
-  PROJECT_GetFlash(&pBlocks->Flash);
-  PROJECT_GetProduction(&pBlocks->Production);
-  PROJECT_GetPerformance(&pBlocks->Performance);
+  CONFIG_BLOCKS blocks{};
+  PROJECT_GetCpu(&blocks.Cpu);
+  PROJECT_GetFlash(&blocks.Flash);
+  PROJECT_GetProduction(&blocks.Production);
+  PROJECT_GetPerformance(&blocks.Performance);
   if (DYNBUFFER_Init(pBuffer, APP_LogError, kMaxSize, kUnit, 0) != 0 ||
       ZELMONT_WriteHeader(pBuffer, "Config", APP_GetShortTitle()) != 0 ||
-      ZELMONT_AppendItems(pBuffer, *pBlocks) != 0 || Pad(pBuffer) != 0) {
+      ZELMONT_AppendItems(pBuffer, blocks) != 0 || Pad(pBuffer) != 0) {
     return -1;
   }
   return ZELMONT_FinishHeader(pBuffer, pBuffer->LastIndex, pBuffer->LastIndex);

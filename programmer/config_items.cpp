@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 #include <cstring>
 
 #include "app/engine/log.h"
@@ -64,18 +63,11 @@ enum CONFIG_TAG : u32 {
   TAG_SKIP_BLANK_DATA = 400,
 };
 
-constexpr u32 kNumCommands = 17;
 constexpr u32 kNumQuadCommands = 3;
 constexpr u32 kHzPerKHz = 1000;
 // A step's data in front of its parameters or bytes, and what those take at least.
 constexpr u32 kStepPrefix = 8;
 constexpr u32 kMinStepBytes = 4;
-
-// Both command items are pieces of the record.
-static_assert(offsetof(SPI_FLASH_INFO, CmdWriteEnable) == 0);
-static_assert(offsetof(SPI_FLASH_INFO, CmdInitErase) == kNumCommands - 1);
-static_assert(offsetof(SPI_FLASH_INFO, CmdReadDataQuad) == kNumCommands);
-static_assert(offsetof(SPI_FLASH_INFO, NumDummyCyclesQuad) == kNumCommands + kNumQuadCommands - 1);
 
 // Appends items. Once the buffer has failed, which it reports, nothing more is written.
 class ItemWriter {
@@ -101,9 +93,9 @@ class ItemWriter {
     const u8 byte = static_cast<u8>(value);
     Bytes(tag, &byte, 1);
   }
-  void Steps(u32 tag, const CUSTOM_STEP (&aSteps)[CUSTOM_MAX_STEPS], u32 numSteps) {
-    for (u32 i = 0; i < std::min(numSteps, CUSTOM_MAX_STEPS); ++i) {
-      Step(tag, aSteps[i]);
+  void Steps(u32 tag, std::span<const CUSTOM_STEP> steps) {
+    for (const CUSTOM_STEP& step : steps) {
+      Step(tag, step);
     }
   }
 
@@ -132,10 +124,10 @@ class ItemWriter {
 void AppendSequences(ItemWriter& items, const PROJ_CPU& cpu) {
   const u64 speed = u64{cpu.Speed0} * kHzPerKHz;
   items.U32(TAG_SPEED, static_cast<u32>(std::min<u64>(speed, 0xFFFFFFFF)));
-  items.U32(TAG_NUM_INIT_STEPS, std::min(cpu.NumInitSteps, CUSTOM_MAX_STEPS));
-  items.Steps(TAG_INIT_STEP, cpu.aInitSteps, cpu.NumInitSteps);
-  items.U32(TAG_NUM_EXIT_STEPS, std::min(cpu.NumExitSteps, CUSTOM_MAX_STEPS));
-  items.Steps(TAG_EXIT_STEP, cpu.aExitSteps, cpu.NumExitSteps);
+  items.U32(TAG_NUM_INIT_STEPS, static_cast<u32>(cpu.aInitSteps.size()));
+  items.Steps(TAG_INIT_STEP, cpu.aInitSteps);
+  items.U32(TAG_NUM_EXIT_STEPS, static_cast<u32>(cpu.aExitSteps.size()));
+  items.Steps(TAG_EXIT_STEP, cpu.aExitSteps);
 }
 
 void AppendQuad(ItemWriter& items, const SPI_FLASH_INFO& flash) {
@@ -143,20 +135,22 @@ void AppendQuad(ItemWriter& items, const SPI_FLASH_INFO& flash) {
   const u8 abCommands[kNumQuadCommands] = {flash.CmdReadDataQuad, flash.CmdWritePageQuad,
                                            flash.NumDummyCyclesQuad};
   items.Bytes(TAG_QUAD_COMMANDS, abCommands, kNumQuadCommands);
-  items.U32(TAG_NUM_QUAD_STEPS, std::min(flash.NumQuadEnableInitSteps, CUSTOM_MAX_STEPS));
+  items.U32(TAG_NUM_QUAD_STEPS, static_cast<u32>(flash.aQuadEnableInitSteps.size()));
   items.U8(TAG_RD_CMD_LANES, flash.RdCmdTransferMode);
   items.U8(TAG_RD_ADDR_LANES, flash.RdAddrTransferMode);
   items.U8(TAG_WR_CMD_LANES, flash.WrCmdTransferMode);
   items.U8(TAG_WR_ADDR_LANES, flash.WrAddrTransferMode);
-  items.Steps(TAG_QUAD_STEP, flash.aQuadEnableInitSteps, flash.NumQuadEnableInitSteps);
+  items.Steps(TAG_QUAD_STEP, flash.aQuadEnableInitSteps);
 }
 
 void AppendFlash(ItemWriter& items, const SPI_FLASH_INFO& flash) {
   items.U32(TAG_AUTO_DETECT, flash.AutoDetect);
   items.U32(TAG_FLASH_TYPE, flash.FlashType);
-  std::array<u8, kNumCommands> abCommands{};
-  std::memcpy(abCommands.data(), &flash, kNumCommands);
-  items.Bytes(TAG_COMMANDS, abCommands.data(), kNumCommands);
+  std::array<u8, std::size(FLASH_CMD_FIELDS)> abCommands{};
+  for (u32 i = 0; i < abCommands.size(); ++i) {
+    abCommands[i] = flash.*FLASH_CMD_FIELDS[i];
+  }
+  items.Bytes(TAG_COMMANDS, abCommands.data(), static_cast<u32>(abCommands.size()));
   items.Bytes(TAG_ID, flash.abID, sizeof(flash.abID));
   items.U8(TAG_PAGE_SIZE_SHIFT, flash.PageSizeShift);
   items.U8(TAG_SECTOR_SIZE_SHIFT, flash.SectorSizeShift);

@@ -1,8 +1,6 @@
 #include "programmer/save_files.h"
 
 #include <array>
-#include <memory>
-#include <new>
 #include <string>
 
 #include "app/engine/app_state.h"
@@ -25,24 +23,15 @@ namespace {
 
 constexpr u8 kFill = 0xFF;
 
-// The record is no guest for the stack. Null when memory is out, reported.
-std::unique_ptr<SPI_FLASH_INFO> GetFlash() {
-  std::unique_ptr<SPI_FLASH_INFO> pFlash(new (std::nothrow) SPI_FLASH_INFO{});
-  if (pFlash == nullptr) {
-    APP_LogError("Insufficient memory!");
-  } else {
-    PROJECT_GetFlash(pFlash.get());
-  }
-  return pFlash;
+SPI_FLASH_INFO GetFlash() {
+  SPI_FLASH_INFO flash{};
+  PROJECT_GetFlash(&flash);
+  return flash;
 }
 
 // With AutoDetect the device isn't known yet, so there is nothing to compare with.
 int CheckDataFits(MEMAREA* pArea) {
-  const std::unique_ptr<SPI_FLASH_INFO> pFlash = GetFlash();
-  if (pFlash == nullptr) {
-    return -1;
-  }
-  const i64 index = pFlash->AutoDetect != 0 ? -1 : FLASH_IsSpanInChip(pArea, 0);
+  const i64 index = GetFlash().AutoDetect != 0 ? -1 : FLASH_IsSpanInChip(pArea, 0);
   if (index < 0) {
     return 0;
   }
@@ -115,13 +104,12 @@ int ZELMONT_BuildDataFile(MEMAREA* pArea, DYNBUFFER* pBuffer) {
   if (ZELMONT_Hooks.pfCheckDataFits(pArea) != 0) {
     return -1;
   }
-  const std::unique_ptr<SPI_FLASH_INFO> pFlash = GetFlash();
-  if (pFlash == nullptr || DYNBUFFER_Init(pBuffer, APP_LogError, ZELMONT_DAT_MAX_SIZE,
-                                          ZELMONT_DAT_BUFFER_SIZE, 0) != 0) {
+  if (DYNBUFFER_Init(pBuffer, APP_LogError, ZELMONT_DAT_MAX_SIZE, ZELMONT_DAT_BUFFER_SIZE, 0) !=
+      0) {
     return -1;
   }
   ZELMONT_DAT_FILE_INFO info{};
-  info.MinAlignShift = pFlash->PageSizeShift;
+  info.MinAlignShift = GetFlash().PageSizeShift;
   info.FillValue = kFill;
   info.pfKeepGoing = APP_IsOperationAlive;
   info.pfInfo = APP_LogInfoCb;

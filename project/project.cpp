@@ -1,6 +1,5 @@
 #include "project/project.h"
 
-#include <cstring>
 #include <string>
 
 #include "app/engine/app_state.h"
@@ -175,5 +174,5 @@ const char* PROJECT_GetName() {
 void PROJECT_Reset() {
   PROJFILE_Reset();
   State = {};
-  std::memset(static_cast<void*>(&PROJECT_Current()), 0, sizeof(PROJECT_BLOCKS));
+  PROJECT_Current() = {};
 }

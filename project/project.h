@@ -1,17 +1,19 @@
 #pragma once
 
+#include <vector>
+
 #include "catalogue/devices/flash_info.h"
 #include "sys/types.h"
 
 // The project: everything that must be known to reach one target and to run production on it.
 //
-// It is five fixed-size blocks, handed around by value: callers hold copies, change them and hand
-// them back. The larger two (steps) are no guests for a thread's stack. Who builds a block instead
-// of getting it clears it with memset first, padding included. Blocks are compared byte for byte,
-// so copies start zero-filled (the getters see to that). Exactly one project exists at a time.
-// Application thread only, but for the getters in dialogs that compare their copies.
+// It is five blocks, handed around by value: callers hold copies, change them and hand them back.
+// A block that differs from the one in force is a modification. Exactly one project exists at a
+// time. Application thread only, but for the getters in dialogs that compare their copies.
 
 struct PROJ_GENERAL {
+  bool operator==(const PROJ_GENERAL&) const = default;
+
   char CurrentFile[512];  // data file belonging to the project
   char HostName[128];
   u32 DataFileSAddr;  // start address for data files that have none of their own
@@ -24,14 +26,16 @@ struct PROJ_GENERAL {
 };
 
 struct PROJ_CPU {
-  CUSTOM_STEP aInitSteps[CUSTOM_MAX_STEPS];
-  CUSTOM_STEP aExitSteps[CUSTOM_MAX_STEPS];
-  u32 NumInitSteps;
-  u32 NumExitSteps;
+  bool operator==(const PROJ_CPU&) const = default;
+
+  std::vector<CUSTOM_STEP> aInitSteps;
+  std::vector<CUSTOM_STEP> aExitSteps;
   u32 Speed0;  // kHz, 1 to 100000
 };
 
 struct PROJ_PRODUCTION {
+  bool operator==(const PROJ_PRODUCTION&) const = default;
+
   char SerialFile[512];
   char SNListFile[512];
   u32 TargetPowerDelay;                                                    // ms, 0 to 10000
@@ -52,6 +56,8 @@ struct PROJ_PRODUCTION {
 };
 
 struct PROJ_PERFORMANCE {
+  bool operator==(const PROJ_PERFORMANCE&) const = default;
+
   u8 DisableSkipBlankDataOnProgram;
 };
 

@@ -1,6 +1,4 @@
-#include <algorithm>
 #include <cstring>
-#include <memory>
 
 #include "app/engine/log.h"
 #include "project/project_internal.h"
@@ -23,21 +21,25 @@ void ClearBehindEnd(char (&acText)[N]) {
   std::memset(acText + len, 0, N - len);
 }
 
-// What stands behind a text's end, or behind the last step in use, is no difference.
+// What stands behind a text's end is no difference.
 void Clean(PROJ_GENERAL& general) {
   ClearBehindEnd(general.CurrentFile);
   ClearBehindEnd(general.HostName);
 }
 
-void ClearUnused(CUSTOM_STEP (&aSteps)[CUSTOM_MAX_STEPS], u32& numSteps) {
-  numSteps = std::min(numSteps, CUSTOM_MAX_STEPS);
-  std::memset(static_cast<void*>(aSteps + numSteps), 0,
-              (CUSTOM_MAX_STEPS - numSteps) * sizeof(CUSTOM_STEP));
+void Limit(std::vector<CUSTOM_STEP>& aSteps) {
+  if (aSteps.size() > CUSTOM_MAX_STEPS) {
+    aSteps.resize(CUSTOM_MAX_STEPS);
+  }
 }
 
 void Clean(PROJ_CPU& cpu) {
-  ClearUnused(cpu.aInitSteps, cpu.NumInitSteps);
-  ClearUnused(cpu.aExitSteps, cpu.NumExitSteps);
+  Limit(cpu.aInitSteps);
+  Limit(cpu.aExitSteps);
+}
+
+void Clean(SPI_FLASH_INFO& flash) {
+  Limit(flash.aQuadEnableInitSteps);
 }
 
 // Names compare without regard to case, unless the file system tells them apart.
@@ -48,17 +50,16 @@ bool IsSameFile(const char* a, const char* b) {
   return std::strcmp(a, b) == 0 || SYS_FILE_Exists(a) == 0 || SYS_FILE_Exists(b) == 0;
 }
 
-// Blocks are copied as memory, padding included, so that a later comparison of the copies holds.
 template <class BLOCK>
 void GetBlock(BLOCK* pDest, const BLOCK& current) {
   if (pDest == nullptr) {
     return;
   }
   if (PROJECT_CheckOpen() != 0) {
-    std::memset(pDest, 0, sizeof(*pDest));
+    *pDest = BLOCK{};
     return;
   }
-  std::memcpy(pDest, &current, sizeof(*pDest));
+  *pDest = current;
 }
 
 template <class BLOCK>
@@ -66,25 +67,20 @@ void SetBlock(BLOCK& current, const BLOCK* pSrc) {
   if (pSrc == nullptr || PROJECT_CheckOpen() != 0) {
     return;
   }
-  // Blocks are compared with their padding, which copies carry along since every block starts
-  // zeroed. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
-  if (std::memcmp(&current, pSrc, sizeof(current)) != 0) {
-    std::memmove(&current, pSrc, sizeof(current));
+  if (current != *pSrc) {
+    current = *pSrc;
     PROJECT_CountModification();
   }
 }
 
-// The copy is on the heap: the block with the steps is too large for a thread's stack.
 template <class BLOCK>
 void SetCleaned(BLOCK& current, const BLOCK* pSrc) {
   if (pSrc == nullptr) {
     return;
   }
-  const auto pCopy = std::make_unique<BLOCK>();
-  std::memcpy(pCopy.get(), pSrc, sizeof(BLOCK));
-  Clean(*pCopy);
-  Clean(current);
-  SetBlock(current, pCopy.get());
+  BLOCK copy = *pSrc;
+  Clean(copy);
+  SetBlock(current, &copy);
 }
 
 }  // namespace
@@ -94,7 +90,7 @@ PROJECT_BLOCKS& PROJECT_Current() {
 }
 
 PROJECT_BLOCKS& PROJECT_ClearStaging() {
-  std::memset(static_cast<void*>(&Staging), 0, sizeof(Staging));
+  Staging = {};
   return Staging;
 }
 
@@ -136,7 +132,7 @@ void PROJECT_SetCpu(const PROJ_CPU* pBlock) {
   SetCleaned(Current.Cpu, pBlock);
 }
 void PROJECT_SetFlash(const SPI_FLASH_INFO* pBlock) {
-  SetBlock(Current.Flash, pBlock);
+  SetCleaned(Current.Flash, pBlock);
 }
 
 // The connection layer has the values even when they are the old ones: it may have lost them.

@@ -7,6 +7,8 @@
 // The five blocks. Two sets exist: the one in force, and a staging area that reader and defaults
 // fill and then hand to the setters, so that loading goes the way of every other change.
 struct PROJECT_BLOCKS {
+  bool operator==(const PROJECT_BLOCKS&) const = default;
+
   PROJ_GENERAL General;
   PROJ_CPU Cpu;
   SPI_FLASH_INFO Flash;

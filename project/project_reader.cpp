@@ -1,6 +1,6 @@
 #include <algorithm>
-#include <span>
 #include <string>
+#include <vector>
 
 #include "app/engine/log.h"
 #include "catalogue/devices/device_table.h"
@@ -97,14 +97,14 @@ void ReadStep(const char* sSection, const std::string& prefix, CUSTOM_STEP& step
   }
 }
 
-// Keys behind the stated number of steps aren't looked at. Number of steps.
-u32 ReadSteps(const char* sSection, const char* sCountKey, const char* sPrefix,
-              std::span<CUSTOM_STEP, CUSTOM_MAX_STEPS> steps) {
-  const u32 num = ReadLimited(sSection, sCountKey, CUSTOM_MAX_STEPS, 0);
-  for (u32 i = 0; i < num; ++i) {
+// Keys behind the stated number of steps aren't looked at.
+std::vector<CUSTOM_STEP> ReadSteps(const char* sSection, const char* sCountKey,
+                                   const char* sPrefix) {
+  std::vector<CUSTOM_STEP> steps(ReadLimited(sSection, sCountKey, CUSTOM_MAX_STEPS, 0));
+  for (std::size_t i = 0; i < steps.size(); ++i) {
     ReadStep(sSection, sPrefix + std::to_string(i), steps[i]);
   }
-  return num;
+  return steps;
 }
 
 void ReadNumAddrBytes(SPI_FLASH_INFO& flash) {
@@ -132,16 +132,15 @@ void ReadFlash(SPI_FLASH_INFO& flash) {
   }
   ReadKeys("SPI", PROJECT_SpiKeys(), &flash);
   ReadKeys("QSPI", PROJECT_QspiKeys(), &flash);
-  flash.NumQuadEnableInitSteps =
-      ReadSteps("QSPI", "NumQuadEnableInitSteps", "QuadEnableInitStep", flash.aQuadEnableInitSteps);
+  flash.aQuadEnableInitSteps = ReadSteps("QSPI", "NumQuadEnableInitSteps", "QuadEnableInitStep");
   ReadNumAddrBytes(flash);
   ReadKeys("SPI", PROJECT_SpiAddrKeys(), &flash);
 }
 
 void ReadCpu(PROJ_CPU& cpu) {
   ReadKeys("JTAG", PROJECT_JtagKeys(), &cpu);
-  cpu.NumInitSteps = ReadSteps("CPU", "NumInitSteps", "InitStep", cpu.aInitSteps);
-  cpu.NumExitSteps = ReadSteps("CPU", "NumExitSteps", "ExitStep", cpu.aExitSteps);
+  cpu.aInitSteps = ReadSteps("CPU", "NumInitSteps", "InitStep");
+  cpu.aExitSteps = ReadSteps("CPU", "NumExitSteps", "ExitStep");
 }
 
 void ReadProduction(PROJ_PRODUCTION& production) {

@@ -86,10 +86,6 @@ void WriteSteps(const char* sSection, const char* sPrefix, std::span<const CUSTO
   }
 }
 
-std::span<const CUSTOM_STEP> UsedSteps(std::span<const CUSTOM_STEP> steps, u32 num) {
-  return steps.first(std::min<std::size_t>(num, steps.size()));
-}
-
 void WriteGeneral(const PROJ_GENERAL& general) {
   constexpr char section[] = "GENERAL";
   WriteText(section, "CurrentFile", general.CurrentFile);
@@ -116,12 +112,10 @@ void WriteFlash(const SPI_FLASH_INFO& flash) {
 
 void WriteCpu(const PROJ_CPU& cpu) {
   constexpr char section[] = "CPU";
-  const auto initSteps = UsedSteps(cpu.aInitSteps, cpu.NumInitSteps);
-  const auto exitSteps = UsedSteps(cpu.aExitSteps, cpu.NumExitSteps);
-  PROJFILE_WriteDec(section, "NumInitSteps", static_cast<u32>(initSteps.size()));
-  WriteSteps(section, "InitStep", initSteps, true);
-  PROJFILE_WriteDec(section, "NumExitSteps", static_cast<u32>(exitSteps.size()));
-  WriteSteps(section, "ExitStep", exitSteps, false);
+  PROJFILE_WriteDec(section, "NumInitSteps", static_cast<u32>(cpu.aInitSteps.size()));
+  WriteSteps(section, "InitStep", cpu.aInitSteps, true);
+  PROJFILE_WriteDec(section, "NumExitSteps", static_cast<u32>(cpu.aExitSteps.size()));
+  WriteSteps(section, "ExitStep", cpu.aExitSteps, false);
 }
 
 void WriteSpi(const SPI_FLASH_INFO& flash) {
@@ -131,7 +125,7 @@ void WriteSpi(const SPI_FLASH_INFO& flash) {
 
 void WriteQspi(const SPI_FLASH_INFO& flash) {
   constexpr char section[] = "QSPI";
-  const auto steps = UsedSteps(flash.aQuadEnableInitSteps, flash.NumQuadEnableInitSteps);
+  const std::vector<CUSTOM_STEP>& steps = flash.aQuadEnableInitSteps;
   WriteKeys(section, PROJECT_QspiKeys(), &flash);
   PROJFILE_WriteDec(section, "NumQuadEnableInitSteps", static_cast<u32>(steps.size()));
   WriteSteps(section, "QuadEnableInitStep", steps, true);

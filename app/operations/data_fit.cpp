@@ -48,7 +48,7 @@ int OfferRelocation(MEMAREA* pSectors, MEMAREA* pArea, const char* sProblem) {
 }  // namespace
 
 int APP_CheckDataFits(MEMAREA* pArea) {
-  static SPI_FLASH_INFO info;  // application thread only
+  SPI_FLASH_INFO info{};
   PROJECT_GetFlash(&info);
   if (info.AutoDetect != 0) {
     return 0;  // the device isn't known yet

@@ -1,7 +1,5 @@
 #include "app/operations/status.h"
 
-#include <cstring>
-
 #include "app/engine/app_state.h"
 #include "app/engine/frontend.h"
 #include "app/engine/log.h"
@@ -33,7 +31,6 @@ void FormatRevision(u32 revision, char* pBuf, u32 bufSize) {
 
 void FillDevice(PROJ_INFO* pInfo) {
   pInfo->DeviceIndex = FLASH_GetSelectedDevice();
-  std::memset(&pInfo->Device, 0, sizeof pInfo->Device);
   if (pInfo->FlashInfo.FlashType == FLASH_TYPE_EEPROM) {
     FLASH_GetEEPROMRow(pInfo->FlashInfo.EEPROMIndex, &pInfo->Device);
   } else if (pInfo->DeviceIndex >= 0) {
@@ -51,8 +48,8 @@ void FillMenuState(MENU_STATE* pState) {
   if (pState->ProjectOpen == 0) {
     return;
   }
-  static PROJ_GENERAL general;  // application thread only; too large for every stack
-  static SPI_FLASH_INFO flash;
+  PROJ_GENERAL general{};
+  SPI_FLASH_INFO flash{};
   PROJECT_GetGeneral(&general);
   PROJECT_GetFlash(&flash);
   pState->ProjectModified = PROJECT_IsModified() != 0;
@@ -80,7 +77,7 @@ void APP_UpdateWindowTitle() {
 }
 
 void APP_UpdateProjectInfo() {
-  static PROJ_INFO info;  // application thread only
+  PROJ_INFO info{};
   APP_FRONTEND* pFrontEnd = APP_GetFrontEnd();
   if (pFrontEnd == nullptr) {
     return;

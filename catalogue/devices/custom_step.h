@@ -3,8 +3,10 @@
 #include "sys/types.h"
 
 // One step of a sequence that runs on the SPI bus. ActionIndex is a row of the action table
-// below; 0 is a comment. The record is compared and copied as a whole.
+// below; 0 is a comment.
 struct CUSTOM_STEP {
+  bool operator==(const CUSTOM_STEP&) const = default;
+
   char acComment[256];
   u8 abData[16];  // bytes of a Write Data step
   u32 Value0;
@@ -12,6 +14,7 @@ struct CUSTOM_STEP {
   u32 ActionIndex;
 };
 
+// A sequence has no more steps than that.
 constexpr u32 CUSTOM_MAX_STEPS = 256;
 constexpr u32 CUSTOM_MAX_DATA = 16;
 

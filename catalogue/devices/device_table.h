@@ -1,5 +1,7 @@
 #pragma once
 
+#include <iterator>
+
 #include "catalogue/devices/flash_info.h"
 
 // The constant tables of devices that the program knows: those found by their ID bytes, and the SPI
@@ -7,10 +9,11 @@
 // devices that share an ID. Used by the program and by the simulated chips of the driver library
 // alike.
 
-// The first 17 fields of SPI_FLASH_INFO, in their order.
+// Values of FLASH_CMD_FIELDS.
 struct FLASH_CMD_SET {
   u8 abCmd[17];
 };
+static_assert(std::size(FLASH_CMD_FIELDS) == sizeof(FLASH_CMD_SET));
 
 // Bytes compared under a mask, for devices that three ID bytes don't tell apart.
 struct FLASH_ID_MATCH {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include "catalogue/devices/custom_step.h"
 
 constexpr u32 FLASH_TYPE_NOR = 1;
@@ -10,9 +12,11 @@ constexpr u8 SPI_LANES_SINGLE = 1;
 constexpr u8 SPI_LANES_QUAD = 2;
 
 // Everything that the program has to know of one SPI memory: instructions, geometry, identity, quad
-// settings. A flat record, compared and copied as a whole. The first 17 bytes are a command set of
-// the device tables.
+// settings.
 struct SPI_FLASH_INFO {
+  bool operator==(const SPI_FLASH_INFO&) const = default;
+
+  // The instructions: a command set of the device tables.
   u8 CmdWriteEnable;
   u8 CmdWriteDisable;
   u8 CmdReadID;
@@ -30,11 +34,11 @@ struct SPI_FLASH_INFO {
   u8 StatusBitPos;         // 0 to 7
   u8 CmdInitPageProg;
   u8 CmdInitErase;
+
   u8 CmdReadDataQuad;
   u8 CmdWritePageQuad;
   u8 NumDummyCyclesQuad;
-  CUSTOM_STEP aQuadEnableInitSteps[CUSTOM_MAX_STEPS];
-  u32 NumQuadEnableInitSteps;
+  std::vector<CUSTOM_STEP> aQuadEnableInitSteps;
   u8 WrCmdTransferMode;  // SPI_LANES_ of the program instruction
   u8 RdCmdTransferMode;
   u8 WrAddrTransferMode;
@@ -52,6 +56,19 @@ struct SPI_FLASH_INFO {
   u8 abID[3];  // expected ID, in the order of reading
   u8 Ignore2ndIdByte;
   u8 UseQuadMode;
+};
+
+// The fields of a command set, in the order in which the tables and a programmer's files have them.
+inline constexpr u8 SPI_FLASH_INFO::*FLASH_CMD_FIELDS[] = {
+    &SPI_FLASH_INFO::CmdWriteEnable,      &SPI_FLASH_INFO::CmdWriteDisable,
+    &SPI_FLASH_INFO::CmdReadID,           &SPI_FLASH_INFO::CmdReadStatus,
+    &SPI_FLASH_INFO::CmdWriteStatus,      &SPI_FLASH_INFO::CmdReadData,
+    &SPI_FLASH_INFO::CmdWritePage,        &SPI_FLASH_INFO::CmdEraseSector,
+    &SPI_FLASH_INFO::CmdEraseBulk,        &SPI_FLASH_INFO::CmdEnter4ByteMode,
+    &SPI_FLASH_INFO::CmdExit4ByteMode,    &SPI_FLASH_INFO::NumAddrBytes,
+    &SPI_FLASH_INFO::Dedicated4BAddrMode, &SPI_FLASH_INFO::StatusIsReadyBit,
+    &SPI_FLASH_INFO::StatusBitPos,        &SPI_FLASH_INFO::CmdInitPageProg,
+    &SPI_FLASH_INFO::CmdInitErase,
 };
 
 // Bytes of the chip; 0 when the geometry makes no sense (a shift of 64 or more, or an overflow).

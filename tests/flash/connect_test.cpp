@@ -204,16 +204,14 @@ TEST(Connect, AFailedSequenceFailsTheConnect) {
     CUSTOM_STEP step{};
     step.ActionIndex = CUSTOM_VAR_VERIFY_BYTE;
     step.Value1 = 0xEE;
-    static PROJ_CPU cpu;
+    PROJ_CPU cpu;
     PROJECT_GetCpu(&cpu);
-    cpu.NumInitSteps = isQuad ? 0 : 1;
-    cpu.aInitSteps[0] = step;
+    cpu.aInitSteps.assign(isQuad ? 0 : 1, step);
     PROJECT_SetCpu(&cpu);
     FlashScope::SetFlash([&](SPI_FLASH_INFO& i) {
       i.UseQuadMode = isQuad ? 1 : 0;
       i.CmdReadDataQuad = i.CmdWritePageQuad = i.NumDummyCyclesQuad = 8;
-      i.NumQuadEnableInitSteps = 1;
-      i.aQuadEnableInitSteps[0] = step;
+      i.aQuadEnableInitSteps.assign(1, step);
     });
     EXPECT_EQ(FLASH_Connect(), -1);
     EXPECT_TRUE(fake.FrontEnd().HasLog(isQuad ? "custom quad enable init sequence."

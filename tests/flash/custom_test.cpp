@@ -90,19 +90,19 @@ TEST(Custom, LogicStaysInTheBuffer) {
 
 TEST(Custom, Sequences) {
   FakeScope fake;
-  EXPECT_EQ(CUSTOM_RunSteps(nullptr, 0, "init sequence"), 0);
+  EXPECT_EQ(CUSTOM_RunSteps({}, "init sequence"), 0);
   EXPECT_TRUE(fake.FrontEnd().HasLog("Executing init sequence...\n - Executed successfully\n"));
   // A branch beyond the end is an end.
   CUSTOM_GetVarBuffer()[0] = 0;
   CUSTOM_STEP steps[] = {Step(CUSTOM_VAR_BEQ, 0, 9), Step(CUSTOM_WRITE_DATA, 1, 0)};
-  EXPECT_EQ(CUSTOM_RunSteps(steps, 2, "x"), 0);
+  EXPECT_EQ(CUSTOM_RunSteps(steps, "x"), 0);
   EXPECT_EQ(fake.Log, "");
   // The library's error channel ends a loop that would never end by itself.
   steps[0] = Step(CUSTOM_WRITE_DATA, 1, 0);
   steps[1] = Step(CUSTOM_VAR_BEQ, 0, 0);
   VORTIC_SetErrorOutHandler(DRIVER_GetErrorHandler());
   fake.ErrorAtTransfer = 5;
-  EXPECT_EQ(CUSTOM_RunSteps(steps, 2, "x"), -1);
+  EXPECT_EQ(CUSTOM_RunSteps(steps, "x"), -1);
   EXPECT_EQ(fake.FrontEnd().GetBoxTexts(), "Link lost\n");
 }
 

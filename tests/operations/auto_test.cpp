@@ -385,19 +385,19 @@ TEST(Auto, CutAtEveryFileOperation) {
 // With AutoDisconnect the exit steps find the connection gone; a bad one fails the run.
 TEST(Auto, ExitSequenceAndRefusals) {
   AutoScope core;
-  const auto cpu = std::make_unique<PROJ_CPU>();
-  PROJECT_GetCpu(cpu.get());
-  cpu->NumExitSteps = 1;
-  cpu->aExitSteps[0].ActionIndex = 3;  // chip select
-  PROJECT_SetCpu(cpu.get());
+  PROJ_CPU cpu;
+  PROJECT_GetCpu(&cpu);
+  cpu.aExitSteps.resize(1);
+  cpu.aExitSteps[0].ActionIndex = 3;  // chip select
+  PROJECT_SetCpu(&cpu);
   SETUP_SetAutoDisconnect(1);
   FLASH_Auto(MakeImage().get());
   EXPECT_TRUE(core.HasPassed()) << core.FrontEnd().GetLog();
   EXPECT_FALSE(FLASH_IsConnected());
-  cpu->aExitSteps[0] = {};
-  cpu->aExitSteps[0].ActionIndex = 6;  // compares a byte of the buffer
-  cpu->aExitSteps[0].Value1 = 0xA5;
-  PROJECT_SetCpu(cpu.get());
+  cpu.aExitSteps[0] = {};
+  cpu.aExitSteps[0].ActionIndex = 6;  // compares a byte of the buffer
+  cpu.aExitSteps[0].Value1 = 0xA5;
+  PROJECT_SetCpu(&cpu);
   FLASH_Auto(MakeImage().get());
   EXPECT_TRUE(core.FrontEnd().HasBox("Could not perform custom exit sequence."));
   FLASH_Auto(nullptr);

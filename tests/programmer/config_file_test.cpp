@@ -33,15 +33,12 @@ void Count(BLOCK* pBlock, size_t offset, size_t numBytes, u8 first) {
 Blocks FillProject() {
   Blocks blocks;
   blocks.Cpu->Speed0 = 4000;
-  blocks.Cpu->NumInitSteps = 2;
-  blocks.Cpu->aInitSteps[0] = MakeStep(CUSTOM_DELAY, 0x1122, 0x33445566);
-  blocks.Cpu->aInitSteps[1] = MakeStep(CUSTOM_COMMENT, 0, 0);
-  blocks.Cpu->NumExitSteps = 1;
-  blocks.Cpu->aExitSteps[0] = MakeStep(CUSTOM_WRITE_DATA, 5, 0xFFFFFFFF);
+  blocks.Cpu->aInitSteps = {MakeStep(CUSTOM_DELAY, 0x1122, 0x33445566),
+                            MakeStep(CUSTOM_COMMENT, 0, 0)};
+  blocks.Cpu->aExitSteps = {MakeStep(CUSTOM_WRITE_DATA, 5, 0xFFFFFFFF)};
   SPI_FLASH_INFO* pFlash = blocks.Flash.get();
   Count(pFlash, 0, 20, 0x10);
-  pFlash->NumQuadEnableInitSteps = 1;
-  pFlash->aQuadEnableInitSteps[0] = MakeStep(CUSTOM_WRITE_DATA, 2, 0);
+  pFlash->aQuadEnableInitSteps = {MakeStep(CUSTOM_WRITE_DATA, 2, 0)};
   Count(pFlash, offsetof(SPI_FLASH_INFO, WrCmdTransferMode), 6, 0x31);
   pFlash->NumPages = 0x12345678;
   pFlash->SectorSizeShift = 32;
@@ -80,7 +77,7 @@ TEST(ConfigFile, ItemsThatDepend) {
       {[](Blocks& b) { b.Performance->DisableSkipBlankDataOnProgram = 1; }, 400, 400, "400:00"},
       {[](Blocks& b) { b.Flash->UseQuadMode = 0; }, 208, 215, ""},
       {[](Blocks& b) { b.Flash->FlashType = 3; }, 208, 215, ""},
-      {[](Blocks& b) { b.Cpu->NumInitSteps = b.Cpu->NumExitSteps = 0; }, 101, 104,
+      {[](Blocks& b) { b.Cpu->aInitSteps = b.Cpu->aExitSteps = {}; }, 101, 104,
        "101:00000000 103:00000000"},
       {[](Blocks& b) { b.Cpu->aExitSteps[0].Value0 = 4; }, 104, 104,
        "104:0400000004000000A0A1A2A3"},
@@ -89,8 +86,8 @@ TEST(ConfigFile, ItemsThatDepend) {
        "104:0400000010000000A0A1A2A3A4A5A6A7A8A9AAABACADAEAF"},
       {[](Blocks& b) { b.Cpu->aExitSteps[0].Value0 = ~0u; }, 104, 104,
        "104:0400000010000000A0A1A2A3A4A5A6A7A8A9AAABACADAEAF"},
-      {[](Blocks& b) { b.Flash->NumQuadEnableInitSteps = 257; }, 210, 210, "210:00010000"},
-      {[](Blocks& b) { b.Cpu->Speed0 = b.Cpu->NumInitSteps = b.Cpu->NumExitSteps = ~0u; }, 100, 101,
+      {[](Blocks& b) { b.Flash->aQuadEnableInitSteps.resize(257); }, 210, 210, "210:00010000"},
+      {[](Blocks& b) { b.Cpu->Speed0 = ~0u, b.Cpu->aInitSteps.resize(300); }, 100, 101,
        "100:FFFFFFFF 101:00010000"},
   };
   for (const auto& c : cases) {
@@ -109,9 +106,8 @@ TEST(ConfigFile, Padding) {
     ProgrammerScope scope;
     const u32 missing = c.LastOfItems + 1 - ReadConfig(BuildConfig()).End;
     Blocks blocks;
-    blocks.Cpu->NumInitSteps = missing / 20;
-    for (u32 i = 0; i < blocks.Cpu->NumInitSteps; ++i) {
-      blocks.Cpu->aInitSteps[i] = MakeStep(CUSTOM_WRITE_DATA, i < missing % 20 ? 5 : 4, 0);
+    for (u32 i = 0; i < missing / 20; ++i) {
+      blocks.Cpu->aInitSteps.push_back(MakeStep(CUSTOM_WRITE_DATA, i < missing % 20 ? 5 : 4, 0));
     }
     blocks.Store();
     const Bytes file = BuildConfig();

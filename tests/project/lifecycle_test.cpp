@@ -169,12 +169,10 @@ TEST(ProjectLife, ChangesAreCountedOnce) {
   auto pGeneral = GetBlock(PROJECT_GetGeneral);
   memcpy(pGeneral->HostName + 1, "old", 3);  // behind the end, and so no text
   PROJECT_SetGeneral(pGeneral.get());
-  auto pCpu = GetBlock(PROJECT_GetCpu);
-  pCpu->aExitSteps[0].Value0 = 5;  // not in use
-  PROJECT_SetCpu(pCpu.get());
   EXPECT_EQ(PROJECT_IsModified(), 0);
   EXPECT_EQ(scope.NumChanged, 0u);
-  pCpu->NumExitSteps = 1;
+  auto pCpu = GetBlock(PROJECT_GetCpu);
+  pCpu->aExitSteps.resize(1);
   PROJECT_SetCpu(pCpu.get());
   EXPECT_EQ(scope.NumChanged, 1u);
 }

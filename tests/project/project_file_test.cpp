@@ -61,9 +61,9 @@ void FillAll(ALL_BLOCKS& blocks) {
   blocks.pFlash->EEPROMIndex = 7;
   blocks.pFlash->AutoDetect = 0;
   memcpy(blocks.pFlash->abID, "\x01\x02\xFE", 3);
-  blocks.pCpu->NumInitSteps = 256;
-  blocks.pCpu->NumExitSteps = 40;
-  blocks.pFlash->NumQuadEnableInitSteps = 256;
+  blocks.pCpu->aInitSteps.resize(256);
+  blocks.pCpu->aExitSteps.resize(40);
+  blocks.pFlash->aQuadEnableInitSteps.resize(256);
   for (u32 i = 0; i < 256; ++i) {
     FillStep(blocks.pCpu->aInitSteps[i], i);
     FillStep(blocks.pFlash->aQuadEnableInitSteps[i], i + 5);
@@ -84,11 +84,11 @@ TEST(ProjectFile, EveryFieldSurvives) {
   ASSERT_EQ(scope.Reopen(), 0);
   EXPECT_EQ(scope.FrontEnd.GetBoxTexts(), "");
   const ALL_BLOCKS read;
-  EXPECT_EQ(memcmp(read.pGeneral.get(), set.pGeneral.get(), sizeof(PROJ_GENERAL)), 0);
-  EXPECT_EQ(memcmp(read.pCpu.get(), set.pCpu.get(), sizeof(PROJ_CPU)), 0);
-  EXPECT_EQ(memcmp(read.pFlash.get(), set.pFlash.get(), sizeof(SPI_FLASH_INFO)), 0);
-  EXPECT_EQ(memcmp(read.pProduction.get(), set.pProduction.get(), sizeof(PROJ_PRODUCTION)), 0);
-  EXPECT_EQ(memcmp(read.pPerformance.get(), set.pPerformance.get(), sizeof(PROJ_PERFORMANCE)), 0);
+  EXPECT_TRUE(*read.pGeneral == *set.pGeneral);
+  EXPECT_TRUE(*read.pCpu == *set.pCpu);
+  EXPECT_TRUE(*read.pFlash == *set.pFlash);
+  EXPECT_TRUE(*read.pProduction == *set.pProduction);
+  EXPECT_TRUE(*read.pPerformance == *set.pPerformance);
   // Storing what was got is no change.
   read.Store();
   EXPECT_EQ(PROJECT_IsModified(), 0);
@@ -125,7 +125,7 @@ TEST(ProjectFile, TextThatCannotStandInTheFile) {
   ProjectScope scope;
   ASSERT_EQ(PROJECT_New(nullptr), 0);
   const auto pCpu = GetBlock(PROJECT_GetCpu);
-  pCpu->NumInitSteps = 1;
+  pCpu->aInitSteps.resize(1);
   strcpy(pCpu->aInitSteps[0].acComment, "a \"b\"\r\n[JTAG]\r\nSpeed0 = 1");
   PROJECT_SetCpu(pCpu.get());
   ASSERT_EQ(scope.Reopen(), 0);
@@ -140,11 +140,11 @@ TEST(ProjectFile, RecordsBeyondTheirBounds) {
   ALL_BLOCKS blocks;
   memset(blocks.pGeneral->HostName, 'h', sizeof(blocks.pGeneral->HostName));
   memset(blocks.pProduction->SNListFile, 'n', sizeof(blocks.pProduction->SNListFile));
-  blocks.pCpu->NumInitSteps = 1000;
+  blocks.pCpu->aInitSteps.resize(1000);
   blocks.pCpu->aInitSteps[0].ActionIndex = 99;
   blocks.pCpu->aInitSteps[1].ActionIndex = CUSTOM_WRITE_DATA;
   blocks.pCpu->aInitSteps[1].Value0 = 4000000000;
-  blocks.pFlash->NumQuadEnableInitSteps = 1000;
+  blocks.pFlash->aQuadEnableInitSteps.resize(1000);
   blocks.pFlash->FlashType = FLASH_TYPE_EEPROM;
   blocks.pFlash->EEPROMIndex = 0xFFFFFFFF;
   blocks.Store();
