@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <deque>
 #include <span>
 #include <string>
@@ -23,7 +24,9 @@ struct FastPara {
   // Pages of 0xFF are not sent, on flash.
   bool SkipBlank;
   bool SendInitCommands;
-  u8 CmdWriteEnable, CmdReadStatus, CmdReadData, CmdWritePage, CmdEraseSector;
+  // 0 where the part has no such instruction.
+  u8 CmdWriteEnable, CmdWriteDisable, CmdReadId;
+  u8 CmdReadStatus, CmdReadData, CmdWritePage, CmdEraseSector;
   u8 NumAddrBytes, StatusBitPos;
   u8 CmdReadDataQuad, CmdWritePageQuad, NumDummyCyclesQuad;
   u8 PageSizeShift, SectorSizeShift;
@@ -86,15 +89,31 @@ class FastMode {
   bool SendPage(u64 addr, std::span<const u8> data);
   bool SendPageQuad(u64 addr, std::span<const u8> data);
   bool ReadBlock(u64 addr, std::span<u8> data);
-  bool WaitReady(u32 timeoutMs);
+  // *pStatus gets the last status byte.
+  bool WaitReady(u32 timeoutMs, u8* pStatus);
+  bool IsReady(u8 status) const;
+  bool WasCarriedOut(u8 status) const;
+  bool IsErased(u64 addr);
+  // A stretch of work on the bus, between two answers to the client. False: the chip is not, or no
+  // longer, the one that it was.
+  bool BeginStretch();
+  bool EndStretch();
+  u8 ReadRegister(u8 cmd);
+  std::array<u8, 3> ReadId();
+  bool IsLatchSet();
   std::span<const u8> StoreAddr(u64 addr);
 
   Bus& m_Bus;
   FastPara m_Para = {};
   bool m_IsOn = false;
+  std::array<u8, 3> m_aId{};  // when fast mode was entered; all zeros: the part has none
+  bool m_HasLatch = false;    // write enable shows in the status register
+  bool m_WasArmed = false;  // the latch was set when the job began
+  bool m_IsArmed = false;     // the latch was set, and nothing has used it since
   // Stays until Wait or Abandon; nothing is taken or done meanwhile.
   bool m_HasFailed = false;
   u64 m_FailAddr = 0;
+  u64 m_LastAddr = 0;  // of the request that was worked on last
   std::deque<Request> m_Queue;
   // Data and bookkeeping of what waits.
   u64 m_QueuedBytes = 0;

@@ -85,6 +85,8 @@ std::string ParseFastPara(const u8* pBlock, bool isExtended, FastPara* pPara) {
       .SkipBlank = (flags & kFlagSkipBlank) != 0,
       .SendInitCommands = isExtended && (flags & kFlagInitCommands) == kFlagInitCommands,
       .CmdWriteEnable = pCmds[0],
+      .CmdWriteDisable = pCmds[1],
+      .CmdReadId = pCmds[2],
       .CmdReadStatus = pCmds[3],
       .CmdReadData = pCmds[5],
       .CmdWritePage = pCmds[6],

@@ -204,12 +204,15 @@ void TraitsBuilder::AddFourByteForms() {
 
 // Instruction and address on one lane, data on four: the form that the table has.
 void TraitsBuilder::AddQuad() {
+  // Two makers whose parts have a second status register.
+  if ((m_Traits.Id[0] == 0xEF || m_Traits.Id[0] == 0xC8) && m_Traits.Id[1] >= 0x40) {
+    Add(0x35, Action::ReadStatus2);
+    Add(0x31, Action::WriteStatus2);
+  }
   if (m_Row.pQuadConfig == nullptr) {
     return;
   }
   m_Traits.HasQuad = true;
-  Add(0x35, Action::ReadStatus2);
-  Add(0x31, Action::WriteStatus2);
   Add(0x50, Action::VolatileEnable);
   const u8* pCmds = m_Row.pQuadConfig->pCmds;
   At(pCmds[0]) = Addressed(Action::Read);
