@@ -1,4 +1,5 @@
 #include <cstring>
+#include <string>
 
 #include "app/engine/log.h"
 #include "catalogue/catalogue.h"
@@ -40,13 +41,34 @@ i32 FindRow(const u8* pId) {
   return isNext ? row + 1 : row;
 }
 
+bool IsNothing(const u8 (&abId)[kIdSize]) {
+  return (abId[0] == 0xFF && abId[1] == 0xFF && abId[2] == 0xFF) ||
+         (abId[0] == 0x00 && abId[1] == 0x00 && abId[2] == 0x00);
+}
+
+// Parts that share the ID: the user may have another one than the row that was taken.
+void LogOthers(const u8 (&abId)[kIdSize], i32 Found) {
+  const u32 id = UTIL_LoadU32(abId, false);
+  std::string names;
+  for (i32 i = FLASH_IdentifyNextDevice(-1, id, abId, kIdCompared); i >= 0;
+       i = FLASH_IdentifyNextDevice(i, id, abId, kIdCompared)) {
+    FLASH_DEVICE row = {};
+    if (i != Found && FLASH_GetDeviceRow(static_cast<u32>(i), &row) == 0) {
+      names += std::string(names.empty() ? "" : ", ") + row.sVendor + " " + row.sDevice;
+    }
+  }
+  if (!names.empty()) {
+    APP_LogInfo(("The same Id have: " + names).c_str());
+  }
+}
+
 }  // namespace
 
 int FLASH_DetectDevice(const u8* pRawId, u32 NumRaw) {
   u8 abId[kIdSize];
   SPI_StripIdBytes(pRawId, NumRaw, abId, sizeof(abId));
   if (PROJECT_IsOpen() == 0) {
-    APP_LogError("No project file opened.");
+    APP_LogError(APP_CAUSE::Project, "No project file opened.");
     return -1;
   }
   LogId(abId);
@@ -54,11 +76,16 @@ int FLASH_DetectDevice(const u8* pRawId, u32 NumRaw) {
   const i32 index = FindRow(abId);
   FLASH_DEVICE row = {};
   if (index < 0 || FLASH_GetDeviceRow(static_cast<u32>(index), &row) != 0) {
-    APP_LogError("Failed to auto-detect SPI Flash.");
+    const bool isNothing = IsNothing(abId);
+    APP_LogErrorf(isNothing ? APP_CAUSE::NoChip : APP_CAUSE::UnknownChip,
+                  "Failed to auto-detect SPI Flash. (%s: 0x%02X %02X %02X)",
+                  isNothing ? "Nothing answers, Id" : "No part is known by the Id", abId[0],
+                  abId[1], abId[2]);
     APP_LogInfo("Failed to auto-detect SPI Flash.");
     return -1;
   }
   APP_LogInfof("Found SPI Flash: %s %s", row.sVendor, row.sDevice);
+  LogOthers(abId, index);
   // A device that cannot be set up as asked has reported why and counts as an error there.
   static_cast<void>(FLASH_SelectDevice(index, true));
   return 0;

@@ -4,7 +4,15 @@
 
 namespace {
 
-i32 SelectedDevice = -1;
+// Application thread only.
+struct Selection {
+  i32 Device = -1;
+  SPI_FLASH_INFO Info{};  // the project's, when the selection was made
+};
+Selection& TheSelection() {
+  static Selection selection;
+  return selection;
+}
 
 void ApplyCmdSet(SPI_FLASH_INFO& info, const FLASH_CMD_SET& set) {
   for (u32 i = 0; i < std::size(FLASH_CMD_FIELDS); ++i) {
@@ -50,8 +58,10 @@ void ApplyAddrMode(SPI_FLASH_INFO& info, u32 addrMode4B) {
   }
 }
 
-// Geometry, instructions and addressing of a row; identity and quad settings stay.
+// Kind, geometry, instructions and addressing of a row; identity and quad settings stay. A FRAM
+// that a project takes for a flash would be waited for and erased in vain.
 void ApplyDevice(SPI_FLASH_INFO& info, const FLASH_DEVICE& row) {
+  info.FlashType = static_cast<u32>(row.FlashType);
   ApplyGeometry(info, row);
   info.Ignore2ndIdByte = row.Ignore2ndIdByte() ? 1 : 0;
   info.StatusRegFormat = static_cast<u8>(row.StatusRegFormat());
@@ -83,7 +93,8 @@ int SetUpQuad(SPI_FLASH_INFO& info, const FLASH_DEVICE& row) {
     return 0;
   }
   if (info.UseQuadMode != 0) {
-    APP_LogErrorf("Failed to auto-detect quad mode configuration for %s %s.", row.sVendor,
+    APP_LogErrorf(APP_CAUSE::UnknownChip,
+                  "Failed to auto-detect quad mode configuration for %s %s.", row.sVendor,
                   row.sDevice);
     return -1;
   }
@@ -93,7 +104,7 @@ int SetUpQuad(SPI_FLASH_INFO& info, const FLASH_DEVICE& row) {
 }  // namespace
 
 int FLASH_SelectDevice(i32 Index, bool DoApply) {
-  SelectedDevice = -1;
+  TheSelection() = {};
   FLASH_DEVICE row = {};
   // The empty row is nothing that could be selected.
   if (Index < 0 || FLASH_GetDeviceRow(static_cast<u32>(Index), &row) != 0 ||
@@ -109,12 +120,18 @@ int FLASH_SelectDevice(i32 Index, bool DoApply) {
     return -1;
   }
   PROJECT_SetFlash(&info);
-  SelectedDevice = Index;
+  TheSelection().Device = Index;
+  PROJECT_GetFlash(&TheSelection().Info);
   return 0;
 }
 
 i32 FLASH_GetSelectedDevice() {
-  return SelectedDevice;
+  if (TheSelection().Device < 0 || PROJECT_IsOpen() == 0) {
+    return -1;
+  }
+  SPI_FLASH_INFO info{};
+  PROJECT_GetFlash(&info);
+  return info == TheSelection().Info ? TheSelection().Device : -1;
 }
 
 // For type 3 only. A project may name an EEPROM that the table doesn't have; it keeps its own

@@ -68,6 +68,8 @@ i32 FLASH_FindEEPROMByName(const char* sName);
 // The first row that matches the read ID, or -1. Id holds the first four bytes, low byte first;
 // pIdBytes NumIdBytes bytes as read.
 i32 FLASH_IdentifyDevice(u32 Id, const u8* pIdBytes, u32 NumIdBytes);
+// The first such row behind After, which is -1 for the very first, or -1.
+i32 FLASH_IdentifyNextDevice(i32 After, u32 Id, const u8* pIdBytes, u32 NumIdBytes);
 // Clears pDest and copies pSrc without the bytes 0x7F (continuation codes of the ID), as far as
 // they fit.
 void SPI_StripIdBytes(const u8* pSrc, u32 NumSrc, u8* pDest, u32 NumDest);

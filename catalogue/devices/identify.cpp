@@ -30,9 +30,13 @@ bool Matches(const FLASH_DEVICE& row, u32 id, const u8* pIdBytes, u32 numIdBytes
 }  // namespace
 
 i32 FLASH_IdentifyDevice(u32 Id, const u8* pIdBytes, u32 NumIdBytes) {
+  return FLASH_IdentifyNextDevice(-1, Id, pIdBytes, NumIdBytes);
+}
+
+i32 FLASH_IdentifyNextDevice(i32 After, u32 Id, const u8* pIdBytes, u32 NumIdBytes) {
   const u32 numIdBytes = pIdBytes != nullptr ? NumIdBytes : 0;
   FLASH_DEVICE row;
-  for (u32 i = 0; FLASH_GetDeviceRow(i, &row) == 0; ++i) {
+  for (u32 i = static_cast<u32>(After + 1); FLASH_GetDeviceRow(i, &row) == 0; ++i) {
     if (Matches(row, Id, pIdBytes, numIdBytes)) {
       return static_cast<i32>(i);
     }
