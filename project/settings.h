@@ -10,6 +10,7 @@ struct PROJ_GENERAL;
 //
 //   [OPERATION]
 //   AutoBlankCheck = 1
+//   VerifyErase = 1
 //   [PROJECT]
 //   Current="/home/user/a.korvane"
 
@@ -30,6 +31,8 @@ int SETUP_Init();
 void SETUP_Reset();
 
 u32 SETUP_GetAutoBlankCheck();
+// What was erased is read back.
+u32 SETUP_GetVerifyErase();
 u32 SETUP_GetAutoDisconnect();
 u32 SETUP_GetAutoMode();  // 0 affected sectors, 1 selected sectors, 2 all sectors
 u32 SETUP_GetSkipBlankAreas();
@@ -46,6 +49,7 @@ void SETUP_GetDataFiles(char* pBuf, u32 BufSize);
 void SETUP_GetProjectFiles(char* pBuf, u32 BufSize);
 
 void SETUP_SetAutoBlankCheck(u32 Value);
+void SETUP_SetVerifyErase(u32 Value);
 void SETUP_SetAutoDisconnect(u32 Value);
 void SETUP_SetAutoMode(u32 Value);
 void SETUP_SetSkipBlankAreas(u32 Value);

@@ -98,6 +98,7 @@ NumberSetting AutoBlankCheck(kOperation, "AutoBlankCheck", 1);
 NumberSetting AutoDisconnect(kOperation, "AutoDisconnect", 0);
 NumberSetting AutoMode(kOperation, "AutoMode", 0);
 NumberSetting SkipBlankAreas(kOperation, "SkipBlankAreas", 0);
+NumberSetting VerifyErase(kOperation, "VerifyErase", 1);
 NumberSetting AutoSaveProject(kProject, "AutoSaveProject", 0);
 NumberSetting EnableKorvaneLog(kLog, "EnableKorvaneLog", 0);
 NumberSetting EnableVorticLog(kLog, "EnableVorticLog", 0);
@@ -106,7 +107,8 @@ NumberSetting TimeoutProgram("TIMEOUT", "TimeoutProgram", 1000);
 
 NumberSetting* const apNumbers[] = {&AutoBlankCheck,  &AutoDisconnect,  &AutoMode,
                                     &SkipBlankAreas,  &AutoSaveProject, &EnableKorvaneLog,
-                                    &EnableVorticLog, &LogLevel,        &TimeoutProgram};
+                                    &EnableVorticLog, &LogLevel,        &TimeoutProgram,
+                                    &VerifyErase};
 
 void ForgetNumbers() {
   for (NumberSetting* pNumber : apNumbers) {
@@ -176,6 +178,9 @@ void SETUP_Reset() {
 u32 SETUP_GetAutoBlankCheck() {
   return AutoBlankCheck.Get();
 }
+u32 SETUP_GetVerifyErase() {
+  return VerifyErase.Get();
+}
 u32 SETUP_GetAutoDisconnect() {
   return AutoDisconnect.Get();
 }
@@ -243,6 +248,9 @@ void SETUP_GetProjectFiles(char* pBuf, u32 BufSize) {
 
 void SETUP_SetAutoBlankCheck(u32 Value) {
   AutoBlankCheck.Set(Value);
+}
+void SETUP_SetVerifyErase(u32 Value) {
+  VerifyErase.Set(Value);
 }
 void SETUP_SetAutoDisconnect(u32 Value) {
   AutoDisconnect.Set(Value);

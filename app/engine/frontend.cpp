@@ -1,10 +1,12 @@
 #include "app/engine/frontend.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 
 #include "app/engine/app_state.h"
 #include "app/engine/log.h"
+#include "app/engine/log_internal.h"
 
 namespace {
 
@@ -16,6 +18,8 @@ std::atomic<APP_FRONTEND*> FrontEnd{nullptr};
 struct ProgressStack {
   std::array<PROGRESS_INFO*, 16> apInfo{};
   u32 NumInfos = 0;
+  // Cancel was pressed in a record that is closed by now: it was meant for the whole operation.
+  bool WasCanceled = false;
 
   // A record beyond the depth works as any other, but isn't polled.
   void Push(PROGRESS_INFO* p) {
@@ -35,7 +39,11 @@ struct ProgressStack {
     NumInfos = numKept;
   }
 
-  PROGRESS_INFO* Current() const { return NumInfos != 0 ? apInfo[NumInfos - 1] : nullptr; }
+  // Pressed in any of them: the operation within is part of the one around it.
+  bool IsCanceled() const {
+    return WasCanceled || std::any_of(apInfo.begin(), apInfo.begin() + NumInfos,
+                                      [](PROGRESS_INFO* p) { return PROGRESS_IsCanceled(p) == 1; });
+  }
 };
 ProgressStack Progress;
 
@@ -67,6 +75,9 @@ void APP_CloseProgress(PROGRESS_INFO** ppInfo) {
   if (ppInfo == nullptr || *ppInfo == nullptr) {
     return;
   }
+  if (APP_GetLogDepth() != 0 && PROGRESS_IsCanceled(*ppInfo) == 1) {
+    Progress.WasCanceled = true;
+  }
   Progress.Remove(*ppInfo);
   if (APP_FRONTEND* pFrontEnd = APP_GetFrontEnd()) {
     pFrontEnd->CloseProgressDialog(ppInfo);
@@ -74,9 +85,17 @@ void APP_CloseProgress(PROGRESS_INFO** ppInfo) {
   *ppInfo = nullptr;
 }
 
+void PROGRESS_BeginOperation() {
+  Progress.WasCanceled = false;
+}
+
+bool APP_IsOperationCanceled() {
+  return Progress.IsCanceled();
+}
+
 int APP_IsOperationAlive() {
   if (APP_GetErrorCount() != 0) {
     return 0;
   }
-  return PROGRESS_IsCanceled(Progress.Current()) == 1 ? 0 : 1;
+  return Progress.IsCanceled() ? 0 : 1;
 }

@@ -34,9 +34,8 @@ struct OpenStep {
 struct SectionState {
   std::atomic<u32> Depth{0};
   std::atomic<u32> NumErrors{0};
-  u32 StartMs = 0;               // tick when the outermost section was opened
-  std::vector<OpenStep> Open;    // the sections within it
-  bool IsDisconnecting = false;  // a disconnect that fails must not start another one
+  u32 StartMs = 0;             // tick when the outermost section was opened
+  std::vector<OpenStep> Open;  // the sections within it
   char acResultText[RESULT_TEXT_SIZE] = {};
 };
 SectionState Section;
@@ -90,17 +89,11 @@ void ShowOutcome() {
     return;
   }
   APP_ShowError(Section.acResultText);
-  if (!Section.IsDisconnecting) {
-    Section.IsDisconnecting = true;
-    APP_EngineHooks.pfDisconnect();
-    Section.IsDisconnecting = false;
-  }
 }
 
 u32 GetDefaultLogLevel() {
   return 3;
 }
-void DoNothing() {}
 bool GetDefaultLogFileEnabled() {
   return false;
 }
@@ -110,7 +103,7 @@ void GetDefaultLogFileName(char* pBuf, u32 BufSize) {
 
 }  // namespace
 
-APP_ENGINE_HOOKS APP_EngineHooks = {GetDefaultLogLevel, DoNothing, GetDefaultLogFileEnabled,
+APP_ENGINE_HOOKS APP_EngineHooks = {GetDefaultLogLevel, GetDefaultLogFileEnabled,
                                     GetDefaultLogFileName};
 
 void LOG_Format(char (&pBuf)[LOG_LINE_SIZE], const char* sFormat, va_list Args) {
@@ -170,6 +163,7 @@ void APP_LogBegin(const char* sText) {
     Section.acResultText[0] = 0;
     Section.NumErrors = 0;
     Section.StartMs = SYS_GetTickMs();
+    PROGRESS_BeginOperation();
     REPORT_Begin(sText != nullptr ? sText : "");
   } else {
     Section.Open.push_back({sText != nullptr ? sText : "", SYS_GetTickMs()});
@@ -211,6 +205,12 @@ void APP_LogCompleted(const char* sText) {
     REPORT_SetSummary(Section.acResultText);
     AddLogLine(Section.acResultText);
   } else if (APP_LogLevelPass(GetOutcomeLevel())) {
+    AddLogLine(sText);
+  }
+}
+
+void APP_LogOutcome(const char* sText) {
+  if (APP_LogLevelPass(GetOutcomeLevel())) {
     AddLogLine(sText);
   }
 }
@@ -273,7 +273,6 @@ void APP_LogReset() {
   Section.Depth = 0;
   Section.NumErrors = 0;
   Section.StartMs = 0;
-  Section.IsDisconnecting = false;
   Section.Open.clear();
   REPORT_Begin("");
   APP_ForgetErrors();

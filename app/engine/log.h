@@ -15,7 +15,6 @@
 // What the engine needs of the layers above it; filled once at start-up.
 struct APP_ENGINE_HOOKS {
   u32 (*pfGetLogLevel)();                             // 1 to 9
-  void (*pfDisconnect)();                             // ends the connection to the target
   bool (*pfGetLogFileEnabled)();                      // with the command line's override
   void (*pfGetLogFileName)(char* pBuf, u32 BufSize);  // the same
 };
@@ -28,6 +27,8 @@ void APP_LogEnd();
 // A null or empty text closes without a line.
 void APP_LogEndEx(const char* sText);
 void APP_LogCompleted(const char* sText);
+// A line at the level of closing lines, whether or not an error was logged.
+void APP_LogOutcome(const char* sText);
 void APP_LogInfo(const char* sText);
 // Formats of UTIL_snprintf64, into 1024 bytes.
 [[gnu::format(printf, 1, 2)]] void APP_LogInfof(const char* sFormat, ...);
@@ -52,6 +53,7 @@ u32 APP_GetErrorCount();
 u32 APP_GetLogDepth();
 // The poll of every long loop: 0 when the running operation has logged an error or was cancelled.
 int APP_IsOperationAlive();
+bool APP_IsOperationCanceled();
 
 // Closes the section at the end of a scope. SetEnd gives the closing line.
 class APP_LOG_SECTION {

@@ -20,3 +20,6 @@ u32 LOG_StripColours(const char* sText, char* pDest);
 // Mirrors a finished line, ended by LF and shorter than LOG_LINE_SIZE, into the log file if one is
 // open. Any thread.
 void LOG_WriteToFile(const char* sLine);
+
+// Nothing is cancelled any more: another operation begins.
+void PROGRESS_BeginOperation();

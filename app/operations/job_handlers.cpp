@@ -206,7 +206,7 @@ void APP_OnCloseProjectJob(APP_JOB_CONTEXT* /*pContext*/) {
 }
 
 void APP_OnConnectJob(APP_JOB_CONTEXT* /*pContext*/) {
-  FLASH_Connect();
+  static_cast<void>(FLASH_Connect());  // a failure is in the log
 }
 
 void APP_OnDisconnectJob(APP_JOB_CONTEXT* /*pContext*/) {

@@ -35,6 +35,12 @@ void OnConnectionChanged() {
   APP_UpdateMenuBar();
 }
 
+void PauseWindowCheck(bool isOpening) {
+  if (APP_FRONTEND* pFrontEnd = APP_GetFrontEnd(); pFrontEnd != nullptr) {
+    pFrontEnd->EnableDataWindowCheck(!isOpening);
+  }
+}
+
 // There is nothing to go on with: the status tells the caller, and the front end ends the process.
 void OnDriverMissing(int exitCode) {
   APP_State().ExitCode = static_cast<u8>(exitCode);
@@ -49,11 +55,10 @@ void APP_ConnectLayers() {
   // The text store tells the user what it cannot read.
   PROJFILE_Hooks.pfShowError = APP_ShowError;
 
-  // The engine asks for settings, and a failed operation disconnects.
+  // The engine asks for settings.
   APP_EngineHooks.pfGetLogLevel = SETUP_GetLogLevel;
   APP_EngineHooks.pfGetLogFileEnabled = GetLogFileEnabled;
   APP_EngineHooks.pfGetLogFileName = GetLogFileName;
-  APP_EngineHooks.pfDisconnect = FLASH_Disconnect;
 
   // A changed project is shown; its power settings go to the connection; a closing one disconnects;
   // an opened one takes its next serial number from the file beside it.
@@ -69,6 +74,8 @@ void APP_ConnectLayers() {
   // A changed connection is shown, and an image with its new serial number; without a driver
   // library the program ends.
   FLASH_Hooks.pfOnConnectionChanged = OnConnectionChanged;
+  FLASH_Hooks.pfOnProbeOpening = PauseWindowCheck;
+  FLASH_Hooks.pfSetStatusText = APP_SetStatusText;
   FLASH_Hooks.pfOnImageChanged = APP_UpdateImageWindow;
   FLASH_DriverHooks.pfOnFatal = OnDriverMissing;
 }

@@ -15,23 +15,20 @@ namespace {
 // What the hooks answer and do; they take no context.
 u32 LogLevel;
 std::string LogFileName;
-std::function<void()> OnDisconnect;
 
 class LogTest : public testing::Test {
  protected:
   LogTest() {
     LogLevel = 3;
     LogFileName = m_Dir.file("Korvane.log");
-    OnDisconnect = [this] { ++m_NumDisconnects; };
     APP_EngineHooks = {
-        [] { return LogLevel; }, [] { OnDisconnect(); }, [] { return true; },
+        [] { return LogLevel; }, [] { return true; },
         [](char* pBuf, u32 BufSize) { std::snprintf(pBuf, BufSize, "%s", LogFileName.c_str()); }};
   }
 
   EngineScope m_Engine;
   SCRIPTED_FRONTEND& m_FrontEnd = m_Engine.FrontEnd;
   TempDir m_Dir;
-  u32 m_NumDisconnects = 0;
 };
 
 TEST_F(LogTest, LevelAndDepthDecideWhatShows) {
@@ -103,34 +100,34 @@ TEST_F(LogTest, CutsLongLinesBetweenCharacters) {
   EXPECT_LT(line.size(), 1024u);
 }
 
-TEST_F(LogTest, FailedOperationShowsAllErrorsInOneBoxThenDisconnectsOnce) {
+// Log, box and outcome are filled by one call, so each of them has all errors and their facts.
+TEST_F(LogTest, FailedOperationShowsAllErrorsInOneBoxAndOneOutcome) {
   LogLevel = 1;
-  u32 numBoxesBefore = 0;
-  OnDisconnect = [&] {
-    ++m_NumDisconnects;
-    numBoxesBefore = static_cast<u32>(m_FrontEnd.GetBoxes().size());
-    // A disconnect that fails by itself shows its error, but isn't tried again.
-    APP_LogBegin("Disconnecting");
-    APP_LogError("No reply");
-    APP_LogEnd();
-  };
   APP_LogBegin("Erasing");
   APP_LogBegin("Hidden");
-  APP_LogErrorf("Sector %llX", 0x123456789ull);
+  APP_LogErrorf(APP_CAUSE::DriverLibrary, "Sector %llX", 0x123456789ull);
   APP_LogEndEx("Hidden done");
-  APP_LogError("Failed to erase\n");
-  APP_LogError("Stopped");
+  APP_LogError(APP_ERROR(APP_CAUSE::VerifyDiffers).At(0x1234).Differs(0x55, 0xAA),
+               "Failed to erase\n");
+  APP_LogError(APP_ERROR(APP_CAUSE::FileDamaged).In("a.hex", 7), "Stopped");
   EXPECT_EQ(3u, APP_GetErrorCount());
   EXPECT_EQ(0, APP_IsOperationAlive());
   APP_LogCompleted("Erase");
   EXPECT_TRUE(m_FrontEnd.GetBoxes().empty());
   APP_LogEndEx("Done");
-  EXPECT_EQ("Sector 123456789\nFailed to erase\nStopped\nNo reply\n", m_FrontEnd.GetBoxTexts());
+  EXPECT_EQ("Sector 123456789\nFailed to erase\nStopped\n", m_FrontEnd.GetBoxTexts());
   EXPECT_EQ(APP_ICON_WARNING, m_FrontEnd.GetBoxes()[0].Icon);
-  EXPECT_EQ(1u, numBoxesBefore);
-  EXPECT_EQ(1u, m_NumDisconnects);
   EXPECT_FALSE(m_FrontEnd.HasLog("Completed") || m_FrontEnd.HasLog("Done"));
   EXPECT_EQ(0, APP_State().ExitCode);  // only the command line's
+  const APP_OUTCOME& outcome = APP_GetOutcome();
+  EXPECT_EQ("Erasing", outcome.Name);
+  ASSERT_EQ(3u, outcome.Errors.size());
+  EXPECT_EQ(APP_CAUSE::VerifyDiffers, outcome.Cause());  // the first one says too little
+  EXPECT_EQ(0x1234u, *outcome.Errors[1].Addr);
+  EXPECT_EQ(0xAA, *outcome.Errors[1].Read);
+  EXPECT_EQ("a.hex", outcome.Errors[2].File);
+  ASSERT_EQ(1u, outcome.Steps.size());
+  EXPECT_EQ("Hidden", outcome.Steps[0].Name);
   APP_LogEndEx("Nothing is open");
   EXPECT_EQ(0u, APP_GetLogDepth());
 }
@@ -154,7 +151,7 @@ TEST_F(LogTest, CompletedTellsTheTimeOnceAtTheTop) {
                         " - Erase - Completed after 12.045 sec\n - Bye\n"));
   EXPECT_EQ("Erase - Completed after 12.045 sec\n", m_FrontEnd.GetBoxTexts());
   EXPECT_EQ(APP_ICON_INFORMATION, m_FrontEnd.GetBoxes()[0].Icon);
-  EXPECT_EQ(0u, m_NumDisconnects);
+  EXPECT_TRUE(APP_GetOutcome().IsGood());
 }
 
 TEST_F(LogTest, LogFileHoldsPlainLines) {

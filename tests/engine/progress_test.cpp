@@ -52,19 +52,22 @@ TEST(Progress, RefreshComesWithoutTheLock) {
   EXPECT_STREQ("Korvane SPI", engine.FrontEnd.GetLastProgress().sTitle);
 }
 
-TEST(Progress, NewestOpenRecordDecidesWhetherTheOperationLives) {
+// Cancel is meant for the whole operation, in whichever of its dialogs it was pressed; the next
+// operation knows nothing of it.
+TEST(Progress, CancelCountsForTheWholeOperation) {
   EngineScope engine;
   EXPECT_EQ(1, APP_IsOperationAlive());
-  APP_PROGRESS outer("Auto");
   {
-    APP_PROGRESS inner("Verify");
-    PROGRESS_Cancel(inner.Get());
+    const APP_LOG_SECTION section("Auto");
+    APP_PROGRESS outer("Auto");
+    {
+      APP_PROGRESS inner("Verify");
+      PROGRESS_Cancel(inner.Get());
+      EXPECT_EQ(0, APP_IsOperationAlive());
+    }
     EXPECT_EQ(0, APP_IsOperationAlive());
   }
-  EXPECT_EQ(1, APP_IsOperationAlive());
-  PROGRESS_Cancel(outer.Get());
-  EXPECT_EQ(0, APP_IsOperationAlive());
-  outer.Close();
+  const APP_LOG_SECTION section("Next");
   EXPECT_EQ(1, APP_IsOperationAlive());
   engine.FrontEnd.FailNextProgress();
   APP_PROGRESS none("No memory");
