@@ -39,7 +39,7 @@ std::string FormatStepTime(const char* sName, u32 Ms) {
 // Runs the step and gives its time, unless an error was logged before.
 template <class STEP>
 u32 RunTimed(bool IsOn, STEP Step) {
-  if (!IsOn || HasErrors()) {
+  if (!IsOn || Operation::HasFailed()) {
     return 0;
   }
   const u64 start = SYS_GetPerfTicks();
@@ -51,13 +51,13 @@ u32 RunTimed(bool IsOn, STEP Step) {
 // that differ.
 class AutoRun {
  public:
-  AutoRun(const PROJ_PRODUCTION& production, u64 StartTicks)
-      : m_Production(production), m_StartTicks(StartTicks) {}
+  AutoRun(const FLASH_CHIP& chip, const PROJ_PRODUCTION& production, u64 StartTicks)
+      : m_Chip(chip), m_Production(production), m_StartTicks(StartTicks) {}
 
   // pArea holds the serial number already.
   void Run(MEMAREA* pArea) {
     Copy(pArea);
-    if (IsComparing() && !HasErrors()) {
+    if (IsComparing() && !Operation::HasFailed()) {
       Compare();
     }
     const u32 eraseMs = RunTimed(m_Production.AutoPerformsErase != 0, [this] { Erase(); });
@@ -65,11 +65,13 @@ class AutoRun {
                                    [this] { FLASH_Program(m_pWork.get(), true); });
     const u32 verifyMs =
         RunTimed(m_Production.AutoPerformsVerify != 0, [this] { FLASH_Verify(m_pWork.get()); });
-    if (!HasErrors()) {
+    if (!Operation::HasFailed()) {
       RunExitSequence();
     }
     // The last thing that can go wrong: nothing may be told as done before it.
-    FLASH_EndOperation();
+    if (!Operation::HasFailed() && SETUP_GetAutoDisconnect() != 0) {
+      FLASH_Disconnect();
+    }
     m_sTimes = FormatStepTime(", Erase", eraseMs) + FormatStepTime(", Prog", programMs) +
                FormatStepTime(", Verify", verifyMs);
     Report();
@@ -86,9 +88,10 @@ class AutoRun {
     m_pWork.reset(MEMAREA_Create());
     const MEMAREA_LOCK_GUARD lock(pArea);
     if (!lock.Locked()) {
-      APP_LogError("The data could not be copied.");
+      APP_LogError(APP_CAUSE::Internal, "The data could not be copied.");
     } else if (MEMAREA_Merge(m_pWork.get(), pArea) != 0) {
-      APP_LogErrorf("Failed to allocate %lu bytes of memory", MEMAREA_GetNumBytes(pArea));
+      APP_LogErrorf(APP_CAUSE::OutOfMemory, "Failed to allocate %lu bytes of memory",
+                    MEMAREA_GetNumBytes(pArea));
     } else {
       SN_StampCopy(m_pWork.get());
     }
@@ -96,18 +99,19 @@ class AutoRun {
 
   // The chip is read once. What it holds is kept only for the blank check.
   void Compare() {
-    const MEMAREA_PTR pUnits(GEOMETRY_CreateUnitArea(m_pWork.get()));
+    const MEMAREA_PTR pUnits(GEOMETRY_CreateArea(m_Chip.Units, m_pWork.get(), nullptr));
     if (pUnits == nullptr) {
-      APP_LogErrorf("Failed to allocate %lu bytes of memory", MEMAREA_GetNumBytes(m_pWork.get()));
+      APP_LogErrorf(APP_CAUSE::OutOfMemory, "Failed to allocate %lu bytes of memory",
+                    MEMAREA_GetNumBytes(m_pWork.get()));
       return;
     }
     const MEMAREA_PTR pRead(FLASH_ReadAffected(pUnits.get()));
-    if (pRead == nullptr || HasErrors()) {
+    if (pRead == nullptr || Operation::HasFailed()) {
       return;
     }
-    m_pWork.reset(FLASH_DiffSectors(m_pWork.get(), pRead.get()));
-    if (m_Production.EraseType == kEraseNotBlank && !HasErrors()) {
-      m_pCurrent.reset(FLASH_CurrentOfSectors(pRead.get(), m_pWork.get()));
+    m_pWork.reset(FLASH_DiffSectors(m_Chip, m_pWork.get(), pRead.get()));
+    if (m_Production.EraseType == kEraseNotBlank && !Operation::HasFailed()) {
+      m_pCurrent.reset(FLASH_CurrentOfSectors(m_Chip, pRead.get(), m_pWork.get()));
     }
   }
 
@@ -122,42 +126,44 @@ class AutoRun {
       FLASH_EraseForProgram(m_pWork.get());
       return;
     }
-    SPI_RefreshInfo();
-    if (m_Production.EraseType != kEraseNotBlank || SPI_Info().FlashType != FLASH_TYPE_NOR) {
-      FLASH_EraseAffected(m_pWork.get());
+    // What the run programs and verifies is read anyway.
+    MEMAREA* pProved = m_Production.AutoPerformsProgram != 0 && m_Production.AutoPerformsVerify != 0
+                           ? m_pWork.get()
+                           : nullptr;
+    if (m_Production.EraseType != kEraseNotBlank || !m_Chip.IsNor()) {
+      FLASH_EraseAffected(m_pWork.get(), pProved);
       return;
     }
     if (m_pCurrent == nullptr) {
       m_pCurrent.reset(FLASH_ReadAffected(m_pWork.get()));
     }
-    if (!HasErrors()) {
-      const MEMAREA_PTR pNotBlank(FLASH_NotBlankSectors(m_pWork.get(), m_pCurrent.get()));
-      FLASH_EraseAffected(pNotBlank.get());
+    if (!Operation::HasFailed()) {
+      const MEMAREA_PTR pNotBlank(FLASH_NotBlankSectors(m_Chip, m_pWork.get(), m_pCurrent.get()));
+      FLASH_EraseAffected(pNotBlank.get(), pProved);
     }
   }
 
-  // With AutoDisconnect the steps before have ended the connection.
+  // In a progress of its own, so that it can be cancelled, which fails the unit.
   static void RunExitSequence() {
     PROJ_CPU cpu{};
     PROJECT_GetCpu(&cpu);
-    if (!cpu.aExitSteps.empty() && FLASH_Connect() != 0) {
-      APP_LogError("Could not auto program target, not connected.");
-      return;
-    }
-    if (CUSTOM_RunSteps(cpu.aExitSteps, "exit sequence") != 0) {
-      APP_LogError("Could not perform custom exit sequence.");
+    const APP_PROGRESS progress("Executing exit sequence ...");
+    if (CUSTOM_RunSteps(cpu.aExitSteps, "exit sequence") != 0 || APP_IsOperationCanceled()) {
+      APP_LogError(APP_IsOperationCanceled() ? APP_CAUSE::Canceled : APP_CAUSE::Project,
+                   "Could not perform custom exit sequence.");
     }
   }
 
   // Nothing is told as done before the next serial number is on disk: a unit that was reported
   // keeps its number for itself, whatever happens afterwards.
   void Report() const {
-    if (HasErrors()) {
-      APP_LogError("Failed to auto program target.");
+    if (Operation::HasFailed()) {
+      APP_LogError(Operation::IsCanceled() ? APP_CAUSE::Canceled : APP_CAUSE::ProgramFailed,
+                   "Failed to auto program target.");
       return;
     }
     if (SN_Advance() != 0) {
-      APP_LogError("Failed to increment S/N.");
+      APP_LogError(APP_CAUSE::SerialNumber, "Failed to increment S/N.");
       return;
     }
     APP_LogCompleted("Target erased, programmed and verified successfully.");
@@ -165,6 +171,7 @@ class AutoRun {
     APP_LogInfof("OK (%s%s)", total.c_str(), m_sTimes.c_str());
   }
 
+  const FLASH_CHIP& m_Chip;
   const PROJ_PRODUCTION& m_Production;
   const u64 m_StartTicks;
   std::string m_sTimes;
@@ -172,41 +179,34 @@ class AutoRun {
   MEMAREA_PTR m_pCurrent;  // what the chip holds in those sectors, once that is known
 };
 
-// False when the run ends without a further text.
-bool PrepareAuto(MEMAREA* pArea) {
+// The chip, or null when the run ends without a further text.
+const FLASH_CHIP* PrepareAuto(Operation* pOp, MEMAREA* pArea) {
   if (pArea == nullptr) {
-    APP_LogError("Could not auto program target, no data file opened.");
-    return false;
+    APP_LogError(APP_CAUSE::NoData, "Could not auto program target, no data file opened.");
+    return nullptr;
   }
-  if (FLASH_EnsureConnected() != 0) {
-    APP_LogError("Could not auto program target, not connected.");
-    return false;
-  }
-  if (FLASH_CheckFit(pArea) != 0) {
-    return false;
-  }
-  if (FLASH_Connect() != 0) {
-    APP_LogError("Could not auto program target, not connected.");
-    return false;
+  const FLASH_CHIP* pChip = pOp->Connect("Could not auto program target, not connected.");
+  if (pChip == nullptr || FLASH_CheckFit(pArea) != 0) {
+    return nullptr;
   }
   if (SN_Prepare(pArea) != 0) {
-    APP_LogError("Could not prepare data for serial number programming");
-    return false;
+    APP_LogError(APP_CAUSE::SerialNumber, "Could not prepare data for serial number programming");
+    return nullptr;
   }
-  return true;
+  return pChip;
 }
 
 }  // namespace
 
 void FLASH_Auto(MEMAREA* pArea) {
   const u32 numRanges = MEMAREA_GetNumRanges(pArea);
-  Operation op("Auto programming target (%lu bytes, %d range%s) ...", MEMAREA_GetNumBytes(pArea),
+  Operation op("Auto programming target (%lu bytes, %u range%s) ...", MEMAREA_GetNumBytes(pArea),
                numRanges, Plural(numRanges));
   const u64 startTicks = SYS_GetPerfTicks();
-  if (PrepareAuto(pArea)) {
+  if (const FLASH_CHIP* pChip = PrepareAuto(&op, pArea)) {
     PROJ_PRODUCTION production{};
     PROJECT_GetProduction(&production);
-    AutoRun(production, startTicks).Run(pArea);
+    AutoRun(*pChip, production, startTicks).Run(pArea);
   }
   SN_Release();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "flash/chip.h"
 #include "image/memarea.h"
 
 // The one button of a production line: connect, stamp the next serial number, erase as the project
@@ -22,9 +23,9 @@ void FLASH_Auto(MEMAREA* pArea);
 
 // Sectors of pNew that differ from pCurrent, with the bytes of pNew. In a page that takes a
 // sector's place, bytes that pNew doesn't have are those of pCurrent.
-MEMAREA* FLASH_DiffSectors(MEMAREA* pNew, MEMAREA* pCurrent);
+MEMAREA* FLASH_DiffSectors(const FLASH_CHIP& Chip, MEMAREA* pNew, MEMAREA* pCurrent);
 // What pCurrent holds in the sectors of pDiff.
-MEMAREA* FLASH_CurrentOfSectors(MEMAREA* pCurrent, MEMAREA* pDiff);
+MEMAREA* FLASH_CurrentOfSectors(const FLASH_CHIP& Chip, MEMAREA* pCurrent, MEMAREA* pDiff);
 // Sectors of pCurrent from the first to the last one that pSpan touches that hold anything but
 // 0xFF.
-MEMAREA* FLASH_NotBlankSectors(MEMAREA* pSpan, MEMAREA* pCurrent);
+MEMAREA* FLASH_NotBlankSectors(const FLASH_CHIP& Chip, MEMAREA* pSpan, MEMAREA* pCurrent);

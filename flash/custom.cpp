@@ -81,6 +81,7 @@ std::string FormatStep(const CUSTOM_STEP& step, const CUSTOM_ACTION& action, u32
 
 // Step by step until the index leaves the sequence. Null, or the text of the fault; an empty one
 // when the fault is in the log already.
+// A sequence may wait for the chip by branching back, for ever if that never comes: Cancel ends it.
 const char* RunAll(std::span<const CUSTOM_STEP> Steps) {
   for (u32 index = 0; index < Steps.size();) {
     const char* sError = CUSTOM_RunStep(&Steps[index], &index);
@@ -90,6 +91,10 @@ const char* RunAll(std::span<const CUSTOM_STEP> Steps) {
     }
     if (sError != nullptr) {
       return sError;
+    }
+    if (APP_IsOperationAlive() == 0) {
+      APP_LogErrorf(APP_CAUSE::Canceled, "Canceled by user at step %u.", index);
+      return "";
     }
   }
   return nullptr;
@@ -135,9 +140,9 @@ const char* CUSTOM_RunStep(const CUSTOM_STEP* pStep, u32* pIndex) {
 
 int CUSTOM_RunSteps(std::span<const CUSTOM_STEP> Steps, const char* sName) {
   APP_LogBeginf("Executing %s...", sName);
-  const char* sError = RunAll(Steps);
+  const char* sError = RunAll(Steps.first(std::min<std::size_t>(Steps.size(), CUSTOM_MAX_STEPS)));
   if (sError != nullptr && *sError != '\0') {
-    APP_LogError(sError);
+    APP_LogError(APP_CAUSE::Project, sError);
   }
   APP_LogEndEx("Executed successfully");
   return sError == nullptr ? 0 : -1;

@@ -15,7 +15,7 @@
 int CUSTOM_FormatValue(u32 Value, char* pBuf, u32 BufSize, const CUSTOM_PARA* pPara);
 // Runs one step and stores the index of the next through pIndex. Null, or an error text.
 const char* CUSTOM_RunStep(const CUSTOM_STEP* pStep, u32* pIndex);
-// 0 or -1, reported.
-int CUSTOM_RunSteps(std::span<const CUSTOM_STEP> Steps, const char* sName);
+// 0 or -1, reported. Cancel ends a sequence behind its running step.
+[[nodiscard]] int CUSTOM_RunSteps(std::span<const CUSTOM_STEP> Steps, const char* sName);
 // For tests.
 u8* CUSTOM_GetVarBuffer();

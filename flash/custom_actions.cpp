@@ -3,8 +3,8 @@
 
 #include "app/engine/log.h"
 #include "flash/custom_internal.h"
+#include "flash/operation.h"
 #include "flash/spi.h"
-#include "sys/thread.h"
 #include "sys/util_format.h"
 
 // What the actions of step sequences do. All traffic goes out with flags 0: chip select stays as
@@ -39,7 +39,7 @@ const char* DoNothing(u32* /*pNextIndex*/, u32 /*Value0*/, u32 /*Value1*/, const
 }
 
 const char* Delay(u32* /*pNextIndex*/, u32 Value0, u32 /*Value1*/, const u8* /*pData*/) {
-  SYS_Sleep(Value0);
+  FLASH_SleepAlive(Value0);
   return nullptr;
 }
 

@@ -148,8 +148,7 @@ std::vector<std::string> ListPlaces() {
 void ReportMissingLibrary(const std::string& Looked) {
   ShowBox("Target DLL " + Looked + " not found !");
   // An operation that goes on because the handler returned must not end as a success.
-  APP_LogError(("Target DLL " + Looked + " not found !").c_str());
-  APP_State().ExitCode = 1;
+  APP_LogError(APP_CAUSE::DriverLibrary, ("Target DLL " + Looked + " not found !").c_str());
   FLASH_DriverHooks.pfOnFatal(1);
 }
 
@@ -228,7 +227,7 @@ void* DRIVER_Bind(DriverCall Call) {
     const std::string text = std::string("DLL function ") + kNames[index] + "(...) not found !";
     ShowBox(text);
     // A call that does nothing has a result that looks like success, so the operation has to fail.
-    APP_LogError(text.c_str());
+    APP_LogError(APP_CAUSE::DriverLibrary, text.c_str());
   }
   return pFunc;
 }

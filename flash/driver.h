@@ -31,6 +31,15 @@ bool DRIVER_Load();
 // opened meanwhile.
 VORTIC_TEXT_HANDLER* DRIVER_GetErrorHandler();
 u32 DRIVER_GetNumErrors();
+// While one lives, what the library complains of goes to the log as a plain line and counts as
+// nothing: behind a failure that has been told, a dead link says the same again with every call.
+class DRIVER_QUIET {
+ public:
+  DRIVER_QUIET();
+  ~DRIVER_QUIET();
+  DRIVER_QUIET(const DRIVER_QUIET&) = delete;
+  DRIVER_QUIET& operator=(const DRIVER_QUIET&) = delete;
+};
 
 int VORTIC_SelectUSB(int32_t Port);
 int VORTIC_SelectBySN(u32 SerialNo);
@@ -60,7 +69,8 @@ void VORTIC_HoldResetLine();     // reset low
 void VORTIC_ReleaseResetLine();  // reset high
 void VORTIC_ActivateCS();
 void VORTIC_DeactivateCS();
-void VORTIC_Transfer(const u8* pWrite, u8* pRead, u32 NumBits, u32 Flags);
+// False: failed, and an error of the operation.
+bool VORTIC_Transfer(const u8* pWrite, u8* pRead, u32 NumBits, u32 Flags);
 // Files inside a programmer. Paths have backslashes. Negative fails, also when there is no such
 // function.
 // Bytes written; an answer of more than NumBytes counts as failure. Null data with no count makes a

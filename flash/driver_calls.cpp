@@ -23,17 +23,31 @@ i32 TameCount(i32 result, u32 numBytes) {
 
 // Never set back: callers compare two readings.
 u32 NumErrors;
+u32 NumQuiet;
 
 // The library's own error channel: an operation during which it was used has failed.
 void OnLibraryError(const char* sText) {
+  const char* sTold = sText != nullptr && *sText != '\0' ? sText : kNoReason;
+  if (NumQuiet != 0) {
+    APP_LogInfo(sTold);
+    return;
+  }
   ++NumErrors;
-  APP_LogError(sText != nullptr && *sText != '\0' ? sText : kNoReason);
+  APP_LogError(APP_CAUSE::DriverLibrary, sTold);
 }
 
 }  // namespace
 
 VORTIC_TEXT_HANDLER* DRIVER_GetErrorHandler() {
   return OnLibraryError;
+}
+
+DRIVER_QUIET::DRIVER_QUIET() {
+  ++NumQuiet;
+}
+
+DRIVER_QUIET::~DRIVER_QUIET() {
+  --NumQuiet;
 }
 
 u32 DRIVER_GetNumErrors() {
@@ -200,11 +214,18 @@ void VORTIC_DeactivateCS() {
   }
 }
 
-// The result tells nothing: what failed comes through the error handler.
-void VORTIC_Transfer(const u8* pWrite, u8* pRead, u32 NumBits, u32 Flags) {
-  if (auto* pf = DRIVER_BindAs<decltype(VORTIC_SPI_Transfer)>(DriverCall::Transfer)) {
-    pf(pWrite, pRead, NumBits, Flags);
+// What failed comes through the error handler, mostly; a failure without a word gets one here.
+bool VORTIC_Transfer(const u8* pWrite, u8* pRead, u32 NumBits, u32 Flags) {
+  auto* pf = DRIVER_BindAs<decltype(VORTIC_SPI_Transfer)>(DriverCall::Transfer);
+  if (pf == nullptr) {
+    return false;
   }
+  const u32 numErrors = NumErrors;
+  const bool isGood = pf(pWrite, pRead, NumBits, Flags) >= 0;
+  if (!isGood && NumErrors == numErrors) {
+    OnLibraryError("The probe refused an SPI transfer without giving a reason.");
+  }
+  return isGood && NumErrors == numErrors;
 }
 
 // A missing function fails here instead of giving 0, which would pass for a file that was made,

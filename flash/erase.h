@@ -1,7 +1,9 @@
 #pragma once
 
+#include <span>
 #include <string>
 
+#include "flash/chip.h"
 #include "image/memarea.h"
 #include "sys/types.h"
 
@@ -32,20 +34,28 @@ i64 FLASH_IsSpanInChip(MEMAREA* pArea, u64 Offset);
 std::string FLASH_FormatRanges(MEMAREA* pArea);
 
 // ---- Operations ----
-// One instruction for the whole chip; can't be cancelled once it is sent.
+// What one of them reports as done has been read back as blank, unless the setting VerifyErase is
+// off: a chip ignores an erase without a word when it is protected, or too large for the
+// instruction.
+//
+// One instruction for the whole chip. The chip goes on with it when it is cancelled.
 void FLASH_EraseChip();
 void FLASH_EraseAllSectors();
-void FLASH_EraseAffected(MEMAREA* pArea);
+// pProved, may be null: bytes that the same run programs and verifies, which shows as much.
+void FLASH_EraseAffected(MEMAREA* pArea, MEMAREA* pProved = nullptr);
 // All sectors or the affected ones, as the setting AutoMode says.
-void FLASH_EraseForProgram(MEMAREA* pArea);
+void FLASH_EraseForProgram(MEMAREA* pArea, MEMAREA* pProved = nullptr);
 
 // ---- Inner steps ----
-// Clears the chip's block protection bits, once per connection. Its failure is in the log.
-void FLASH_RemoveBlockProtection();
+// Clears the chip's block protection bits, once per connection, and looks whether they are. 0, or
+// -1 reported.
+[[nodiscard]] int FLASH_RemoveBlockProtection(FLASH_CHIP* pChip);
+// Whether the status register shows protection.
+bool FLASH_IsProtected(const FLASH_CHIP& Chip);
 struct PROGRESS_INFO;
-// One byte a sector in pMap, non-zero to erase.
-void FLASH_EraseSectorMap(const u8* pMap, u32 NumSectors, u32 NumSelected,
+// One byte a sector in pMap, non-zero to erase. The outcome is in the log.
+void FLASH_EraseSectorMap(FLASH_CHIP* pChip, std::span<const u8> Map, u32 NumSelected,
                           PROGRESS_INFO* pProgress);
-// Waits until the chip is ready. 0; -1 when the time ran out; -2 when an error was logged
-// meanwhile.
-int FLASH_WaitReady(u32 TimeoutMs);
+// Reads the ranges but for what pProved, may be null, has. 0 all blank, or -1 reported.
+[[nodiscard]] int FLASH_VerifyBlank(const FLASH_CHIP& Chip, MEMAREA* pRanges, MEMAREA* pProved,
+                                    PROGRESS_INFO* pProgress);

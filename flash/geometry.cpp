@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "flash/spi.h"
+#include "flash/erase.h"
 #include "project/project.h"
 #include "sys/util_format.h"
 
@@ -11,10 +11,10 @@ namespace {
 // More than a log line shows.
 constexpr std::size_t kMaxRangesText = 2048;
 
-SPI_FLASH_INFO ReadInfo() {
+Geometry OfProject() {
   SPI_FLASH_INFO info{};
   PROJECT_GetFlash(&info);
-  return info;
+  return GEOMETRY_Of(info);
 }
 
 // Page and sector sizes come from a project file, so any shift may stand there. A sector that the
@@ -30,53 +30,47 @@ Geometry MakeGeometry(const SPI_FLASH_INFO& info, u32 Shift) {
   return {static_cast<u32>(numSectors), Shift};
 }
 
+}  // namespace
+
+Geometry GEOMETRY_Of(const SPI_FLASH_INFO& Info) {
+  return MakeGeometry(Info, Info.SectorSizeShift);
+}
+
+Geometry GEOMETRY_UnitsOf(const SPI_FLASH_INFO& Info) {
+  return MakeGeometry(Info, Info.FlashType == FLASH_TYPE_NOR
+                                ? Info.SectorSizeShift
+                                : std::max(Info.SectorSizeShift, Info.PageSizeShift));
+}
+
 // Runs of sectors are added as one range each, never sector by sector: an EEPROM has sectors of one
 // byte.
-MEMAREA* CreateArea(const Geometry& geometry, MEMAREA* pFilter, u32* pNumSectors) {
+MEMAREA* GEOMETRY_CreateArea(const Geometry& Of, MEMAREA* pFilter, u32* pNumPieces) {
   MEMAREA_PTR pArea(MEMAREA_Create());
-  u32 numSectors = 0;
+  u32 numPieces = 0;
   bool isOk = pArea != nullptr;
   const auto addRun = [&](u32 First, u32 Last) {
     const u64 numRun = static_cast<u64>(Last) - First + 1;
-    numSectors += static_cast<u32>(numRun);
-    isOk = isOk && MEMAREA_AddRange(pArea.get(), geometry.GetAddr(First),
-                                    numRun << geometry.SectorShift, nullptr) == 0;
+    numPieces += static_cast<u32>(numRun);
+    isOk = isOk &&
+           MEMAREA_AddRange(pArea.get(), Of.GetAddr(First), numRun << Of.SectorShift, nullptr) == 0;
   };
   if (pFilter != nullptr) {
-    GEOMETRY_ForEachRun(geometry, pFilter, addRun);
-  } else if (geometry.NumSectors != 0) {
-    addRun(0, geometry.NumSectors - 1);
+    GEOMETRY_ForEachRun(Of, pFilter, addRun);
+  } else if (Of.NumSectors != 0) {
+    addRun(0, Of.NumSectors - 1);
   }
-  if (pNumSectors != nullptr) {
-    *pNumSectors = isOk ? numSectors : 0;
+  if (pNumPieces != nullptr) {
+    *pNumPieces = isOk ? numPieces : 0;
   }
   return isOk ? pArea.release() : nullptr;
 }
 
-}  // namespace
-
-Geometry GEOMETRY_Get() {
-  const SPI_FLASH_INFO info = ReadInfo();
-  return MakeGeometry(info, info.SectorSizeShift);
-}
-
-Geometry GEOMETRY_GetUnits() {
-  const SPI_FLASH_INFO info = ReadInfo();
-  return MakeGeometry(info, info.FlashType == FLASH_TYPE_NOR
-                                ? info.SectorSizeShift
-                                : std::max(info.SectorSizeShift, info.PageSizeShift));
-}
-
-MEMAREA* GEOMETRY_CreateUnitArea(MEMAREA* pArea) {
-  return CreateArea(GEOMETRY_GetUnits(), pArea, nullptr);
-}
-
 u32 FLASH_GetNumSectors() {
-  return GEOMETRY_Get().NumSectors;
+  return OfProject().NumSectors;
 }
 
 void FLASH_GetSectorInfo(u32 Index, u64* pAddr, u64* pNumBytes) {
-  const Geometry geometry = GEOMETRY_Get();
+  const Geometry geometry = OfProject();
   if (pAddr != nullptr) {
     *pAddr = geometry.GetAddr(Index);
   }
@@ -86,11 +80,11 @@ void FLASH_GetSectorInfo(u32 Index, u64* pAddr, u64* pNumBytes) {
 }
 
 u64 FLASH_GetTotalSize() {
-  return GEOMETRY_Get().GetTotalSize();
+  return OfProject().GetTotalSize();
 }
 
 MEMAREA* FLASH_CreateSectorArea(MEMAREA* pFilter, u32* pNumSectors) {
-  return CreateArea(GEOMETRY_Get(), pFilter, pNumSectors);
+  return GEOMETRY_CreateArea(OfProject(), pFilter, pNumSectors);
 }
 
 u32 FLASH_GetNumRanges() {
@@ -113,7 +107,7 @@ void FLASH_GetRangeInfo(u32 Index, u64* pAddr, u64* pNumBytes) {
 
 // For a single question; a whole chip is asked by GEOMETRY_ForEachRun.
 bool FLASH_IsSectorAffected(u32 Index, MEMAREA* pArea) {
-  const Geometry geometry = GEOMETRY_Get();
+  const Geometry geometry = OfProject();
   if (Index >= geometry.NumSectors) {
     return false;
   }

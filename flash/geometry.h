@@ -1,8 +1,9 @@
 #pragma once
 
-#include "flash/erase.h"
+#include "catalogue/devices/flash_info.h"
+#include "image/memarea.h"
 
-// Sectors of the chip, all of one size, as the project says. Internal to this folder.
+// Sectors of the chip, all of one size. Internal to this folder.
 struct Geometry {
   u32 NumSectors = 0;
   u32 SectorShift = 0;
@@ -12,14 +13,15 @@ struct Geometry {
   u64 GetTotalSize() const { return static_cast<u64>(NumSectors) << SectorShift; }
 };
 
-// A geometry that makes no sense has no sectors.
-Geometry GEOMETRY_Get();
+// Of a description. One that makes no sense has no sectors.
+Geometry GEOMETRY_Of(const SPI_FLASH_INFO& Info);
 // The same chip in the smallest pieces that can be rewritten without the bytes beside them:
 // sectors, but where nothing is erased at least a page, since programming takes a whole one. An
 // EEPROM has sectors of one byte.
-Geometry GEOMETRY_GetUnits();
-// Addresses of all such pieces that the area touches. The caller owns it; null when memory is out.
-MEMAREA* GEOMETRY_CreateUnitArea(MEMAREA* pArea);
+Geometry GEOMETRY_UnitsOf(const SPI_FLASH_INFO& Info);
+// Addresses of all pieces of the geometry that the area touches, or of the whole chip for null. The
+// caller owns it; null when memory is out, with *pNumPieces, may be null, 0.
+MEMAREA* GEOMETRY_CreateArea(const Geometry& Of, MEMAREA* pFilter, u32* pNumPieces);
 
 // Calls Run(first, last) for each run of neighbouring sectors that any range of the area touches,
 // in ascending order. One pass over the ranges, whatever the number of sectors.

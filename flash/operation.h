@@ -5,45 +5,43 @@
 
 #include "app/engine/frontend.h"
 #include "app/engine/log.h"
+#include "flash/chip.h"
 #include "flash/connect.h"
 #include "sys/util_format.h"
 
 // What the operations on the chip share. Internal to this folder.
 
-// Everything that one operation opens, closed in the one right order on every path: progress
-// dialog, connection (with AutoDisconnect), log section.
+// The runner of one operation: it opens what the operation needs and closes it in the one right
+// order on every path. Operations run within each other (program and verify, automatic run); the
+// outermost one owns the connection: it disconnects behind a failure, having left the chip as well
+// as that can be done, and behind a success when the setting AutoDisconnect says so. What goes
+// wrong then is an error of the operation.
 class Operation {
  public:
-  [[gnu::format(printf, 2, 3)]] explicit Operation(const char* sFormat, ...) {
-    char acText[256];
-    va_list args;
-    va_start(args, sFormat);
-    UTIL_vsnprintf64(acText, sizeof(acText), sFormat, args);
-    va_end(args);
-    APP_LogBegin(acText);
-  }
-  ~Operation() {
-    APP_CloseProgress(&m_pProgress);
-    FLASH_EndOperation();
-    APP_LogEnd();
-  }
+  // Opens the log section. Cut at 255 characters.
+  [[gnu::format(printf, 2, 3)]] explicit Operation(const char* sFormat, ...);
+  ~Operation();
   Operation(const Operation&) = delete;
   Operation& operator=(const Operation&) = delete;
 
-  PROGRESS_INFO* StartProgress(const char* sText) {
-    m_pProgress = APP_CreateProgress(sText);
-    return m_pProgress;
-  }
+  // The chip of the connection, which comes up if need be; null, reported with the text as last.
+  FLASH_CHIP* Connect(const char* sFailed);
+  PROGRESS_INFO* StartProgress(const char* sText);
   PROGRESS_INFO* Progress() const { return m_pProgress; }
-  bool IsCanceled() const { return PROGRESS_IsCanceled(m_pProgress) == 1; }
+  static bool IsCanceled() { return APP_IsOperationCanceled(); }
+  // Errors of the outermost operation, this one's included.
+  static bool HasFailed() { return APP_GetErrorCount() != 0; }
+  // Neither failed nor cancelled: what every long loop asks.
+  static bool IsAlive() { return APP_IsOperationAlive() != 0; }
 
  private:
+  static void End();
+
   PROGRESS_INFO* m_pProgress = nullptr;
 };
 
-inline bool HasErrors() {
-  return APP_GetErrorCount() != 0;
-}
+// Sleeps in slices, and no longer than the operation is alive.
+void FLASH_SleepAlive(u32 Ms);
 
 inline const char* Plural(u64 Number) {
   return Number == 1 ? "" : "s";

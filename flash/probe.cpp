@@ -1,8 +1,8 @@
 #include <array>
 
-#include "app/engine/frontend.h"
 #include "app/engine/log.h"
 #include "flash/connect_internal.h"
+#include "flash/operation.h"
 #include "flash/spi.h"
 #include "project/project.h"
 #include "project/settings.h"
@@ -19,20 +19,29 @@ constexpr u32 kResetHoldMs = 10;
 constexpr u32 kResetReleaseMs = 20;
 constexpr int kNoPower = -259;
 
-// While it lives no data window asks for attention: a job that connects must not be interrupted.
-class WindowCheckPause {
- public:
-  WindowCheckPause() { Enable(false); }
-  ~WindowCheckPause() { Enable(true); }
-  WindowCheckPause(const WindowCheckPause&) = delete;
-  WindowCheckPause& operator=(const WindowCheckPause&) = delete;
+// State of the probe level. Application thread only.
+struct ProbeState {
+  bool IsOpen = false;
+  bool IsGang = false;
+  int Interface = 0;  // the one selected
+  u32 TargetPowerOn = 0;
+  u32 TargetPowerDelayMs = 0;
+  u32 FixedVTrefOn = 0;
+  u32 FixedVTrefMv = 0;
+};
 
- private:
-  static void Enable(bool OnOff) {
-    if (APP_FRONTEND* pFrontEnd = APP_GetFrontEnd()) {
-      pFrontEnd->EnableDataWindowCheck(OnOff);
-    }
-  }
+ProbeState& Probe() {
+  static ProbeState state;
+  return state;
+}
+
+// While it lives no data window asks for attention: a job that connects must not be interrupted.
+class OpeningNotice {
+ public:
+  OpeningNotice() { FLASH_Hooks.pfOnProbeOpening(true); }
+  ~OpeningNotice() { FLASH_Hooks.pfOnProbeOpening(false); }
+  OpeningNotice(const OpeningNotice&) = delete;
+  OpeningNotice& operator=(const OpeningNotice&) = delete;
 };
 
 // Products that hold several programmer modules and have no target interface of their own.
@@ -93,7 +102,7 @@ void LogConnection(const PROBE_CONNECTION& connection) {
 
 // A target whose supply the probe can't sense: the level is given to it instead.
 int SetFixedVTref() {
-  const FLASH_CONNECTION& state = FLASH_State();
+  const ProbeState& state = Probe();
   if (state.FixedVTrefOn == 0) {
     return 0;
   }
@@ -102,7 +111,7 @@ int SetFixedVTref() {
   UTIL_snprintf(acCommand.data(), acCommand.size(), "SetVTrefTmp %u", state.FixedVTrefMv);
   const int result = VORTIC_ExecCommand(acCommand.data(), acError.data(), acError.size());
   if (result < 0) {
-    APP_LogError(acError.data());
+    APP_LogError(APP_CAUSE::DriverLibrary, acError.data());
   }
   return result;
 }
@@ -115,15 +124,15 @@ void RunCommand(const char* sCommand) {
 
 // Both after switching on and after switching off, for the capacitors of the board.
 void WaitTargetPower() {
-  if (FLASH_State().TargetPowerOn != 0) {
-    SYS_Sleep(FLASH_State().TargetPowerDelayMs);
+  if (Probe().TargetPowerOn != 0) {
+    FLASH_SleepAlive(Probe().TargetPowerDelayMs);
   }
 }
 
 // 0, or -259 with the library closed.
 // An unpowered chip answers with whatever the lines float to, which may look like data.
 int CheckPower() {
-  if (FLASH_State().TargetPowerOn != 0) {
+  if (Probe().TargetPowerOn != 0) {
     RunCommand("SupplyPower = 1");
     WaitTargetPower();
   }
@@ -133,8 +142,8 @@ int CheckPower() {
     FLASH_HoldReset();
     return 0;
   }
-  APP_LogError("Target system has no power");
-  if (FLASH_State().TargetPowerOn != 0) {
+  APP_LogError(APP_CAUSE::NoTargetVoltage, "Target system has no power");
+  if (Probe().TargetPowerOn != 0) {
     RunCommand("DisablePowerSupplyOnClose");
   }
   VORTIC_Close();
@@ -144,8 +153,9 @@ int CheckPower() {
 
 // Closes the library when it fails.
 bool SetUpTarget(bool PowerCheck) {
-  SPI_RefreshInfo();
-  if (SetFixedVTref() < 0 || CONNECT_SelectInterface() != 0) {
+  SPI_FLASH_INFO info{};
+  PROJECT_GetFlash(&info);
+  if (SetFixedVTref() < 0 || CONNECT_SelectInterface(info) != 0) {
     VORTIC_Close();
     return false;
   }
@@ -157,12 +167,12 @@ bool SetUpTarget(bool PowerCheck) {
 bool OpenLibrary(bool PowerCheck, u32 NumErrors) {
   // What the probe says of itself is shown whatever the log level.
   if (const char* sError = VORTIC_OpenEx(AddLogLine)) {
-    APP_LogError(sError);
+    APP_LogError(APP_CAUSE::NoProbe, sError);
     return false;
   }
-  CONNECT_SelectedInterface() = 0;
-  FLASH_State().ProbeIsGang = IsGangProduct(VORTIC_GetProductId()) ? 1 : 0;
-  if (PROJECT_IsOpen() != 0 && FLASH_State().ProbeIsGang == 0 && !SetUpTarget(PowerCheck)) {
+  Probe().Interface = 0;
+  Probe().IsGang = IsGangProduct(VORTIC_GetProductId());
+  if (PROJECT_IsOpen() != 0 && !Probe().IsGang && !SetUpTarget(PowerCheck)) {
     return false;
   }
   if (DRIVER_GetNumErrors() != NumErrors) {
@@ -174,16 +184,20 @@ bool OpenLibrary(bool PowerCheck, u32 NumErrors) {
 
 }  // namespace
 
-int CONNECT_GetInterface() {
-  const SPI_FLASH_INFO& info = SPI_Info();
-  return info.UseQuadMode != 0 && info.FlashType == FLASH_TYPE_NOR ? VORTIC_TIF_QSPI
+int CONNECT_GetInterface(const SPI_FLASH_INFO& Info) {
+  return Info.UseQuadMode != 0 && Info.FlashType == FLASH_TYPE_NOR ? VORTIC_TIF_QSPI
                                                                    : VORTIC_TIF_SPI;
 }
 
-int CONNECT_SelectInterface() {
-  const int interface = CONNECT_GetInterface();
+int CONNECT_GetSelectedInterface() {
+  return Probe().Interface;
+}
+
+int CONNECT_SelectInterface(const SPI_FLASH_INFO& Info) {
+  const int interface = CONNECT_GetInterface(Info);
   if ((VORTIC_GetInterfaces() >> interface & 1) == 0) {
-    APP_LogErrorf("The connected probe/ programmer (S/N %d) does not support the %s interface",
+    APP_LogErrorf(APP_CAUSE::NoProbe,
+                  "The connected probe/ programmer (S/N %d) does not support the %s interface",
                   VORTIC_GetSN(), interface == VORTIC_TIF_QSPI ? "QSPI" : "SPI");
     return -1;
   }
@@ -191,13 +205,26 @@ int CONNECT_SelectInterface() {
   PROJECT_GetCpu(&cpu);
   VORTIC_SelectInterface(interface);
   VORTIC_SetSpeed(cpu.Speed0);
-  CONNECT_SelectedInterface() = interface;
+  Probe().Interface = interface;
   return 0;
 }
 
-int& CONNECT_SelectedInterface() {
-  static int interface;
-  return interface;
+bool PROBE_IsOpen() {
+  return Probe().IsOpen;
+}
+
+bool PROBE_IsGang() {
+  return Probe().IsGang;
+}
+
+void FLASH_SetTargetPower(u32 Enable, u32 DelayMs) {
+  Probe().TargetPowerOn = Enable;
+  Probe().TargetPowerDelayMs = DelayMs;
+}
+
+void FLASH_SetFixedVTref(u32 Enable, u32 Millivolts) {
+  Probe().FixedVTrefOn = Enable;
+  Probe().FixedVTrefMv = Millivolts;
 }
 
 int PROBE_Select(bool Announce) {
@@ -211,6 +238,7 @@ int PROBE_Select(bool Announce) {
     case PROBE_MODE_USB_SN:
       if (VORTIC_SelectBySN(connection.Number) == -1) {
         APP_LogErrorf(
+            APP_CAUSE::NoProbe,
             "Probe/ Programmer with SN %u not found.\nCheck the project settings and your "
             "connected probe/ programmer.",
             connection.Number);
@@ -230,9 +258,9 @@ int PROBE_Select(bool Announce) {
 }
 
 bool PROBE_Open(bool CheckPower, bool Announce) {
-  const WindowCheckPause pause;
-  FLASH_CONNECTION& state = FLASH_State();
-  if (state.ProbeIsOpen != 0) {
+  const OpeningNotice notice;
+  ProbeState& probe = Probe();
+  if (probe.IsOpen) {
     return true;
   }
   if (!DRIVER_Load()) {
@@ -241,47 +269,41 @@ bool PROBE_Open(bool CheckPower, bool Announce) {
   const u32 numErrors = DRIVER_GetNumErrors();
   VORTIC_SetErrorOutHandler(DRIVER_GetErrorHandler());
   // A selection that the library complains of must not end on whatever probe is there.
-  if (PROBE_Select(Announce) == 0 && DRIVER_GetNumErrors() == numErrors) {
-    state.ProbeIsOpen = OpenLibrary(CheckPower, numErrors) ? 1 : 0;
-  }
-  if (state.ProbeIsOpen == 0) {
-    state.ProbeIsGang = 0;
-  }
-  return state.ProbeIsOpen != 0;
+  probe.IsOpen = PROBE_Select(Announce) == 0 && DRIVER_GetNumErrors() == numErrors &&
+                 OpenLibrary(CheckPower, numErrors);
+  probe.IsGang = probe.IsGang && probe.IsOpen;
+  return probe.IsOpen;
 }
 
-// The chip goes back to 3-byte addresses, since the target's own loader expects that after a reset
-// that keeps the power.
+// The supply goes before the reset line: a board that starts to run on a chip that is half written
+// could do anything.
 void PROBE_Close() {
-  FLASH_CONNECTION& state = FLASH_State();
-  if (state.ProbeIsOpen == 0) {
+  ProbeState& probe = Probe();
+  if (!probe.IsOpen) {
     return;
   }
-  if (state.ProbeIsGang != 0) {
-    VORTIC_Close();
-  } else {
-    if (PROJECT_IsOpen() != 0) {
-      // As the project says now: identification may have changed it since the connect began.
-      SPI_RefreshInfo();
-      if (CONNECT_Wants4ByteMode(SPI_Info())) {
-        SPI_SendCmd(SPI_Info().CmdWriteEnable);
-        SPI_SendCmd(SPI_Info().CmdExit4ByteMode);
-      }
-    }
-    if (state.TargetPowerOn != 0) {
+  if (!probe.IsGang) {
+    if (probe.TargetPowerOn != 0) {
+      RunCommand("SupplyPower = 0");
       RunCommand("DisablePowerSupplyOnClose");
     }
     VORTIC_ReleaseResetLine();
     SYS_Sleep(kResetReleaseMs);
-    VORTIC_Close();
+  }
+  VORTIC_Close();
+  if (!probe.IsGang) {
     WaitTargetPower();
   }
-  state.ProbeIsOpen = 0;
-  state.ProbeIsGang = 0;
+  probe.IsOpen = false;
+  probe.IsGang = false;
 }
 
 // Nothing on the board may talk to the chip while this program does.
 void FLASH_HoldReset() {
   VORTIC_HoldResetLine();
   SYS_Sleep(kResetHoldMs);
+}
+
+void PROBE_Forget() {
+  Probe() = {};
 }

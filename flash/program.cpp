@@ -3,6 +3,7 @@
 #include <array>
 
 #include "flash/erase.h"
+#include "flash/link.h"
 #include "flash/operation.h"
 #include "flash/spi.h"
 #include "flash/verify.h"
@@ -84,36 +85,44 @@ void LogCanceled(u64 Addr) {
                 Addr);
 }
 
-// False: failed. The error of a refused fast mode call is told once the queue is empty.
-bool ProgramBlock(u64 Addr, u64 NumBytes, const u8* pData) {
-  const u32 numBytes = static_cast<u32>(NumBytes);
-  if (!IsSendable(Addr, NumBytes)) {
-    return SPI_CheckSpan(SPI_Info(), Addr, NumBytes) == 0;
+// Waits for what fast mode has queued. isQueued: the library took the block. False: failed.
+bool FinishFast(const FLASH_CHIP& chip, u32 addr, u32 numBytes, bool isQueued) {
+  u32 failAddr = addr;
+  const int result = FLASH_WaitFast(&failAddr, FLASH_GetFastTimeout(chip, numBytes));
+  if (isQueued && result >= 0) {
+    return true;
   }
-  const u32 addr = static_cast<u32>(Addr);
-  return FLASH_State().FastMode != 0 ? FLASH_ProgramFast(addr, numBytes, pData) >= 0
-                                     : SPI_ProgramPages(addr, numBytes, pData) >= 0;
+  if (result == FLASH_WAIT_STOPPED || Operation::HasFailed()) {
+    return false;
+  }
+  const u32 where = result < 0 ? failAddr : addr;
+  const bool isProtected = FLASH_IsProtected(chip);
+  APP_LogErrorf(APP_ERROR(isProtected ? APP_CAUSE::Protected : APP_CAUSE::ProgramFailed).At(where),
+                "Programming failed @ address 0x%.8X%s", where, isProtected ? " (protected)" : "");
+  return false;
 }
 
-// Waits for what fast mode has queued. pFailed: address of a block that the library refused, or
-// null.
-void FinishFast(const u64* pFailed) {
-  u32 failAddr = 0;
-  const int result = FLASH_WaitFast(&failAddr);
-  if (result < 0 && result != FLASH_WAIT_STOPPED) {
-    APP_LogErrorf("Programming failed @ address 0x%.8X", failAddr);
-  } else if (pFailed != nullptr && !HasErrors()) {
-    APP_LogErrorf("Programming failed @ address 0x%.8X", static_cast<u32>(*pFailed));
+// False: failed, reported, or cancelled.
+bool ProgramBlock(const FLASH_CHIP& chip, u64 Addr, u64 NumBytes, const u8* pData) {
+  const u32 numBytes = static_cast<u32>(NumBytes);
+  if (!IsSendable(Addr, NumBytes)) {
+    return SPI_CheckSpan(chip.Info, Addr, NumBytes) == 0;
   }
+  const u32 addr = static_cast<u32>(Addr);
+  if (!chip.HasFastMode) {
+    return SPI_ProgramPages(chip, addr, numBytes, pData) >= 0;
+  }
+  const bool isQueued = FLASH_ProgramFast(chip, addr, numBytes, pData) >= 0;
+  return FinishFast(chip, addr, numBytes, isQueued);
 }
 
 // The second pass: programs block by block.
-void ProgramBlocks(MEMAREA* pArea, u8* pBuffer, PROGRESS_INFO* pProgress, ByteProgress* pDone) {
-  BlockWalk walk(pArea, SPI_Info().PageSizeShift);
-  bool isOk = true;
+void ProgramBlocks(const FLASH_CHIP& chip, MEMAREA* pArea, u8* pBuffer, PROGRESS_INFO* pProgress,
+                   ByteProgress* pDone) {
+  BlockWalk walk(pArea, chip.Info.PageSizeShift);
   u64 nextAddr = MEMAREA_GetMinAddr(pArea);
-  while (isOk && !HasErrors()) {
-    if (PROGRESS_IsCanceled(pProgress) == 1) {
+  while (!Operation::HasFailed()) {
+    if (Operation::IsCanceled()) {
       LogCanceled(nextAddr);
       break;
     }
@@ -122,101 +131,82 @@ void ProgramBlocks(MEMAREA* pArea, u8* pBuffer, PROGRESS_INFO* pProgress, BytePr
     }
     pDone->Show();
     ShowRange(pProgress, walk.Addr, walk.Addr + walk.NumBytes - 1);
-    isOk = ProgramBlock(walk.Addr, walk.NumBytes, pBuffer);
-    if (isOk) {
-      pDone->Add(walk.NumBytes);
+    if (!ProgramBlock(chip, walk.Addr, walk.NumBytes, pBuffer)) {
+      continue;  // an error, or a cancel, which is looked at above
     }
+    pDone->Add(walk.NumBytes);
+    APP_Touched().NumProgrammed += walk.NumBytes;
     nextAddr = walk.Addr + walk.NumBytes;
-  }
-  if (FLASH_State().FastMode != 0) {
-    FinishFast(isOk ? nullptr : &walk.Addr);
   }
 }
 
+// All blocks, between the looks at the chip.
+void ProgramImage(FLASH_CHIP* pChip, MEMAREA* pArea, u8* pBuffer, PROGRESS_INFO* pProgress,
+                  ByteProgress* pDone) {
+  LinkGuard guard(*pChip);
+  if (LINK_PrepareWrite(pChip) != 0 || guard.Begin() != 0) {
+    return;
+  }
+  PROGRESS_SetText(pProgress, "Programming in fast mode\n(With use of RAM)");
+  ProgramBlocks(*pChip, pArea, pBuffer, pProgress, pDone);
+  static_cast<void>(Operation::IsAlive() && guard.End() == 0);
+}
+
 // Steps between the connection and the report of the outcome.
-void RunProgram(MEMAREA* pArea, Operation* pOp) {
+void RunProgram(FLASH_CHIP* pChip, MEMAREA* pArea, Operation* pOp) {
   PROGRESS_INFO* pProgress = pOp->StartProgress("Programming ...");
-  SPI_RefreshInfo();
-  const u32 pageShift = SPI_Info().PageSizeShift;
+  const u32 pageShift = pChip->Info.PageSizeShift;
   if (pageShift > kMaxPageShift) {
-    APP_LogErrorf("Page size of %lu bytes is not supported.",
+    APP_LogErrorf(APP_CAUSE::Project, "Page size of %lu bytes is not supported.",
                   pageShift < 64 ? u64{1} << pageShift : u64{0});
     return;
   }
   const std::unique_ptr<u8[]> pBuffer = AllocBuffer(kBufferSize);
   if (pBuffer == nullptr) {
-    APP_LogErrorf("Failed to allocate %d bytes of memory", kBufferSize);
+    APP_LogErrorf(APP_CAUSE::OutOfMemory, "Failed to allocate %u bytes of memory", kBufferSize);
     return;
   }
   const u64 total = GetPaddedSize(pArea, pageShift);
   ByteProgress done(pProgress, total);
   if (total != 0) {
-    FLASH_RemoveBlockProtection();
-    PROGRESS_SetText(pProgress, "Programming in fast mode\n(With use of RAM)");
-    ProgramBlocks(pArea, pBuffer.get(), pProgress, &done);
+    ProgramImage(pChip, pArea, pBuffer.get(), pProgress, &done);
   }
   // An image that could not be read to its end looks like one that ends early.
   const bool isEmpty = MEMAREA_GetNumRanges(pArea) == 0;
-  if (!HasErrors() && !pOp->IsCanceled() && (done.NumDone() != total || (total == 0 && !isEmpty))) {
-    APP_LogError("The data could not be read to its end.");
+  if (Operation::IsAlive() && (done.NumDone() != total || (total == 0 && !isEmpty))) {
+    APP_LogError(APP_CAUSE::Internal, "The data could not be read to its end.");
   }
-  if (!HasErrors()) {
+  if (!Operation::HasFailed()) {
     done.Show();
   }
 }
 
-// Checks before the chip is touched. False when the operation has to end.
-bool PrepareProgram(MEMAREA* pArea, bool SkipPrepare) {
+// Checks before the chip is touched. The chip, or null when the operation has to end.
+FLASH_CHIP* PrepareProgram(Operation* pOp, MEMAREA* pArea, bool SkipPrepare) {
   if (pArea == nullptr) {
-    APP_LogError("Could not program target, no data file opened.");
-    return false;
+    APP_LogError(APP_CAUSE::NoData, "Could not program target, no data file opened.");
+    return nullptr;
   }
-  if (FLASH_EnsureConnected() != 0) {
-    APP_LogError("Could not program target, not connected.");
-    return false;
+  FLASH_CHIP* pChip = pOp->Connect("Could not program target, not connected.");
+  if (pChip == nullptr || FLASH_CheckFit(pArea) != 0 || Operation::HasFailed()) {
+    return nullptr;
   }
-  if (FLASH_CheckFit(pArea) != 0 || HasErrors()) {
-    return false;
+  if (!SkipPrepare && pChip->IsNor() && FLASH_AskErase(pArea) == 1 && !Operation::HasFailed()) {
+    FLASH_EraseForProgram(pArea);
   }
-  SPI_RefreshInfo();
-  if (!SkipPrepare && SPI_Info().FlashType == FLASH_TYPE_NOR) {
-    if (FLASH_AskErase(pArea) == 1 && !HasErrors()) {
-      FLASH_EraseForProgram(pArea);
-    }
-  }
-  if (HasErrors()) {
-    return false;
-  }
-  // With AutoDisconnect the steps before have ended the connection.
-  if (FLASH_Connect() != 0) {
-    APP_LogError("Could not program target, not connected.");
-    return false;
-  }
-  return !HasErrors();
+  return Operation::HasFailed() ? nullptr : pChip;
 }
 
 // An error hides a cancel, which was logged as one while blocks were left.
-void ReportProgramEnd(const Operation& op) {
-  if (HasErrors()) {
-    APP_LogError("Failed to program target.");
-  } else if (op.IsCanceled()) {
-    APP_LogError("Programming canceled by user");
+void ReportProgramEnd() {
+  if (Operation::HasFailed()) {
+    APP_LogError(Operation::IsCanceled() ? APP_CAUSE::Canceled : APP_CAUSE::ProgramFailed,
+                 "Failed to program target.");
+  } else if (Operation::IsCanceled()) {
+    APP_LogError(APP_CAUSE::Canceled, "Programming canceled by user");
   } else {
     APP_LogCompleted("Target programmed successfully");
   }
-}
-
-// False when the operation ends without a further text.
-bool PrepareProgramVerify(MEMAREA* pArea) {
-  if (pArea == nullptr) {
-    APP_LogError("Could not program and verify target, no data file opened.");
-    return false;
-  }
-  if (FLASH_EnsureConnected() != 0) {
-    APP_LogError("Could not program and verify target, not connected.");
-    return false;
-  }
-  return FLASH_CheckFit(pArea) == 0;
 }
 
 }  // namespace
@@ -224,7 +214,7 @@ bool PrepareProgramVerify(MEMAREA* pArea) {
 // Programming beyond the end would start over at the chip's beginning.
 int FLASH_CheckFit(MEMAREA* pArea) {
   if (pArea == nullptr) {
-    APP_LogError("Could not program target, no data file opened");
+    APP_LogError(APP_CAUSE::NoData, "Could not program target, no data file opened");
     return -1;
   }
   const i64 index = FLASH_IsSpanInChip(pArea, 0);
@@ -234,7 +224,8 @@ int FLASH_CheckFit(MEMAREA* pArea) {
   u64 addr = 0;
   u64 numBytes = 0;
   MEMAREA_GetRange(pArea, static_cast<u32>(index), &addr, &numBytes);
-  APP_LogErrorf("Program (0x%lX - 0x%lX) does not fit into flash chip.", addr, addr + numBytes - 1);
+  APP_LogErrorf(APP_ERROR(APP_CAUSE::DoesNotFit).At(addr),
+                "Program (0x%lX - 0x%lX) does not fit into flash chip.", addr, addr + numBytes - 1);
   return -1;
 }
 
@@ -245,7 +236,7 @@ int FLASH_AskErase(MEMAREA* pArea) {
   }
   const MEMAREA_PTR pRead(FLASH_ReadAffected(pArea));
   if (pRead == nullptr) {
-    APP_LogError("Could not create memarea.");
+    APP_LogError(APP_CAUSE::ReadFailed, "Could not create memarea.");
     return -1;
   }
   if (FLASH_IsBlank(pRead.get()) != 0) {
@@ -254,7 +245,7 @@ int FLASH_AskErase(MEMAREA* pArea) {
   if (APP_MsgBox(kQuestion, "Yes", "No", 1, APP_ICON_QUESTION, 1) == 0) {
     return 1;
   }
-  APP_LogError("Programming canceled by user");
+  APP_LogError(APP_CAUSE::NotBlank, "Programming canceled by user");
   return -1;
 }
 
@@ -262,32 +253,36 @@ void FLASH_Program(MEMAREA* pArea, bool SkipPrepare) {
   const u32 numRanges = MEMAREA_GetNumRanges(pArea);
   Operation op("Programming target (%lu bytes, %d range%s) ...", MEMAREA_GetNumBytes(pArea),
                numRanges, Plural(numRanges));
-  if (PrepareProgram(pArea, SkipPrepare)) {
-    RunProgram(pArea, &op);
+  if (FLASH_CHIP* pChip = PrepareProgram(&op, pArea, SkipPrepare)) {
+    RunProgram(pChip, pArea, &op);
   }
-  ReportProgramEnd(op);
+  ReportProgramEnd();
 }
 
 void FLASH_ProgramVerify(MEMAREA* pArea) {
   const u32 numRanges = MEMAREA_GetNumRanges(pArea);
-  Operation op("Programming and verifying target (%lu bytes, %d range%s) ...",
+  Operation op("Programming and verifying target (%lu bytes, %u range%s) ...",
                MEMAREA_GetNumBytes(pArea), numRanges, Plural(numRanges));
-  if (!PrepareProgramVerify(pArea)) {
+  if (pArea == nullptr) {
+    APP_LogError(APP_CAUSE::NoData, "Could not program and verify target, no data file opened.");
     return;
   }
-  SPI_RefreshInfo();
-  if (!HasErrors() && SPI_Info().FlashType == FLASH_TYPE_NOR && FLASH_AskErase(pArea) == 1 &&
-      !HasErrors()) {
-    FLASH_EraseForProgram(pArea);
+  FLASH_CHIP* pChip = op.Connect("Could not program and verify target, not connected.");
+  if (pChip == nullptr || FLASH_CheckFit(pArea) != 0) {
+    return;
   }
-  if (!HasErrors()) {
+  if (!Operation::HasFailed() && pChip->IsNor() && FLASH_AskErase(pArea) == 1 &&
+      !Operation::HasFailed()) {
+    FLASH_EraseForProgram(pArea, pArea);
+  }
+  if (!Operation::HasFailed()) {
     FLASH_Program(pArea, true);
   }
-  if (!HasErrors()) {
+  if (!Operation::HasFailed()) {
     FLASH_Verify(pArea);
   }
-  if (HasErrors()) {
-    APP_LogError("Failed to program and verify target.");
+  if (Operation::HasFailed()) {
+    APP_LogError(APP_CAUSE::ProgramFailed, "Failed to program and verify target.");
   } else {
     APP_LogCompleted("Target programmed and verified successfully.");
   }

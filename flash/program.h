@@ -1,5 +1,6 @@
 #pragma once
 
+#include "flash/chip.h"
 #include "image/memarea.h"
 #include "sys/types.h"
 
@@ -21,10 +22,13 @@ int FLASH_AskErase(MEMAREA* pArea);
 // 1 all 0xFF, 0 otherwise.
 int FLASH_IsBlank(MEMAREA* pArea);
 // One block of whole pages. Bytes programmed, or negative.
-i64 SPI_ProgramPages(u32 Addr, u32 NumBytes, const u8* pData);
-int FLASH_ProgramFast(u32 Addr, u32 NumBytes, const u8* pData);
+i64 SPI_ProgramPages(const FLASH_CHIP& Chip, u32 Addr, u32 NumBytes, const u8* pData);
+// Hands a block to the library's queue. 0, or -1 not reported.
+int FLASH_ProgramFast(const FLASH_CHIP& Chip, u32 Addr, u32 NumBytes, const u8* pData);
 // Calls the library until its queue is worked off. 0; -1 with *pFailAddr set (0 when the library
-// has no such function); FLASH_WAIT_STOPPED when an error was logged or the user cancelled
-// meanwhile.
+// has no such function); FLASH_WAIT_STOPPED when an error was logged, also about a queue that
+// doesn't end, or the user cancelled.
 constexpr int FLASH_WAIT_STOPPED = -2;
-int FLASH_WaitFast(u32* pFailAddr);
+[[nodiscard]] int FLASH_WaitFast(u32* pFailAddr, u32 TimeoutMs);
+// For a queue of so many bytes to program or compare, in ms.
+u32 FLASH_GetFastTimeout(const FLASH_CHIP& Chip, u64 NumBytes);

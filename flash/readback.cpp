@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "flash/erase.h"
-#include "flash/geometry.h"
+#include "flash/link.h"
 #include "flash/operation.h"
 #include "flash/program.h"
 #include "flash/spi.h"
@@ -40,17 +40,18 @@ int StoreBlock(MEMAREA* pDest, u64 Addr, u64 NumBytes, bool SkipBlank) {
 }
 
 // One block from the chip into the area. 0, or -1 reported.
-int ReadBlock(MEMAREA* pDest, u64 Addr, u64 NumBytes, bool SkipBlank) {
+int ReadBlock(const FLASH_CHIP& chip, MEMAREA* pDest, u64 Addr, u64 NumBytes, bool SkipBlank) {
   const u32 numBytes = static_cast<u32>(NumBytes);
   // A read that delivers nothing must not look like a blank chip, nor like the block before.
   std::memset(ReadBuffer.data(), 0, NumBytes);
   if (!IsSendable(Addr, NumBytes) ||
-      SPI_ReadData(static_cast<u32>(Addr), numBytes, ReadBuffer.data()) != 0) {
-    APP_LogErrorf("Failed to read memory (0x%.2X bytes @ address 0x%.8lX)", numBytes, Addr);
+      SPI_ReadData(chip.Info, static_cast<u32>(Addr), numBytes, ReadBuffer.data()) != 0) {
+    APP_LogErrorf(APP_ERROR(APP_CAUSE::ReadFailed).At(Addr),
+                  "Failed to read memory (0x%.2X bytes @ address 0x%.8lX)", numBytes, Addr);
     return -1;
   }
   if (StoreBlock(pDest, Addr, NumBytes, SkipBlank) < 0) {
-    APP_LogErrorf("Failed to allocate %d bytes of memory", numBytes);
+    APP_LogErrorf(APP_CAUSE::OutOfMemory, "Failed to allocate %u bytes of memory", numBytes);
     return -1;
   }
   return 0;
@@ -69,56 +70,62 @@ struct CompletedText {
 };
 
 // Reports the outcome; the result, or null after an error or a cancel.
-MEMAREA* FinishRead(const Operation& op, MEMAREA_PTR pResult, const CompletedText& completed) {
-  if (HasErrors()) {
-    APP_LogError("Failed to read back target memory.");
-  } else if (op.IsCanceled()) {
-    APP_LogError("Read target memory canceled by user");
+MEMAREA* FinishRead(MEMAREA_PTR pResult, const CompletedText& completed) {
+  if (Operation::HasFailed()) {
+    APP_LogError(Operation::IsCanceled() ? APP_CAUSE::Canceled : APP_CAUSE::ReadFailed,
+                 "Failed to read back target memory.");
+  } else if (Operation::IsCanceled()) {
+    APP_LogError(APP_CAUSE::Canceled, "Read target memory canceled by user");
   } else {
     std::array<char, 128> acText{};
     UTIL_snprintf64(acText.data(), acText.size(),
-                    "Target memory read successfully. (%lu bytes, %d range%s)", completed.NumBytes,
+                    "Target memory read successfully. (%lu bytes, %u range%s)", completed.NumBytes,
                     completed.NumRanges, Plural(completed.NumRanges));
     APP_LogCompleted(acText.data());
   }
-  return HasErrors() ? nullptr : pResult.release();
+  return Operation::HasFailed() ? nullptr : pResult.release();
 }
 
-// The result area behind a connection, or null reported.
-MEMAREA_PTR StartRead() {
-  MEMAREA_PTR pResult(MEMAREA_Create());
-  if (pResult == nullptr) {
-    APP_LogError("Could not read target memory, out of memory.");
-    return nullptr;
+// The connected chip and an area for what it holds. pChip is null when that can't be, reported.
+struct ReadStart {
+  const FLASH_CHIP* pChip = nullptr;
+  MEMAREA_PTR pResult;
+};
+ReadStart StartRead(Operation* pOp) {
+  ReadStart start;
+  start.pResult.reset(MEMAREA_Create());
+  if (start.pResult == nullptr) {
+    APP_LogError(APP_CAUSE::OutOfMemory, "Could not read target memory, out of memory.");
+    return start;
   }
-  if (FLASH_Connect() != 0) {
-    APP_LogError("Could not read target memory, not connected.");
-    return nullptr;
-  }
-  return pResult;
+  start.pChip = pOp->Connect("Could not read target memory, not connected.");
+  return start;
 }
 
-// Ranges of all sectors that the area touches, or null reported.
-MEMAREA_PTR CreateAffected(const Geometry& geometry, MEMAREA* pArea, u32* pNumSectors) {
-  MEMAREA_PTR pRanges(FLASH_CreateSectorArea(pArea, pNumSectors));
-  if (pRanges == nullptr) {
-    APP_LogErrorf("Failed to allocate %lu bytes of memory", geometry.GetSectorSize());
+// One span or several, between looks at the chip: what it holds goes into a file or decides what
+// is erased.
+template <class READ>
+void ReadGuarded(const FLASH_CHIP& chip, READ Read) {
+  LinkGuard guard(chip);
+  if (guard.Begin() != 0) {
+    return;
   }
-  return pRanges;
+  Read();
+  static_cast<void>(Operation::IsAlive() && guard.End() == 0);
 }
-
-}  // namespace
 
 // Whole words, whatever the span asks for.
-void FLASH_ReadInto(MEMAREA* pDest, u64 FirstAddr, u64 LastAddr, PROGRESS_INFO* pProgress) {
+void ReadSpan(const FLASH_CHIP& chip, MEMAREA* pDest, u64 FirstAddr, u64 LastAddr,
+              PROGRESS_INFO* pProgress) {
   const bool isSkipping = SETUP_GetSkipBlankAreas() != 0;
   u64 addr = FirstAddr & ~kAlignMask;
   const u64 last = LastAddr | kAlignMask;
-  while (addr <= last && APP_IsOperationAlive() != 0) {
+  while (addr <= last && Operation::IsAlive()) {
     const u64 numBytes = std::min(last - addr, kMaxBlock - 1) + 1;
-    if (ReadBlock(pDest, addr, numBytes, isSkipping) != 0) {
+    if (ReadBlock(chip, pDest, addr, numBytes, isSkipping) != 0) {
       break;
     }
+    APP_Touched().NumRead += numBytes;
     PROGRESS_AddValue(pProgress, static_cast<u32>(numBytes));
     addr += numBytes;
     if (addr == 0) {
@@ -127,56 +134,74 @@ void FLASH_ReadInto(MEMAREA* pDest, u64 FirstAddr, u64 LastAddr, PROGRESS_INFO* 
   }
 }
 
-void FLASH_ReadRanges(MEMAREA* pRanges, MEMAREA* pDest, PROGRESS_INFO* pProgress) {
-  const MEMAREA_PTR pChip(pRanges == nullptr ? FLASH_CreateSectorArea(nullptr, nullptr) : nullptr);
-  MEMAREA* pList = pRanges != nullptr ? pRanges : pChip.get();
+}  // namespace
+
+void FLASH_ReadInto(const FLASH_CHIP& Chip, MEMAREA* pDest, u64 FirstAddr, u64 LastAddr,
+                    PROGRESS_INFO* pProgress) {
+  ReadGuarded(Chip, [&] { ReadSpan(Chip, pDest, FirstAddr, LastAddr, pProgress); });
+}
+
+void FLASH_ReadRanges(const FLASH_CHIP& Chip, MEMAREA* pRanges, MEMAREA* pDest,
+                      PROGRESS_INFO* pProgress) {
+  const MEMAREA_PTR pAll(pRanges == nullptr ? GEOMETRY_CreateArea(Chip.Sectors, nullptr, nullptr)
+                                            : nullptr);
+  MEMAREA* pList = pRanges != nullptr ? pRanges : pAll.get();
   SetReadRange(pProgress, MEMAREA_GetNumBytes(pList));
   const u32 numRanges = MEMAREA_GetNumRanges(pList);
-  for (u32 i = 0; i < numRanges && APP_IsOperationAlive() != 0; ++i) {
-    u64 addr = 0;
-    u64 numBytes = 0;
-    MEMAREA_GetRange(pList, i, &addr, &numBytes);
-    const u64 last = addr + numBytes - 1;
-    std::array<char, 128> acText{};
-    UTIL_snprintf64(acText.data(), acText.size(), "Range %d/%d, 0x%lX - 0x%lX", i + 1, numRanges,
-                    addr, last);
-    PROGRESS_SetSubText(pProgress, acText.data());
-    FLASH_ReadInto(pDest, addr, last, pProgress);
-  }
+  ReadGuarded(Chip, [&] {
+    for (u32 i = 0; i < numRanges && Operation::IsAlive(); ++i) {
+      u64 addr = 0;
+      u64 numBytes = 0;
+      MEMAREA_GetRange(pList, i, &addr, &numBytes);
+      const u64 last = addr + numBytes - 1;
+      std::array<char, 128> acText{};
+      UTIL_snprintf64(acText.data(), acText.size(), "Range %u/%u, 0x%lX - 0x%lX", i + 1, numRanges,
+                      addr, last);
+      PROGRESS_SetSubText(pProgress, acText.data());
+      ReadSpan(Chip, pDest, addr, last, pProgress);
+    }
+  });
 }
 
 MEMAREA* FLASH_ReadChip() {
   Operation op("Reading entire flash chip ...");
-  MEMAREA_PTR pResult = StartRead();
-  if (pResult == nullptr) {
+  ReadStart start = StartRead(&op);
+  if (start.pChip == nullptr) {
     return nullptr;
   }
-  const Geometry geometry = GEOMETRY_Get();
-  const u32 numRanges = FLASH_GetNumRanges();
-  APP_LogInfof("%d sector%s, %d range%s%s", geometry.NumSectors, Plural(geometry.NumSectors),
-               numRanges, Plural(numRanges), FLASH_FormatRanges(nullptr).c_str());
+  const Geometry& sectors = start.pChip->Sectors;
+  if (sectors.NumSectors == 0) {
+    APP_LogError(APP_CAUSE::Project,
+                 "Could not read target memory, the size of the chip is not known.");
+    return nullptr;
+  }
+  const MEMAREA_PTR pAll(GEOMETRY_CreateArea(sectors, nullptr, nullptr));
+  const u32 numRanges = MEMAREA_GetNumRanges(pAll.get());
+  APP_LogInfof("%u sector%s, %u range%s%s", sectors.NumSectors, Plural(sectors.NumSectors),
+               numRanges, Plural(numRanges), FLASH_FormatRanges(pAll.get()).c_str());
   PROGRESS_INFO* pProgress = op.StartProgress("Reading target memory ...");
-  FLASH_ReadRanges(nullptr, pResult.get(), pProgress);
-  return FinishRead(op, std::move(pResult), {geometry.GetTotalSize(), numRanges});
+  FLASH_ReadRanges(*start.pChip, pAll.get(), start.pResult.get(), pProgress);
+  return FinishRead(std::move(start.pResult), {sectors.GetTotalSize(), numRanges});
 }
 
 // Where the chip ends is known for sure once it is connected. Behind its end it delivers its start
 // again, which would pass for data.
 MEMAREA* FLASH_ReadSpan(u64 FirstAddr, u64 LastAddr) {
   Operation op("Reading target memory (0x%.8lX - 0x%.8lX) ...", FirstAddr, LastAddr);
-  MEMAREA_PTR pResult;
+  ReadStart start;
   bool isOutside = LastAddr > 0xFFFFFFFF || FirstAddr > LastAddr;
   if (!isOutside) {
-    pResult = StartRead();
-    const u64 size = FLASH_GetTotalSize();
-    isOutside = pResult != nullptr && size != 0 && LastAddr >= size;
+    start = StartRead(&op);
+    const u64 size = start.pChip != nullptr ? start.pChip->Sectors.GetTotalSize() : 0;
+    isOutside = size != 0 && LastAddr >= size;
   }
   if (isOutside) {
     APP_LogErrorf(
+        APP_ERROR(APP_CAUSE::DoesNotFit).At(FirstAddr),
         "Could not read target memory, address range 0x%lX - 0x%lX is outside of the flash chip.",
         FirstAddr, LastAddr);
   }
-  if (isOutside || pResult == nullptr) {
+  if (isOutside || start.pChip == nullptr) {
     return nullptr;
   }
   PROGRESS_INFO* pProgress = op.StartProgress("Reading target memory ...");
@@ -184,32 +209,34 @@ MEMAREA* FLASH_ReadSpan(u64 FirstAddr, u64 LastAddr) {
   std::array<char, 64> acText{};
   UTIL_snprintf64(acText.data(), acText.size(), "Range 0x%lX - 0x%lX", FirstAddr, LastAddr);
   PROGRESS_SetSubText(pProgress, acText.data());
-  FLASH_ReadInto(pResult.get(), FirstAddr, LastAddr, pProgress);
-  const CompletedText completed = {MEMAREA_GetNumBytes(pResult.get()),
-                                   MEMAREA_GetNumRanges(pResult.get())};
-  return FinishRead(op, std::move(pResult), completed);
+  FLASH_ReadInto(*start.pChip, start.pResult.get(), FirstAddr, LastAddr, pProgress);
+  const CompletedText completed = {MEMAREA_GetNumBytes(start.pResult.get()),
+                                   MEMAREA_GetNumRanges(start.pResult.get())};
+  return FinishRead(std::move(start.pResult), completed);
 }
 
 MEMAREA* FLASH_ReadAffected(MEMAREA* pArea) {
   Operation op("Reading affected sectors ...");
-  MEMAREA_PTR pResult = StartRead();
-  if (pResult == nullptr) {
+  ReadStart start = StartRead(&op);
+  if (start.pChip == nullptr) {
     return nullptr;
   }
-  const Geometry geometry = GEOMETRY_Get();
+  const Geometry& sectors = start.pChip->Sectors;
   u32 numSectors = 0;
-  const MEMAREA_PTR pRanges = CreateAffected(geometry, pArea, &numSectors);
+  const MEMAREA_PTR pRanges(GEOMETRY_CreateArea(sectors, pArea, &numSectors));
   if (pRanges == nullptr) {
+    APP_LogErrorf(APP_CAUSE::OutOfMemory, "Failed to allocate %lu bytes of memory",
+                  sectors.GetSectorSize());
     return nullptr;
   }
   const u32 numRanges = MEMAREA_GetNumRanges(pRanges.get());
-  APP_LogInfof("%d of %d sectors affected, %d range%s%s", numSectors, geometry.NumSectors,
-               numRanges, Plural(numRanges), FLASH_FormatRanges(pRanges.get()).c_str());
+  APP_LogInfof("%u of %u sectors affected, %u range%s%s", numSectors, sectors.NumSectors, numRanges,
+               Plural(numRanges), FLASH_FormatRanges(pRanges.get()).c_str());
   PROGRESS_INFO* pProgress = op.StartProgress("Reading target memory ...");
-  FLASH_ReadRanges(pRanges.get(), pResult.get(), pProgress);
-  const CompletedText completed = {MEMAREA_GetNumBytes(pResult.get()),
-                                   MEMAREA_GetNumRanges(pResult.get())};
-  return FinishRead(op, std::move(pResult), completed);
+  FLASH_ReadRanges(*start.pChip, pRanges.get(), start.pResult.get(), pProgress);
+  const CompletedText completed = {MEMAREA_GetNumBytes(start.pResult.get()),
+                                   MEMAREA_GetNumRanges(start.pResult.get())};
+  return FinishRead(std::move(start.pResult), completed);
 }
 
 int FLASH_IsBlank(MEMAREA* pArea) {

@@ -2,7 +2,6 @@
 #include <cstring>
 
 #include "flash/auto.h"
-#include "flash/geometry.h"
 #include "flash/operation.h"
 #include "sys/util_number.h"
 
@@ -43,7 +42,7 @@ int AddKept(MEMAREA* pDest, const SectorBlock& block, u64 SectorSize, IS_KEPT Is
 }
 
 void ReportNoMemory(u64 NumBytes) {
-  APP_LogErrorf("Failed to allocate %lu bytes of memory", NumBytes);
+  APP_LogErrorf(APP_CAUSE::OutOfMemory, "Failed to allocate %lu bytes of memory", NumBytes);
 }
 
 // Holes within a sector come with its alignment; those between sectors stay out.
@@ -58,12 +57,12 @@ void FillHoles(u8* pData, const u8* pValid, const u8* pOther, u64 NumBytes) {
 
 // IsFilling: holes are filled from pOther, else they are blank.
 template <class IS_KEPT>
-MEMAREA* GatherSectors(MEMAREA* pArea, u64 FirstAddr, u64 LastAddr, MEMAREA* pOther, bool IsFilling,
-                       IS_KEPT IsKept) {
-  const Geometry geometry = GEOMETRY_GetUnits();
+MEMAREA* GatherSectors(const FLASH_CHIP& chip, MEMAREA* pArea, u64 FirstAddr, u64 LastAddr,
+                       MEMAREA* pOther, bool IsFilling, IS_KEPT IsKept) {
+  const Geometry& geometry = chip.Units;
   const u64 sectorSize = geometry.GetSectorSize();
   if (sectorSize == 0) {
-    APP_LogError("The sectors of the chip are not known.");
+    APP_LogError(APP_CAUSE::Project, "The sectors of the chip are not known.");
     return nullptr;
   }
   const u64 blockSize = std::max(sectorSize, kMinBlock);
@@ -75,7 +74,7 @@ MEMAREA* GatherSectors(MEMAREA* pArea, u64 FirstAddr, u64 LastAddr, MEMAREA* pOt
     ReportNoMemory(blockSize);
     return nullptr;
   }
-  for (u64 next = FirstAddr; next <= LastAddr && !HasErrors();) {
+  for (u64 next = FirstAddr; next <= LastAddr && !Operation::HasFailed();) {
     u64 addr = 0;
     const u64 numBytes =
         MEMAREA_GetData(pArea, next, LastAddr, kMaxGap, kBlank, pData.get(), pValid.get(), &addr,
@@ -104,10 +103,10 @@ MEMAREA* GatherSectors(MEMAREA* pArea, u64 FirstAddr, u64 LastAddr, MEMAREA* pOt
 
 // A page that differs is written as a whole, so the bytes beside the data in it have to be what
 // they were.
-MEMAREA* FLASH_DiffSectors(MEMAREA* pNew, MEMAREA* pCurrent) {
-  const u64 size = GEOMETRY_GetUnits().GetSectorSize();
-  return GatherSectors(pNew, MEMAREA_GetMinAddr(pNew), MEMAREA_GetMaxAddr(pNew), pCurrent,
-                       size > GEOMETRY_Get().GetSectorSize(),
+MEMAREA* FLASH_DiffSectors(const FLASH_CHIP& Chip, MEMAREA* pNew, MEMAREA* pCurrent) {
+  const u64 size = Chip.Units.GetSectorSize();
+  return GatherSectors(Chip, pNew, MEMAREA_GetMinAddr(pNew), MEMAREA_GetMaxAddr(pNew), pCurrent,
+                       size > Chip.Sectors.GetSectorSize(),
                        [size](u64 /*Addr*/, const u8* pData, const u8* pOther) {
                          return std::memcmp(pData, pOther, size) != 0;
                        });
@@ -115,10 +114,10 @@ MEMAREA* FLASH_DiffSectors(MEMAREA* pNew, MEMAREA* pCurrent) {
 
 // A matching sector of the chip stands in no set: the next step would erase it for nothing, or for
 // good.
-MEMAREA* FLASH_CurrentOfSectors(MEMAREA* pCurrent, MEMAREA* pDiff) {
-  const u64 size = GEOMETRY_GetUnits().GetSectorSize();
-  return GatherSectors(pCurrent, MEMAREA_GetMinAddr(pCurrent), MEMAREA_GetMaxAddr(pCurrent), pDiff,
-                       false, [size, pDiff](u64 Addr, const u8* pData, const u8* pOther) {
+MEMAREA* FLASH_CurrentOfSectors(const FLASH_CHIP& Chip, MEMAREA* pCurrent, MEMAREA* pDiff) {
+  const u64 size = Chip.Units.GetSectorSize();
+  return GatherSectors(Chip, pCurrent, MEMAREA_GetMinAddr(pCurrent), MEMAREA_GetMaxAddr(pCurrent),
+                       pDiff, false, [size, pDiff](u64 Addr, const u8* pData, const u8* pOther) {
                          return std::memcmp(pData, pOther, size) != 0 &&
                                 MEMAREA_ContainsRange(pDiff, Addr, size);
                        });
@@ -126,13 +125,13 @@ MEMAREA* FLASH_CurrentOfSectors(MEMAREA* pCurrent, MEMAREA* pDiff) {
 
 // Where pSpan begins or ends within a sector, the bytes beside it are erased as well, and a read
 // back may consist of them alone.
-MEMAREA* FLASH_NotBlankSectors(MEMAREA* pSpan, MEMAREA* pCurrent) {
+MEMAREA* FLASH_NotBlankSectors(const FLASH_CHIP& Chip, MEMAREA* pSpan, MEMAREA* pCurrent) {
   // An empty span has the same addresses as one of the first byte.
   if (MEMAREA_GetNumRanges(pSpan) == 0) {
     return MEMAREA_Create();
   }
-  const u64 size = GEOMETRY_GetUnits().GetSectorSize();
-  return GatherSectors(pCurrent, MEMAREA_GetMinAddr(pSpan) & ~(size - 1),
+  const u64 size = Chip.Units.GetSectorSize();
+  return GatherSectors(Chip, pCurrent, MEMAREA_GetMinAddr(pSpan) & ~(size - 1),
                        MEMAREA_GetMaxAddr(pSpan) | (size - 1), nullptr, false,
                        [size](u64 /*Addr*/, const u8* pData, const u8* /*pOther*/) {
                          return !UTIL_IsFilled(pData, kBlank, size);

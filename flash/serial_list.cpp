@@ -18,7 +18,7 @@ constexpr u64 kPiece = 0x10000;  // in which the list is searched
 i64 FindLine(SideFile& file, u32 Index) {
   const std::unique_ptr<u8[]> pPiece = AllocBuffer(kPiece);
   if (pPiece == nullptr) {
-    APP_LogErrorf("Failed to allocate %lu bytes of memory", kPiece);
+    APP_LogErrorf(APP_CAUSE::SerialNumber, "Failed to allocate %lu bytes of memory", kPiece);
     return -1;
   }
   i64 offset = 0;
@@ -70,8 +70,10 @@ void ReportLine(const SideFile& file, u32 Value, const char* sReason, std::size_
   if (Column != 0) {
     UTIL_snprintf(acColumn, sizeof(acColumn), ", column %u", static_cast<u32>(Column));
   }
-  APP_LogErrorf("File [%s], line %lu%s: %s.", file.GetName(), u64{Value} + 1, acColumn, sReason);
-  APP_LogErrorf("Could not read data for SN=%u from file [%s]", Value, file.GetName());
+  APP_LogErrorf(APP_CAUSE::SerialNumber, "File [%s], line %lu%s: %s.", file.GetName(),
+                u64{Value} + 1, acColumn, sReason);
+  APP_LogErrorf(APP_CAUSE::SerialNumber, "Could not read data for SN=%u from file [%s]", Value,
+                file.GetName());
 }
 
 }  // namespace
@@ -79,7 +81,7 @@ void ReportLine(const SideFile& file, u32 Value, const char* sReason, std::size_
 ListResult SERIAL_FetchFromList(u32 Value, u8* pDest, u32 NumBytes) {
   SideFile file("_SNList");
   if (file.GetState() == SideFile::State::NoName) {
-    APP_LogError("Failed to get S/N list file name.");
+    APP_LogError(APP_CAUSE::FileNotRead, "Failed to get S/N list file name.");
   }
   if (file.GetState() == SideFile::State::Missing) {
     APP_LogInfo("No SN list file detected.");

@@ -66,7 +66,7 @@ bool ParseValue(std::string_view Text, u32* pValue) {
 LoadResult LoadValue(u32* pValue) {
   SideFile file("_Serial");
   if (file.GetState() == SideFile::State::NoName) {
-    APP_ShowError("Failed to get S/N file name");
+    APP_ShowError(APP_CAUSE::SerialNumber, "Failed to get S/N file name");
   }
   if (file.GetState() != SideFile::State::Open) {
     return file.GetState() == SideFile::State::Missing ? LoadResult::NoFile : LoadResult::Failed;
@@ -82,6 +82,7 @@ void ReportInvalid() {
   std::array<char, SYS_MAX_PATH> acName{};
   PROJECT_GetSideFileName("_Serial", acName.data(), acName.size());
   APP_LogErrorf(
+      APP_CAUSE::SerialNumber,
       "File [%s], line 1: not a serial number. It is decimal, or hexadecimal behind 0x, and has at "
       "most 32 bits.",
       acName.data());
@@ -90,13 +91,14 @@ void ReportInvalid() {
 int ReportWrite(const char* sName) {
   char acError[1024];
   APP_FormatFileError(sName, "write", acError, sizeof(acError));
-  APP_LogError(acError);
+  APP_LogError(APP_ERROR(APP_CAUSE::FileNotWritten).In(sName), acError);
   return -1;
 }
 
 int ReportHold(const char* sName) {
   if (SYS_GetLastError() == SYS_ERROR_SHARING_VIOLATION) {
-    APP_LogErrorf("File [%s] is in use: another run gives away the serial numbers of this project.",
+    APP_LogErrorf(APP_CAUSE::SerialNumber,
+                  "File [%s] is in use: another run gives away the serial numbers of this project.",
                   sName);
     return -1;
   }
@@ -180,7 +182,8 @@ int Fetch(const PROJ_PRODUCTION& production, SerialData* pData) {
   const ListResult result = SERIAL_FetchFromList(production.SNValue, pData->data(), numBytes);
   if (result == ListResult::NoList) {
     if (u64{production.SNValue} >> (8 * std::min(numBytes, 4u)) != 0) {
-      APP_LogErrorf("Serial number %u does not fit into %u bytes.", production.SNValue, numBytes);
+      APP_LogErrorf(APP_CAUSE::SerialNumber, "Serial number %u does not fit into %u bytes.",
+                    production.SNValue, numBytes);
       return -1;
     }
     UTIL_StoreU32LE(pData->data(), production.SNValue);
@@ -195,15 +198,17 @@ bool CanStamp(const PROJ_PRODUCTION& production) {
   const u64 first = production.SNAddr;
   const u64 numBytes = GetNumSNBytes(production);
   if (numBytes == 0) {
-    APP_LogError("The serial number has a length of 0 bytes.");
+    APP_LogError(APP_CAUSE::SerialNumber, "The serial number has a length of 0 bytes.");
     return false;
   }
   if (production.SNInc == 0) {
-    APP_LogError("The increment of the serial number is 0: all units would get the same number.");
+    APP_LogError(APP_CAUSE::SerialNumber,
+                 "The increment of the serial number is 0: all units would get the same number.");
     return false;
   }
   if (first + numBytes > FLASH_GetTotalSize()) {
-    APP_LogErrorf("Serial number (0x%lX - 0x%lX) does not fit into flash chip.", first,
+    APP_LogErrorf(APP_CAUSE::SerialNumber,
+                  "Serial number (0x%lX - 0x%lX) does not fit into flash chip.", first,
                   first + numBytes - 1);
     return false;
   }
@@ -216,7 +221,7 @@ int WriteStamp(MEMAREA* pArea) {
   const MEMAREA_LOCK_GUARD lock(pArea);
   if (MEMAREA_CommitPatches(pArea) != 0 ||
       MEMAREA_Write(pArea, Stamped.Addr, Stamped.NumBytes, Stamped.Data.data()) != 0) {
-    APP_LogError("The serial number could not be written into the image.");
+    APP_LogError(APP_CAUSE::SerialNumber, "The serial number could not be written into the image.");
     return -1;
   }
   return 0;
@@ -242,7 +247,8 @@ bool IsStillNext(const PROJ_PRODUCTION& production, const char* sName) {
     return false;
   }
   if (result != LoadResult::Loaded || value != production.SNValue) {
-    APP_LogErrorf("File [%s] has changed during the run: serial number %u may be given away twice.",
+    APP_LogErrorf(APP_CAUSE::SerialNumber,
+                  "File [%s] has changed during the run: serial number %u may be given away twice.",
                   sName, production.SNValue);
     return false;
   }
@@ -296,7 +302,8 @@ int SN_Advance() {
   }
   const u64 next = static_cast<u64>(production.SNValue) + production.SNInc;
   if (next > kMaxValue) {
-    APP_LogError("There is no further serial number.");  // the first ones are given away
+    APP_LogError(APP_CAUSE::SerialNumber,
+                 "There is no further serial number.");  // the first ones are given away
     return -1;
   }
   production.SNValue = static_cast<u32>(next);

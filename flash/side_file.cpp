@@ -22,7 +22,8 @@ void SideFile::Open() {
   m_State = State::Failed;
   const u32 attributes = SYS_FILE_GetAttributes(GetName());
   if (attributes != SYS_ATTR_INVALID && (attributes & SYS_ATTR_DEVICE) != 0) {
-    APP_LogErrorf("Could not open file [%s]\nIt is a device or a pipe.", GetName());
+    APP_LogErrorf(APP_CAUSE::SerialNumber, "Could not open file [%s]\nIt is a device or a pipe.",
+                  GetName());
     return;
   }
   m_hFile = SYS_FILE_Open(GetName(), SYS_FILE_READ | SYS_FILE_SHARE_READ);
@@ -33,7 +34,7 @@ void SideFile::Open() {
   } else {
     char acError[1024];
     APP_FormatOpenError(GetName(), acError, sizeof(acError));
-    APP_LogError(acError);
+    APP_LogError(APP_CAUSE::FileNotRead, acError);
   }
 }
 
@@ -43,7 +44,8 @@ i64 SideFile::Read(void* pBuf, u64 NumBytes) {
 
 int SideFile::Seek(i64 Offset) {
   if (SYS_FILE_Seek(m_hFile, Offset, 0) < 0) {
-    APP_LogErrorf("Could not open file [%s]\nFailed to read data!", GetName());
+    APP_LogErrorf(APP_CAUSE::SerialNumber, "Could not open file [%s]\nFailed to read data!",
+                  GetName());
     return -1;
   }
   return 0;

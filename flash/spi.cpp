@@ -1,14 +1,15 @@
 #include "flash/spi.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 
 #include "app/engine/log.h"
-#include "project/project.h"
 
 namespace {
 
 constexpr u32 kMaxAddrBytes = 4;
+constexpr u8 kCmdReadStatus = 0x05;
 
 // A position above 7 can't come from a status byte; the project may hold it all the same.
 u32 GetStatusMask(const SPI_FLASH_INFO& info) {
@@ -19,15 +20,6 @@ u32 GetStatusMask(const SPI_FLASH_INFO& info) {
 
 // The records go over the interface as they lie in memory.
 static_assert(std::endian::native == std::endian::little);
-
-SPI_FLASH_INFO& SPI_Info() {
-  static SPI_FLASH_INFO info;
-  return info;
-}
-
-void SPI_RefreshInfo() {
-  PROJECT_GetFlash(&SPI_Info());
-}
 
 void SPI_BuildDesc(SPI_CMD_DESC* pDesc, u32 Type, const void* pPara, u32 ParaSize, const u8* pWrite,
                    u8* pRead, u32 NumBits, u32 Flags) {
@@ -80,7 +72,8 @@ int SPI_CheckSpan(const SPI_FLASH_INFO& info, u64 Addr, u64 NumBytes) {
   if (Addr < end && NumBytes <= end - Addr) {
     return 0;
   }
-  APP_LogErrorf("Address range 0x%lX - 0x%lX can't be reached with %d address bytes.", Addr,
+  APP_LogErrorf(APP_ERROR(APP_CAUSE::DoesNotFit).At(Addr),
+                "Address range 0x%lX - 0x%lX can't be reached with %d address bytes.", Addr,
                 Addr + NumBytes - 1, numAddrBytes);
   return -1;
 }
@@ -93,18 +86,46 @@ void SPI_SendCmd(u8 Cmd) {
   SPI_SendFrame(&Cmd, 1);
 }
 
-// The byte starts as all ones but for a ready bit that means ready, which starts as busy.
-u8 SPI_ReadStatus(const SPI_FLASH_INFO& info) {
-  u8 status = 0xFF;
-  if (info.StatusIsReadyBit != 0) {
-    status = static_cast<u8>(~GetStatusMask(info));
+// The second transfer ends the frame, so that a first one that failed, or one that was refused,
+// would leave the chip listening to what comes next.
+u8 SPI_ReadRegister(u8 Cmd) {
+  u8 value = 0xFF;
+  if (!VORTIC_Transfer(&Cmd, nullptr, 8, SPI_FLAGS_BEGIN) ||
+      !VORTIC_Transfer(nullptr, &value, 8, SPI_FLAGS_END)) {
+    const DRIVER_QUIET quiet;
+    VORTIC_DeactivateCS();
+    value = 0xFF;
   }
-  VORTIC_Transfer(&info.CmdReadStatus, nullptr, 8, SPI_FLAGS_BEGIN);
-  VORTIC_Transfer(nullptr, &status, 8, SPI_FLAGS_END);
-  return status;
+  return value;
 }
 
-bool SPI_IsReady(const SPI_FLASH_INFO& info) {
-  const bool isSet = (SPI_ReadStatus(info) & GetStatusMask(info)) != 0;
-  return isSet == (info.StatusIsReadyBit != 0);
+// Without an answer: all ones, but for a ready bit that means ready, which reads as busy.
+u8 SPI_ReadStatus(const SPI_FLASH_INFO& info) {
+  const u32 numErrors = DRIVER_GetNumErrors();
+  const u8 status = SPI_ReadRegister(info.CmdReadStatus);
+  const bool isUnread = DRIVER_GetNumErrors() != numErrors;
+  return isUnread && info.StatusIsReadyBit != 0 ? static_cast<u8>(~GetStatusMask(info)) : status;
+}
+
+u8 SPI_ReadPlainStatus() {
+  return SPI_ReadRegister(kCmdReadStatus);
+}
+
+bool SPI_IsReadyStatus(const SPI_FLASH_INFO& info, u8 Status) {
+  return ((Status & GetStatusMask(info)) != 0) == (info.StatusIsReadyBit != 0);
+}
+
+int SPI_ReadId(u8 Cmd, std::span<u8> Id) {
+  std::array<SPI_CMD_DESC, 2> aList{};
+  SPI_CMD_DESC* pEnd = aList.data();
+  SPI_BuildReadCmd(&pEnd, static_cast<u32>(aList.size()), &Cmd, Id.data(),
+                   static_cast<u32>(Id.size()));
+  const int result = SPI_RunList(aList.data(), static_cast<u32>(aList.size()));
+  if (result == SPI_NO_LIST) {
+    APP_LogError(APP_CAUSE::DriverLibrary,
+                 "Cannot connect to target flash (API function not found).");
+  } else if (result < 0) {
+    APP_LogError(APP_CAUSE::LinkLost, "Failed to connect to target flash.");
+  }
+  return result < 0 ? -1 : 0;
 }

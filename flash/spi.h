@@ -1,5 +1,7 @@
 #pragma once
 
+#include <span>
+
 #include "catalogue/devices/device_table.h"
 #include "flash/driver.h"
 #include "sys/types.h"
@@ -34,10 +36,7 @@ constexpr u32 SPI_MAX_READ = 0x20000;    // bytes of one read
 constexpr u32 SPI_ID_BYTES_DETECT = 42;  // read when the device is to be identified
 constexpr u32 SPI_ID_BYTES_VERIFY = 13;  // read when it is known
 
-// The process's one working copy of the project's flash description, refreshed at the start of each
-// operation.
-SPI_FLASH_INFO& SPI_Info();
-void SPI_RefreshInfo();
+struct FLASH_CHIP;
 
 void SPI_BuildDesc(SPI_CMD_DESC* pDesc, u32 Type, const void* pPara, u32 ParaSize, const u8* pWrite,
                    u8* pRead, u32 NumBits, u32 Flags);
@@ -55,24 +54,36 @@ u32 SPI_GetNumAddrBytes(const SPI_FLASH_INFO& info);
 // Address bytes that are too few would silently reach another place of the chip. 0, or -1 reported.
 int SPI_CheckSpan(const SPI_FLASH_INFO& info, u64 Addr, u64 NumBytes);
 
-// Single transfers, each a whole frame.
+// Single transfers, each a whole frame. One that fails is an error of the operation.
 void SPI_SendFrame(const u8* pData, u32 NumBytes);
 void SPI_SendCmd(u8 Cmd);
 // Reads the status byte by instruction, in one go of two transfers. A link that delivers nothing
-// leaves a byte that says busy and protected.
+// leaves a byte that says busy and protected, and the error of the operation; chip select is
+// inactive in any case.
 u8 SPI_ReadStatus(const SPI_FLASH_INFO& info);
-bool SPI_IsReady(const SPI_FLASH_INFO& info);
+// That of the plain status register, where "busy" stands in another one.
+u8 SPI_ReadPlainStatus();
+u8 SPI_ReadRegister(u8 Cmd);
+bool SPI_IsReadyStatus(const SPI_FLASH_INFO& info, u8 Status);
 
+// Reads the identification by instruction. 0, or -1 reported.
+[[nodiscard]] int SPI_ReadId(u8 Cmd, std::span<u8> Id);
 // At most SPI_MAX_READ bytes. 0, or -1 reported.
-int SPI_ReadData(u32 Addr, u32 NumBytes, u8* pData);
+[[nodiscard]] int SPI_ReadData(const SPI_FLASH_INFO& Info, u32 Addr, u32 NumBytes, u8* pData);
 // Whole pages, in batches of up to 32. Bytes sent to the device, negative on failure, reported.
-i64 SPI_ProgramPagesSingle(const SPI_FLASH_INFO* pInfo, u32 Addr, u32 NumBytes, const u8* pData);
-i64 SPI_ProgramPagesQuad(const SPI_FLASH_INFO* pInfo, u32 Addr, u32 NumBytes, const u8* pData);
+// Each batch shows that the chip was there from its begin to its end, and that each page was
+// carried out as far as the chip tells; the chip's write enable latch is set before and behind it
+// (LinkGuard).
+[[nodiscard]] i64 SPI_ProgramPagesSingle(const FLASH_CHIP& Chip, u32 Addr, u32 NumBytes,
+                                         const u8* pData);
+[[nodiscard]] i64 SPI_ProgramPagesQuad(const FLASH_CHIP& Chip, u32 Addr, u32 NumBytes,
+                                       const u8* pData);
 
 // Tries to switch on the library's fast mode after a connect.
-void SPI_EnterFastMode();
+void SPI_EnterFastMode(FLASH_CHIP* pChip);
 
-// The parameter blocks of fast mode, little-endian. Return the size written, 56 or 64.
+// The parameter blocks of fast mode, little-endian. Return the size written, 56 or 64, or 0 when
+// pDest is too small.
 constexpr u32 FAST_MODE_PARA_SIZE = 56;
 constexpr u32 FAST_MODE_PARA_EX_SIZE = 64;
-u32 SPI_BuildFastModePara(u8* pDest, u32 DestSize, bool Extended);
+u32 SPI_BuildFastModePara(const FLASH_CHIP& Chip, u8* pDest, u32 DestSize, bool Extended);

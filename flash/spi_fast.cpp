@@ -2,8 +2,7 @@
 #include <array>
 #include <span>
 
-#include "catalogue/catalogue.h"
-#include "flash/connect.h"
+#include "flash/chip.h"
 #include "flash/spi.h"
 #include "project/project.h"
 
@@ -40,15 +39,6 @@ class BlockWriter {
   std::size_t m_Pos = 0;
 };
 
-// Of the device's table row; the project's own value counts for a chip that isn't in the table.
-u32 GetStatusRegFormat(const SPI_FLASH_INFO& info) {
-  FLASH_DEVICE row{};
-  const i32 device = FLASH_GetSelectedDevice();
-  return device >= 0 && FLASH_GetDeviceRow(static_cast<u32>(device), &row) == 0
-             ? row.StatusRegFormat()
-             : info.StatusRegFormat;
-}
-
 u32 GetFlags(const SPI_FLASH_INFO& info, bool Extended) {
   PROJ_PERFORMANCE performance{};
   PROJECT_GetPerformance(&performance);
@@ -61,12 +51,12 @@ u32 GetFlags(const SPI_FLASH_INFO& info, bool Extended) {
 
 }  // namespace
 
-u32 SPI_BuildFastModePara(u8* pDest, u32 DestSize, bool Extended) {
+u32 SPI_BuildFastModePara(const FLASH_CHIP& Chip, u8* pDest, u32 DestSize, bool Extended) {
   const u32 size = Extended ? FAST_MODE_PARA_EX_SIZE : FAST_MODE_PARA_SIZE;
   if (DestSize < size) {
     return 0;
   }
-  const SPI_FLASH_INFO& info = SPI_Info();
+  const SPI_FLASH_INFO& info = Chip.Info;
   PROJ_PRODUCTION production{};
   PROJECT_GetProduction(&production);
   BlockWriter out({pDest, size});
@@ -74,9 +64,9 @@ u32 SPI_BuildFastModePara(u8* pDest, u32 DestSize, bool Extended) {
     out.U32(size);
   }
   for (const u32 value :
-       {info.FlashType, GetStatusRegFormat(info), info.NumPages, production.TimeoutEraseSect,
-        production.TimeoutEraseChip, production.TimeoutProgPage, production.TimeoutVerify,
-        GetFlags(info, Extended)}) {
+       {info.FlashType, static_cast<u32>(Chip.StatusFormat), info.NumPages,
+        production.TimeoutEraseSect, production.TimeoutEraseChip, production.TimeoutProgPage,
+        production.TimeoutVerify, GetFlags(info, Extended)}) {
     out.U32(value);
   }
   for (const u8 value :
@@ -99,10 +89,11 @@ u32 SPI_BuildFastModePara(u8* pDest, u32 DestSize, bool Extended) {
   return size;
 }
 
-// A library that refuses isn't complained of: the lists do the same work.
-void SPI_EnterFastMode() {
-  const SPI_FLASH_INFO& info = SPI_Info();
-  if (FLASH_GetSelectedDevice() < 0 || info.PageSizeShift > kMaxPageShift) {
+// A library that refuses isn't complained of: the lists do the same work. A chip whose layout of
+// the status register isn't known has no row, and fast mode is for rows only.
+void SPI_EnterFastMode(FLASH_CHIP* pChip) {
+  const SPI_FLASH_INFO& info = pChip->Info;
+  if (pChip->Row < 0 || info.PageSizeShift > kMaxPageShift) {
     return;
   }
   const bool isExtended = info.SendInitCommands != 0;
@@ -112,8 +103,6 @@ void SPI_EnterFastMode() {
     return;
   }
   std::array<u8, FAST_MODE_PARA_EX_SIZE> aPara{};
-  SPI_BuildFastModePara(aPara.data(), aPara.size(), isExtended);
-  if (pf(aPara.data()) >= 0) {
-    FLASH_State().FastMode = 1;
-  }
+  SPI_BuildFastModePara(*pChip, aPara.data(), aPara.size(), isExtended);
+  pChip->HasFastMode = pf(aPara.data()) >= 0;
 }

@@ -2,14 +2,27 @@
 #include <array>
 #include <cstring>
 #include <memory>
-#include <new>
+#include <vector>
 
 #include "app/engine/log.h"
+#include "flash/chip.h"
+#include "flash/link.h"
 #include "flash/spi.h"
 #include "project/project.h"
 
 // Page programming: pages become records, records become lists of up to 32 pages, and each list
 // runs in one call of the library, the wait for each page included.
+//
+// A list proves itself, at the price of a few bytes in 8 KiB:
+//
+//   status read     the write enable latch that the work before has left set is still there: the
+//                   chip has not lost its power, nor the 4-byte mode that goes with it
+//   pages           each with its poll; the last status byte of each tells whether it was
+//                   carried out
+//   ID read         the same chip answers, and not a floating line
+//   write enable    the latch for the next look
+//
+// Parts without a latch or an ID go without what they lack.
 
 namespace {
 
@@ -19,10 +32,19 @@ constexpr u32 kMaxPageShift = 16;
 constexpr u32 kPollTimeout = 100000;  // in the library's unit
 constexpr u32 kSinglePollParaSize = 16;
 constexpr u32 kQuadPollParaSize = 64;
+constexpr u32 kMaxRecordsPerPage = 7;
+constexpr u32 kNumHeadRecords = 2;
+constexpr u32 kNumTailRecords = 3;
+constexpr u32 kMaxRecords =
+    kNumHeadRecords + kMaxPagesPerBatch * kMaxRecordsPerPage + kNumTailRecords;
+constexpr u8 kCmdReadStatus = 0x05;
+constexpr u8 kStatusLatch = 0x02;
+constexpr u8 kNoAnswer = 0xFF;
 
 // The page that the chip refused; what stands before it is programmed.
-int ReportError(u32 Addr, const char* sCause) {
-  APP_LogErrorf("Programming failed @ address 0x%.8X (%s)", Addr, sCause);
+int ReportError(APP_CAUSE Cause, u32 Addr, const char* sReason) {
+  APP_LogErrorf(APP_ERROR(Cause).At(Addr), "Programming failed @ address 0x%.8X (%s)", Addr,
+                sReason);
   return -1;
 }
 
@@ -38,184 +60,228 @@ SPI_POLL_PARA MakePollPara(const SPI_FLASH_INFO& info) {
   return {0, 1u << pos, (info.StatusIsReadyBit != 0 ? 1u : 0u) << pos, kPollTimeout};
 }
 
-// Pages of one list and where they go. Blank pages are left out, so the addresses may have gaps.
-struct Batch {
-  std::array<u32, kMaxPagesPerBatch> aAddr;
-  u32 NumPages = 0;
-};
-
 // The fault of one record, or null.
 // A record that sends has to have sent all of it.
-const char* FindRecordFault(const SPI_CMD_DESC& desc) {
+struct RecordFault {
+  APP_CAUSE Cause = APP_CAUSE::None;
+  const char* sReason = nullptr;
+};
+RecordFault FindRecordFault(const SPI_CMD_DESC& desc) {
   if (desc.Type == SPI_TYPE_POLL) {
-    return desc.Result < 0 ? "timeout occurred" : nullptr;
+    return desc.Result < 0 ? RecordFault{APP_CAUSE::Timeout, "timeout occurred"} : RecordFault{};
   }
   if (desc.Result == VORTIC_ERR_NO_MEMORY) {
-    return "not enough memory";
+    return {APP_CAUSE::OutOfMemory, "not enough memory"};
   }
   const u32 expected = desc.pWrite != nullptr ? (desc.NumBits + 7) / 8 : 0;
-  return desc.Result == static_cast<i32>(expected) ? nullptr : "program error";
+  return desc.Result == static_cast<i32>(expected)
+             ? RecordFault{}
+             : RecordFault{APP_CAUSE::ProgramFailed, "program error"};
 }
 
-// The pages of a batch succeed or fail as one call; the records then tell which page was the first
-// to fail.
-int RunBatch(SPI_CMD_DESC* pList, u32 RecordsPerPage, const Batch& batch) {
-  const u32 first = batch.aAddr[0];
-  const int result = SPI_RunList(pList, batch.NumPages * RecordsPerPage);
-  switch (result) {
-    case SPI_NO_LIST:
-      return ReportError(first, "API function not found");
-    case VORTIC_ERR_NO_MEMORY:
-      return ReportError(first, "not enough memory");
-    case VORTIC_ERR_UNSUPPORTED:
-      return ReportError(first, "feature not supported");
-    default:
-      break;
-  }
-  if (result < 0) {
-    return ReportError(first, "unspecified error");
-  }
-  for (u32 i = 0; i < batch.NumPages * RecordsPerPage; ++i) {
-    if (const char* sFault = FindRecordFault(pList[i])) {
-      return ReportError(batch.aAddr[i / RecordsPerPage], sFault);
-    }
-  }
-  return 0;
-}
-
-// What both variants are made of: records of one page at its place in the list.
-class PageRecords {
+// The list of one batch. What differs between one and four lanes is how a page becomes records.
+class BatchList {
  public:
-  PageRecords(const SPI_FLASH_INFO& info, u32 PageSize)
-      : m_Info(info), m_PageSize(PageSize), m_Poll(MakePollPara(info)) {}
-  virtual ~PageRecords() = default;
-  PageRecords(const PageRecords&) = delete;
-  PageRecords& operator=(const PageRecords&) = delete;
+  BatchList(const FLASH_CHIP& Chip, u32 PageSize)
+      : m_Chip(Chip), m_PageSize(PageSize), m_Poll(MakePollPara(Chip.Info)) {
+    Clear();
+  }
+  virtual ~BatchList() = default;
+  BatchList(const BatchList&) = delete;
+  BatchList& operator=(const BatchList&) = delete;
 
-  virtual bool IsValid() const { return true; }
-  virtual SPI_CMD_DESC* GetList() = 0;
-  virtual u32 GetRecordsPerPage() const = 0;
-  virtual void SetPage(u32 Index, u32 Addr, const u8* pPage) = 0;
+  u32 NumPages() const { return m_NumPages; }
+
+  // The page stays the caller's until Run.
+  void Add(u32 Addr, const u8* pPage) {
+    m_aAddr[m_NumPages] = Addr;
+    AddPage(m_NumPages++, Addr, pPage);
+  }
+
+  // The pages of a batch succeed or fail as one call; the records then tell which page was the
+  // first to fail. 0, or -1 reported. The list is empty afterwards.
+  int Run() {
+    const u32 numBehindPages = m_NumRecords;
+    AddTail();
+    const int result = SPI_RunList(m_aList.data(), m_NumRecords);
+    const int outcome = result < 0 ? ReportListFault(result) : Check(numBehindPages);
+    Clear();
+    return outcome;
+  }
 
  protected:
-  const SPI_FLASH_INFO& m_Info;
+  virtual void AddPage(u32 Index, u32 Addr, const u8* pPage) = 0;
+
+  const SPI_FLASH_INFO& Info() const { return m_Chip.Info; }
+  u32 PageSize() const { return m_PageSize; }
+
+  void AddWrite(const u8* pData, u32 NumBytes, u32 Flags) {
+    AddTransfer(pData, nullptr, NumBytes, Flags);
+  }
+  void AddWriteEnable() {
+    AddWrite(&Info().CmdWriteEnable, 1, SPI_FLAGS_LIST_FRAME);
+    if (Info().SendInitCommands != 0) {
+      AddWrite(&Info().CmdInitPageProg, 1, SPI_FLAGS_LIST_FRAME);
+    }
+  }
+  void AddPoll(u32 Index, u32 ParaSize) {
+    AddWrite(&Info().CmdReadStatus, 1, SPI_FLAGS_LIST_BEGIN);
+    m_aStatus[Index] = kNoAnswer;
+    SPI_BuildDesc(&m_aList[m_NumRecords++], SPI_TYPE_POLL, &m_Poll, ParaSize, nullptr,
+                  &m_aStatus[Index], 8, SPI_FLAGS_END);
+  }
+
+ private:
+  // Results start as failed, so that what a library leaves alone can't pass. A read's result it may
+  // leave alone.
+  void AddTransfer(const u8* pWrite, u8* pRead, u32 NumBytes, u32 Flags) {
+    SPI_CMD_DESC* pDesc = &m_aList[m_NumRecords++];
+    SPI_BuildDesc(pDesc, SPI_TYPE_TRANSFER, nullptr, 0, pWrite, pRead, NumBytes * 8, Flags);
+    pDesc->Result = pWrite != nullptr ? -1 : 0;
+  }
+
+  void Clear() {
+    m_NumPages = 0;
+    m_NumRecords = 0;
+    if (m_Chip.HasWriteLatch) {
+      m_HeadStatus = 0;
+      AddWrite(&kCmdReadStatus, 1, SPI_FLAGS_LIST_BEGIN);
+      AddTransfer(nullptr, &m_HeadStatus, 1, SPI_FLAGS_END);
+    }
+    m_NumHead = m_NumRecords;
+  }
+
+  void AddTail() {
+    if (m_Chip.HasId) {
+      m_aId.fill(0);
+      AddWrite(&Info().CmdReadID, 1, SPI_FLAGS_LIST_BEGIN);
+      AddTransfer(nullptr, m_aId.data(), SPI_ID_BYTES_VERIFY, SPI_FLAGS_END);
+    }
+    if (m_Chip.HasWriteLatch) {
+      AddWrite(&Info().CmdWriteEnable, 1, SPI_FLAGS_LIST_FRAME);
+    }
+  }
+
+  int ReportListFault(int Result) const {
+    switch (Result) {
+      case SPI_NO_LIST:
+        return ReportError(APP_CAUSE::DriverLibrary, m_aAddr[0], "API function not found");
+      case VORTIC_ERR_NO_MEMORY:
+        return ReportError(APP_CAUSE::OutOfMemory, m_aAddr[0], "not enough memory");
+      case VORTIC_ERR_UNSUPPORTED:
+        return ReportError(APP_CAUSE::DriverLibrary, m_aAddr[0], "feature not supported");
+      default:
+        return ReportError(APP_CAUSE::DriverLibrary, m_aAddr[0], "unspecified error");
+    }
+  }
+
+  int Check(u32 NumBehindPages) const {
+    const u32 recordsPerPage = (NumBehindPages - m_NumHead) / m_NumPages;
+    for (u32 i = 0; i < m_NumRecords; ++i) {
+      const RecordFault fault = FindRecordFault(m_aList[i]);
+      if (fault.sReason != nullptr) {
+        const u32 page = i < m_NumHead ? 0 : (i - m_NumHead) / recordsPerPage;
+        return ReportError(fault.Cause, m_aAddr[std::min(page, m_NumPages - 1)], fault.sReason);
+      }
+    }
+    if (m_Chip.HasWriteLatch && ((m_HeadStatus & kStatusLatch) == 0 || m_HeadStatus == kNoAnswer)) {
+      return ReportError(APP_CAUSE::NoTargetVoltage, m_aAddr[0],
+                         "the chip was reset or lost its power");
+    }
+    for (u32 i = 0; i < m_NumPages; ++i) {
+      if (const char* sFault = LINK_FindStatusFault(m_Chip, m_aStatus[i])) {
+        const bool isProtected = std::strcmp(sFault, "protected") == 0;
+        return ReportError(isProtected ? APP_CAUSE::Protected : APP_CAUSE::ProgramFailed,
+                           m_aAddr[i], sFault);
+      }
+    }
+    return CheckId();
+  }
+
+  int CheckId() const {
+    if (!m_Chip.HasId) {
+      return 0;
+    }
+    std::array<u8, SPI_ID_BYTES_VERIFY> aStripped{};
+    SPI_StripIdBytes(m_aId.data(), SPI_ID_BYTES_VERIFY, aStripped.data(), SPI_ID_BYTES_VERIFY);
+    return std::equal(m_Chip.abId.begin(), m_Chip.abId.end(), aStripped.begin())
+               ? 0
+               : ReportError(APP_CAUSE::NoChip, m_aAddr[0], "the chip does not answer any more");
+  }
+
+  const FLASH_CHIP& m_Chip;
   const u32 m_PageSize;
   const SPI_POLL_PARA m_Poll;
-  u8 m_Status = 0;
+  std::array<SPI_CMD_DESC, kMaxRecords> m_aList{};
+  std::array<u32, kMaxPagesPerBatch> m_aAddr{};
+  std::array<u8, kMaxPagesPerBatch> m_aStatus{};
+  std::array<u8, SPI_ID_BYTES_VERIFY> m_aId{};
+  u8 m_HeadStatus = 0;
+  u32 m_NumPages = 0;
+  u32 m_NumRecords = 0;
+  u32 m_NumHead = 0;
 };
 
-// Built once; per page only instruction, address and data are copied in, and the results are
-// cleared, so that what a library leaves alone can't pass for the page before.
-class SingleRecords : public PageRecords {
+// Instruction, address and data in one buffer, as one record.
+class SingleList : public BatchList {
  public:
-  SingleRecords(const SPI_FLASH_INFO& info, u32 PageSize, u32 NumPages)
-      : PageRecords(info, PageSize),
-        m_FrameSize(SPI_GetNumAddrBytes(info) + PageSize + 1),
-        m_pList(new (std::nothrow) SPI_CMD_DESC[NumPages * GetRecordsPerPage()]{}),
-        m_pFrames(new (std::nothrow) u8[NumPages * m_FrameSize]) {
-    for (u32 i = 0; IsValid() && i < NumPages; ++i) {
-      BuildPage(i);
-    }
-  }
-  bool IsValid() const override { return m_pList != nullptr && m_pFrames != nullptr; }
-  SPI_CMD_DESC* GetList() override { return m_pList.get(); }
-  u32 GetRecordsPerPage() const override { return m_Info.SendInitCommands != 0 ? 5 : 4; }
+  SingleList(const FLASH_CHIP& Chip, u32 PageSize, u32 NumPages)
+      : BatchList(Chip, PageSize),
+        m_FrameSize(SPI_GetNumAddrBytes(Chip.Info) + PageSize + 1),
+        m_Frames(static_cast<std::size_t>(NumPages) * m_FrameSize) {}
 
-  void SetPage(u32 Index, u32 Addr, const u8* pPage) override {
-    u8* pFrame = &m_pFrames[Index * m_FrameSize];
-    const u32 numAddrBytes = SPI_GetNumAddrBytes(m_Info);
-    pFrame[0] = m_Info.CmdWritePage;
+ private:
+  void AddPage(u32 Index, u32 Addr, const u8* pPage) override {
+    u8* pFrame = &m_Frames[static_cast<std::size_t>(Index) * m_FrameSize];
+    const u32 numAddrBytes = SPI_GetNumAddrBytes(Info());
+    pFrame[0] = Info().CmdWritePage;
     SPI_StoreAddr(pFrame + 1, Addr, numAddrBytes);
-    std::memcpy(pFrame + 1 + numAddrBytes, pPage, m_PageSize);
-    SPI_CMD_DESC* p = &m_pList[Index * GetRecordsPerPage()];
-    std::for_each(p, p + GetRecordsPerPage(), [](SPI_CMD_DESC& desc) { desc.Result = 0; });
+    std::memcpy(pFrame + 1 + numAddrBytes, pPage, PageSize());
+    AddWriteEnable();
+    AddWrite(pFrame, m_FrameSize, SPI_FLAGS_LIST_FRAME);
+    AddPoll(Index, kSinglePollParaSize);
   }
 
- private:
-  void BuildPage(u32 Index) {
-    SPI_CMD_DESC* p = &m_pList[Index * GetRecordsPerPage()];
-    SetWrite(p++, &m_Info.CmdWriteEnable, 1, SPI_FLAGS_LIST_FRAME);
-    if (m_Info.SendInitCommands != 0) {
-      SetWrite(p++, &m_Info.CmdInitPageProg, 1, SPI_FLAGS_LIST_FRAME);
-    }
-    SetWrite(p++, &m_pFrames[Index * m_FrameSize], m_FrameSize, SPI_FLAGS_LIST_FRAME);
-    SetWrite(p++, &m_Info.CmdReadStatus, 1, SPI_FLAGS_LIST_BEGIN);
-    p->Type = SPI_TYPE_POLL;
-    p->pRead = &m_Status;
-    p->NumBits = 8;
-    p->Flags = SPI_FLAGS_END;
-    p->pPara = &m_Poll;
-    p->ParaSize = kSinglePollParaSize;
-  }
-
-  static void SetWrite(SPI_CMD_DESC* pDesc, const u8* pData, u32 NumBytes, u32 Flags) {
-    pDesc->Type = SPI_TYPE_TRANSFER;
-    pDesc->pWrite = pData;
-    pDesc->NumBits = NumBytes * 8;
-    pDesc->Flags = Flags;
-  }
-
-  const u32 m_FrameSize;  // instruction, address, page
-  std::unique_ptr<SPI_CMD_DESC[]> m_pList;
-  std::unique_ptr<u8[]> m_pFrames;
+  const u32 m_FrameSize;
+  std::vector<u8> m_Frames;
 };
 
-// Built anew for each page: the page goes out straight from the caller's block, on four lanes, and
-// only the address needs a place of its own. Instruction, address and data have lanes of their own,
-// so a page is a frame of three records.
-class QuadRecords : public PageRecords {
+// Instruction, address and data have lanes of their own, so a page is a frame of three records; the
+// data goes out straight from the caller's block, on four lanes.
+class QuadList : public BatchList {
  public:
-  using PageRecords::PageRecords;
-  SPI_CMD_DESC* GetList() override { return m_aList.data(); }
-  u32 GetRecordsPerPage() const override { return m_Info.SendInitCommands != 0 ? 7 : 6; }
-
-  void SetPage(u32 Index, u32 Addr, const u8* pPage) override {
-    const u32 numAddrBytes = SPI_GetNumAddrBytes(m_Info);
-    u8* pAddr = &m_aAddr[Index * 4];
-    SPI_StoreAddr(pAddr, Addr, numAddrBytes);
-    SPI_CMD_DESC* p = &m_aList[Index * GetRecordsPerPage()];
-    AddWrite(&p, &m_Info.CmdWriteEnable, 1, SPI_FLAGS_LIST_FRAME);
-    if (m_Info.SendInitCommands != 0) {
-      AddWrite(&p, &m_Info.CmdInitPageProg, 1, SPI_FLAGS_LIST_FRAME);
-    }
-    AddWrite(&p, &m_Info.CmdWritePageQuad, 1,
-             m_Info.WrCmdTransferMode == SPI_LANES_QUAD ? SPI_FLAGS_LIST_BEGIN_QUAD
-                                                        : SPI_FLAGS_LIST_BEGIN);
-    AddWrite(&p, pAddr, numAddrBytes,
-             m_Info.WrAddrTransferMode == SPI_LANES_QUAD ? SPI_FLAGS_ADDR_QUAD : SPI_FLAGS_ADDR);
-    AddWrite(&p, pPage, m_PageSize, SPI_FLAGS_DATA_QUAD);
-    AddWrite(&p, &m_Info.CmdReadStatus, 1, SPI_FLAGS_LIST_BEGIN);
-    SPI_BuildDesc(p, SPI_TYPE_POLL, &m_Poll, kQuadPollParaSize, nullptr, &m_Status, 8,
-                  SPI_FLAGS_END);
-  }
+  using BatchList::BatchList;
 
  private:
-  static void AddWrite(SPI_CMD_DESC** pp, const u8* pData, u32 NumBytes, u32 Flags) {
-    SPI_BuildDesc((*pp)++, SPI_TYPE_TRANSFER, nullptr, 0, pData, nullptr, NumBytes * 8, Flags);
+  void AddPage(u32 Index, u32 Addr, const u8* pPage) override {
+    const u32 numAddrBytes = SPI_GetNumAddrBytes(Info());
+    u8* pAddr = &m_aAddrBytes[Index * std::size_t{4}];
+    SPI_StoreAddr(pAddr, Addr, numAddrBytes);
+    AddWriteEnable();
+    AddWrite(&Info().CmdWritePageQuad, 1,
+             Info().WrCmdTransferMode == SPI_LANES_QUAD ? SPI_FLAGS_LIST_BEGIN_QUAD
+                                                        : SPI_FLAGS_LIST_BEGIN);
+    AddWrite(pAddr, numAddrBytes,
+             Info().WrAddrTransferMode == SPI_LANES_QUAD ? SPI_FLAGS_ADDR_QUAD : SPI_FLAGS_ADDR);
+    AddWrite(pPage, PageSize(), SPI_FLAGS_DATA_QUAD);
+    AddPoll(Index, kQuadPollParaSize);
   }
 
-  std::array<SPI_CMD_DESC, 256> m_aList{};
-  std::array<u8, kMaxPagesPerBatch * 4> m_aAddr{};
+  std::array<u8, kMaxPagesPerBatch * 4> m_aAddrBytes{};
 };
 
 // The frame that both variants share.
-i64 ProgramPages(PageRecords& Records, u32 PageSize, u32 PagesPerBatch, bool SkipBlank, u32 Addr,
+i64 ProgramPages(BatchList& List, u32 PageSize, u32 PagesPerBatch, bool SkipBlank, u32 Addr,
                  u32 NumBytes, const u8* pData) {
-  Batch batch;
   i64 numProgrammed = 0;
   for (u32 pos = 0; pos < NumBytes; pos += PageSize) {
     if (!SkipBlank || !IsBlankPage(pData + pos, PageSize)) {
-      Records.SetPage(batch.NumPages, Addr + pos, pData + pos);
-      batch.aAddr[batch.NumPages++] = Addr + pos;
+      List.Add(Addr + pos, pData + pos);
       numProgrammed += PageSize;
     }
-    const bool isFull = batch.NumPages == PagesPerBatch;
     const bool isLast = NumBytes - pos <= PageSize;
-    if (batch.NumPages != 0 && (isFull || isLast)) {
-      if (RunBatch(Records.GetList(), Records.GetRecordsPerPage(), batch) != 0) {
-        return -1;
-      }
-      batch.NumPages = 0;
+    if (List.NumPages() != 0 && (List.NumPages() == PagesPerBatch || isLast) && List.Run() != 0) {
+      return -1;
     }
   }
   return numProgrammed;
@@ -228,47 +294,43 @@ u32 GetPagesPerBatch(u32 PageSize) {
 
 // An erased NOR page reads 0xFF, so programming that changes nothing. FRAM and EEPROM have no
 // erase: there 0xFF is data like any other.
-bool IsSkippingBlank(const SPI_FLASH_INFO& info) {
+bool IsSkippingBlank(const FLASH_CHIP& Chip) {
   PROJ_PERFORMANCE performance{};
   PROJECT_GetPerformance(&performance);
-  return info.FlashType == FLASH_TYPE_NOR && performance.DisableSkipBlankDataOnProgram == 0;
+  return Chip.IsNor() && performance.DisableSkipBlankDataOnProgram == 0;
 }
 
 // A part of a page would be programmed as nothing and pass for done.
 int CheckBlock(const SPI_FLASH_INFO& info, u32 Addr, u32 NumBytes) {
   if (info.PageSizeShift > kMaxPageShift) {
-    APP_LogErrorf("Page size of %lu bytes is not supported.",
-                  info.PageSizeShift < 64 ? u64{1} << info.PageSizeShift : 0);
+    APP_LogErrorf(APP_CAUSE::Project, "Page size of %lu bytes is not supported.",
+                  info.PageSizeShift < 64 ? u64{1} << info.PageSizeShift : u64{0});
     return -1;
   }
   if ((NumBytes & ((1u << info.PageSizeShift) - 1)) != 0) {
-    return ReportError(Addr, "program error");
+    return ReportError(APP_CAUSE::Internal, Addr, "program error");
   }
   return NumBytes == 0 ? 0 : SPI_CheckSpan(info, Addr, NumBytes);
 }
 
 }  // namespace
 
-i64 SPI_ProgramPagesSingle(const SPI_FLASH_INFO* pInfo, u32 Addr, u32 NumBytes, const u8* pData) {
-  if (CheckBlock(*pInfo, Addr, NumBytes) != 0) {
+i64 SPI_ProgramPagesSingle(const FLASH_CHIP& Chip, u32 Addr, u32 NumBytes, const u8* pData) {
+  if (CheckBlock(Chip.Info, Addr, NumBytes) != 0) {
     return -1;
   }
-  const u32 pageSize = 1u << pInfo->PageSizeShift;
+  const u32 pageSize = 1u << Chip.Info.PageSizeShift;
   const u32 pagesPerBatch = GetPagesPerBatch(pageSize);
-  SingleRecords records(*pInfo, pageSize, pagesPerBatch);
-  if (!records.IsValid()) {
-    return ReportError(Addr, "not enough memory");
-  }
-  return ProgramPages(records, pageSize, pagesPerBatch, IsSkippingBlank(*pInfo), Addr, NumBytes,
-                      pData);
+  SingleList list(Chip, pageSize, pagesPerBatch);
+  return ProgramPages(list, pageSize, pagesPerBatch, IsSkippingBlank(Chip), Addr, NumBytes, pData);
 }
 
-i64 SPI_ProgramPagesQuad(const SPI_FLASH_INFO* pInfo, u32 Addr, u32 NumBytes, const u8* pData) {
-  if (CheckBlock(*pInfo, Addr, NumBytes) != 0) {
+i64 SPI_ProgramPagesQuad(const FLASH_CHIP& Chip, u32 Addr, u32 NumBytes, const u8* pData) {
+  if (CheckBlock(Chip.Info, Addr, NumBytes) != 0) {
     return -1;
   }
-  const u32 pageSize = 1u << pInfo->PageSizeShift;
-  QuadRecords records(*pInfo, pageSize);
-  return ProgramPages(records, pageSize, GetPagesPerBatch(pageSize), IsSkippingBlank(*pInfo), Addr,
+  const u32 pageSize = 1u << Chip.Info.PageSizeShift;
+  QuadList list(Chip, pageSize);
+  return ProgramPages(list, pageSize, GetPagesPerBatch(pageSize), IsSkippingBlank(Chip), Addr,
                       NumBytes, pData);
 }

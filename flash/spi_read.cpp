@@ -17,7 +17,8 @@
 namespace {
 
 constexpr u32 kMaxDummyBits = 512;
-constexpr u8 kFastRead = 0x0B;  // the one plain read instruction that wants a dummy byte
+constexpr u8 kFastRead = 0x0B;  // plain reads that want a dummy byte, this one and its 4-byte form
+constexpr u8 kFastRead4Byte = 0x0C;
 
 // What is shifted out in dummy cycles.
 constexpr std::array<u8, kMaxDummyBits / 8> kDummyBytes{};
@@ -41,14 +42,19 @@ ReadPhases GetQuadPhases(const SPI_FLASH_INFO& info) {
       SPI_FLAGS_DATA_QUAD};
 }
 
+bool IsFastRead(u8 Cmd) {
+  return Cmd == kFastRead || Cmd == kFastRead4Byte;
+}
+
 ReadPhases GetSinglePhases(const SPI_FLASH_INFO& info) {
   return {&info.CmdReadData, SPI_FLAGS_LIST_BEGIN,
-          SPI_FLAGS_NONE,    info.CmdReadData == kFastRead ? 8u : 0u,
+          SPI_FLAGS_NONE,    IsFastRead(info.CmdReadData) ? 8u : 0u,
           SPI_FLAGS_NONE,    SPI_FLAGS_END};
 }
 
 int ReportError(u32 Addr, const char* sCause) {
-  APP_LogErrorf("Failed to read @ address 0x%.8X (%s)", Addr, sCause);
+  APP_LogErrorf(APP_ERROR(APP_CAUSE::ReadFailed).At(Addr), "Failed to read @ address 0x%.8X (%s)",
+                Addr, sCause);
   return -1;
 }
 
@@ -82,9 +88,7 @@ const char* FindFault(int ListResult, const SPI_CMD_DESC* pList, u32 NumRecords)
 
 }  // namespace
 
-int SPI_ReadData(u32 Addr, u32 NumBytes, u8* pData) {
-  SPI_RefreshInfo();
-  const SPI_FLASH_INFO& info = SPI_Info();
+int SPI_ReadData(const SPI_FLASH_INFO& info, u32 Addr, u32 NumBytes, u8* pData) {
   if (NumBytes == 0) {
     return 0;
   }

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "flash/erase.h"
+#include "flash/link.h"
 #include "flash/operation.h"
 #include "flash/program.h"
 #include "flash/spi.h"
@@ -12,7 +13,8 @@
 
 // Verify: the chip is read in blocks and compared where the image has bytes. Small holes are read
 // across, which is cheaper than a frame of its own for each side; the image's marks keep them out
-// of the comparison. In fast mode the library compares whole blocks, holes as 0xFF.
+// of the comparison. In fast mode the library compares whole stretches of data; a block with holes
+// in it is compared here, so that the verdict doesn't depend on the way.
 
 namespace {
 
@@ -65,62 +67,103 @@ void ShowAddr(PROGRESS_INFO* pProgress, u64 Addr) {
   PROGRESS_SetSubText(pProgress, acText.data());
 }
 
+// What fast mode has found wrong, with the bytes that say so. A second read that finds nothing
+// wrong tells of the link.
+void ReportFast(const FLASH_CHIP& chip, u32 failAddr, u32 addr, u32 numBytes, const u8* pData) {
+  if (failAddr < addr || failAddr - addr >= numBytes) {
+    APP_LogErrorf(APP_ERROR(APP_CAUSE::VerifyDiffers).At(failAddr),
+                  "Verify failed @ address 0x%.8X", failAddr);
+    return;
+  }
+  const u8 expected = pData[failAddr - addr];
+  u8 found = static_cast<u8>(~expected);
+  if (SPI_ReadData(chip.Info, failAddr, 1, &found) != 0) {
+    return;
+  }
+  APP_LogErrorf(APP_ERROR(found == expected ? APP_CAUSE::LinkLost : APP_CAUSE::VerifyDiffers)
+                    .At(failAddr)
+                    .Differs(expected, found),
+                "Verify failed @ address 0x%.8X (Read: 0x%.2X, Expected: 0x%.2X%s)", failAddr,
+                found, expected, found == expected ? ", the first read differed" : "");
+}
+
+// False: differs or failed, reported.
+bool VerifyByLibrary(const FLASH_CHIP& chip, u32 addr, u32 numBytes, const u8* pData) {
+  const bool isQueued = FLASH_VerifyFast(chip, addr, numBytes, pData) >= 0;
+  u32 failAddr = addr;
+  const int result = FLASH_WaitFast(&failAddr, FLASH_GetFastTimeout(chip, numBytes));
+  if (isQueued && result >= 0) {
+    return true;
+  }
+  if (result != FLASH_WAIT_STOPPED && !Operation::HasFailed()) {
+    ReportFast(chip, result < 0 ? failAddr : addr, addr, numBytes, pData);
+  }
+  return false;
+}
+
 // False: differs or failed.
-bool VerifyBlock(u64 Addr, u64 NumBytes, const u8* pData, const u8* pValid) {
+bool VerifyBlock(const FLASH_CHIP& chip, u64 Addr, u64 NumBytes, const u8* pData,
+                 const u8* pValid) {
   if (!IsSendable(Addr, NumBytes)) {
-    return SPI_CheckSpan(SPI_Info(), Addr, NumBytes) == 0;
+    return SPI_CheckSpan(chip.Info, Addr, NumBytes) == 0;
   }
   const u32 addr = static_cast<u32>(Addr);
   const u32 numBytes = static_cast<u32>(NumBytes);
-  return FLASH_State().FastMode != 0 ? FLASH_VerifyFast(addr, numBytes, pData) >= 0
-                                     : FLASH_CompareBlock(addr, numBytes, pData, pValid) >= 0;
-}
-
-// Waits for what fast mode has queued. pFailed: address of a block that the library refused, or
-// null.
-void FinishFast(const u64* pFailed) {
-  u32 failAddr = 0;
-  const int result = FLASH_WaitFast(&failAddr);
-  if (result < 0 && result != FLASH_WAIT_STOPPED) {
-    APP_LogErrorf("Verify failed @ address 0x%.8X", failAddr);
-  } else if (pFailed != nullptr && !HasErrors()) {
-    APP_LogErrorf("Verify failed @ address 0x%.8X", static_cast<u32>(*pFailed));
+  if (chip.HasFastMode) {
+    // The edges of the image are those of its words, and hold nothing.
+    const u8* pEnd = pValid + numBytes;
+    const u8* pFirst = std::find_if(pValid, pEnd, [](u8 b) { return b != 0; });
+    const u8* pLast = pEnd;
+    while (pLast != pFirst && pLast[-1] == 0) {
+      --pLast;
+    }
+    if (std::find(pFirst, pLast, u8{0}) == pLast) {
+      const u32 skip = static_cast<u32>(pFirst - pValid);
+      return pFirst == pLast ||
+             VerifyByLibrary(chip, addr + skip, static_cast<u32>(pLast - pFirst), pData + skip);
+    }
   }
+  return FLASH_CompareBlock(chip, addr, numBytes, pData, pValid) >= 0;
 }
 
 // Both passes. The outcome is in the log.
-void RunVerify(MEMAREA* pArea, PROGRESS_INFO* pProgress) {
+void RunVerify(const FLASH_CHIP& chip, MEMAREA* pArea, PROGRESS_INFO* pProgress) {
   const std::unique_ptr<u8[]> pData = AllocBuffer(kMaxBlock);
   const std::unique_ptr<u8[]> pValid = AllocBuffer(kMaxBlock);
   if (pData == nullptr || pValid == nullptr) {
-    APP_LogErrorf("Failed to allocate %d bytes of memory", static_cast<u32>(kMaxBlock));
+    APP_LogErrorf(APP_CAUSE::OutOfMemory, "Failed to allocate %u bytes of memory",
+                  static_cast<u32>(kMaxBlock));
     return;
   }
   u64 total = 0;
   for (VerifyWalk walk(pArea); walk.Next(nullptr, nullptr);) {
     total += walk.NumBytes;
   }
+  LinkGuard guard(chip);
+  if (total != 0 && guard.Begin() != 0) {
+    return;
+  }
   ByteProgress done(pProgress, total);
   VerifyWalk walk(pArea);
   bool isOk = true;
-  while (isOk && !walk.IsAtEnd() && APP_IsOperationAlive() != 0) {
+  while (isOk && !walk.IsAtEnd() && Operation::IsAlive()) {
     ShowAddr(pProgress, walk.GetAddr());
     if (!walk.Next(pData.get(), pValid.get())) {
       break;
     }
-    isOk = VerifyBlock(walk.Addr, walk.NumBytes, pData.get(), pValid.get());
+    isOk = VerifyBlock(chip, walk.Addr, walk.NumBytes, pData.get(), pValid.get());
     if (isOk) {
       done.Add(walk.NumBytes);
       done.Show();
     }
   }
-  if (FLASH_State().FastMode != 0) {
-    FinishFast(isOk ? nullptr : &walk.Addr);
-  }
   // An image that could not be read to its end looks like one that ends early.
   const bool isEmpty = MEMAREA_GetNumRanges(pArea) == 0;
-  if (APP_IsOperationAlive() != 0 && (done.NumDone() != total || (total == 0 && !isEmpty))) {
-    APP_LogError("The data could not be read to its end.");
+  if (Operation::IsAlive() && (done.NumDone() != total || (total == 0 && !isEmpty))) {
+    APP_LogError(APP_CAUSE::Internal, "The data could not be read to its end.");
+  }
+  if (total != 0 && Operation::IsAlive() && guard.End() == 0) {
+    APP_Touched().NumVerified += MEMAREA_GetNumBytes(pArea);
   }
 }
 
@@ -134,6 +177,7 @@ bool IsInChip(MEMAREA* pArea) {
   u64 numBytes = 0;
   MEMAREA_GetRange(pArea, static_cast<u32>(index), &addr, &numBytes);
   APP_LogErrorf(
+      APP_ERROR(APP_CAUSE::DoesNotFit).At(addr),
       "Could not verify target, address range 0x%lX - 0x%lX is outside of the flash chip.", addr,
       addr + numBytes - 1);
   return false;
@@ -142,13 +186,15 @@ bool IsInChip(MEMAREA* pArea) {
 }  // namespace
 
 // The first difference is named; further ones would only repeat it.
-int FLASH_CompareBlock(u32 Addr, u32 NumBytes, const u8* pExpected, const u8* pValid) {
+int FLASH_CompareBlock(const FLASH_CHIP& Chip, u32 Addr, u32 NumBytes, const u8* pExpected,
+                       const u8* pValid) {
   // A read that delivers nothing must not look like the block before.
   const u32 numFill = std::min(NumBytes, SPI_MAX_READ);
   std::transform(pExpected, pExpected + numFill, ReadBuffer.begin(),
                  [](u8 Value) { return static_cast<u8>(~Value); });
-  if (SPI_ReadData(Addr, NumBytes, ReadBuffer.data()) != 0) {
-    APP_LogErrorf("Failed to read memory (0x%.2X bytes @ address 0x%.8X)", NumBytes, Addr);
+  if (SPI_ReadData(Chip.Info, Addr, NumBytes, ReadBuffer.data()) != 0) {
+    APP_LogErrorf(APP_ERROR(APP_CAUSE::ReadFailed).At(Addr),
+                  "Failed to read memory (0x%.2X bytes @ address 0x%.8X)", NumBytes, Addr);
     return -1;
   }
   if (std::memcmp(ReadBuffer.data(), pExpected, NumBytes) == 0) {
@@ -156,8 +202,10 @@ int FLASH_CompareBlock(u32 Addr, u32 NumBytes, const u8* pExpected, const u8* pV
   }
   for (u32 i = 0; i < NumBytes; ++i) {
     if (ReadBuffer[i] != pExpected[i] && (pValid == nullptr || pValid[i] != 0)) {
-      APP_LogErrorf("Verification failed @ address 0x%.8X (Read: 0x%.2X, Expected: 0x%.2X)",
-                    Addr + i, ReadBuffer[i], pExpected[i]);
+      APP_LogErrorf(
+          APP_ERROR(APP_CAUSE::VerifyDiffers).At(Addr + i).Differs(pExpected[i], ReadBuffer[i]),
+          "Verification failed @ address 0x%.8X (Read: 0x%.2X, Expected: 0x%.2X)", Addr + i,
+          ReadBuffer[i], pExpected[i]);
       return -1;
     }
   }
@@ -169,22 +217,21 @@ void FLASH_Verify(MEMAREA* pArea) {
   Operation op("Verifying target (%lu bytes, %d range%s) ...", MEMAREA_GetNumBytes(pArea),
                numRanges, Plural(numRanges));
   if (pArea == nullptr) {
-    APP_LogError("Could not verify target, no data file opened.");
+    APP_LogError(APP_CAUSE::NoData, "Could not verify target, no data file opened.");
     return;
   }
-  if (FLASH_Connect() != 0) {
-    APP_LogError("Could not verify target, not connected.");
+  const FLASH_CHIP* pChip = op.Connect("Could not verify target, not connected.");
+  if (pChip == nullptr) {
     return;
   }
   PROGRESS_INFO* pProgress = op.StartProgress("Verifying target");
-  SPI_RefreshInfo();
-  if (!HasErrors() && IsInChip(pArea)) {
-    RunVerify(pArea, pProgress);
+  if (!Operation::HasFailed() && IsInChip(pArea)) {
+    RunVerify(*pChip, pArea, pProgress);
   }
-  if (HasErrors()) {
-    APP_LogError("Failed to verify target.");
-  } else if (op.IsCanceled()) {
-    APP_LogError("Verify canceled by user");
+  if (Operation::HasFailed()) {
+    APP_LogError(APP_CAUSE::VerifyDiffers, "Failed to verify target.");
+  } else if (Operation::IsCanceled()) {
+    APP_LogError(APP_CAUSE::Canceled, "Verify canceled by user");
   } else {
     APP_LogCompleted("All loaded bytes verified OK!");
   }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "flash/chip.h"
 #include "image/memarea.h"
 #include "sys/types.h"
 
@@ -15,9 +16,14 @@ MEMAREA* FLASH_ReadSpan(u64 FirstAddr, u64 LastAddr);
 MEMAREA* FLASH_ReadAffected(MEMAREA* pArea);
 
 struct PROGRESS_INFO;
-void FLASH_ReadInto(MEMAREA* pDest, u64 FirstAddr, u64 LastAddr, PROGRESS_INFO* pProgress);
-// Null ranges stand for the chip.
-void FLASH_ReadRanges(MEMAREA* pRanges, MEMAREA* pDest, PROGRESS_INFO* pProgress);
+// The outcome is in the log. Null ranges stand for the chip. The chip is asked before and behind it
+// whether it is there all the time.
+void FLASH_ReadInto(const FLASH_CHIP& Chip, MEMAREA* pDest, u64 FirstAddr, u64 LastAddr,
+                    PROGRESS_INFO* pProgress);
+void FLASH_ReadRanges(const FLASH_CHIP& Chip, MEMAREA* pRanges, MEMAREA* pDest,
+                      PROGRESS_INFO* pProgress);
 // pValid: 0 for a byte that isn't compared. 0, or -1 reported.
-int FLASH_CompareBlock(u32 Addr, u32 NumBytes, const u8* pExpected, const u8* pValid);
-int FLASH_VerifyFast(u32 Addr, u32 NumBytes, const u8* pData);
+[[nodiscard]] int FLASH_CompareBlock(const FLASH_CHIP& Chip, u32 Addr, u32 NumBytes,
+                                     const u8* pExpected, const u8* pValid);
+// Hands a block to the library's queue. 0, or -1 not reported.
+[[nodiscard]] int FLASH_VerifyFast(const FLASH_CHIP& Chip, u32 Addr, u32 NumBytes, const u8* pData);

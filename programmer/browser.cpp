@@ -139,7 +139,7 @@ int Check(ZELMONT_FILE_REQUEST* pRequest) {
 
 // A connection to a flash is given up: fast mode and files don't go together.
 int EnsureOpen() {
-  if (FLASH_State().ProbeIsOpen != 0 && !FLASH_IsConnected()) {
+  if (PROBE_IsOpen() && !FLASH_IsConnected()) {
     return 0;
   }
   if (ZELMONT_Connect() != 0) {

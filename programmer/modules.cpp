@@ -161,7 +161,7 @@ int APP_DownloadFiles(const ZELMONT_FILE_INFO* paFiles, u32 NumFiles) {
   // one that the user has in mind: nothing is sent then.
   const PROBE_CONNECTION connection = GetConnection();
   const bool isSelecting = connection.UseATEModuleSelection != 0;
-  if (FLASH_State().ProbeIsGang == 0) {
+  if (!PROBE_IsGang()) {
     if (!isSelecting) {
       return APP_DownloadFileList(ZELMONT_LABEL, "", paFiles, NumFiles, progress.Get());
     }

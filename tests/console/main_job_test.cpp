@@ -114,7 +114,7 @@ TEST(MainJob, FaultsEndTheRunWithACauseAndTheNextRunSucceeds) {
       {"power=999@1", "Target system has no power"},
       {"id=00 00 00", "Failed to auto-detect SPI Flash."},
       {"stuck=0x101:0", " failed @ address 0x00000101"},
-      {"flip=0x8000:3", "Programming canceled by user"},
+      {"flip=0x8000:3", "Erasing failed @ address 0x00008000 (Read: 0xF7, Expected: 0xFF)"},
       {"cutpower@45", "ERROR: "},
   };
   BENCH bench;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "catalogue/catalogue.h"
+#include "flash/connect_internal.h"
 #include "project/settings.h"
 #include "tests/flash/flash_scope.h"
 
@@ -51,7 +52,7 @@ TEST(Connect, Refusals) {
     const bool isGood = *row.sText == '\0';
     EXPECT_EQ(FLASH_Connect(), isGood ? 0 : -1);
     EXPECT_EQ(FLASH_IsConnected(), isGood);
-    EXPECT_EQ(FLASH_State().ProbeIsOpen, isGood ? 1 : 0);
+    EXPECT_EQ(PROBE_IsOpen(), isGood);
     EXPECT_TRUE(fake.FrontEnd().HasBox(row.sText) || isGood) << fake.FrontEnd().GetBoxTexts();
     EXPECT_EQ(fake.FrontEnd().GetStatusText(0), isGood ? "Ready" : "Failed to connect");
     EXPECT_EQ(fake.FrontEnd().GetStatusText(2), isGood ? "Speed: 4000 kHz" : "");
@@ -67,13 +68,14 @@ TEST(Connect, SequenceOfCalls) {
   const u64 slept = FakeTime::GetSleptMs();
   ASSERT_EQ(FLASH_Connect(), 0);
   EXPECT_EQ(fake.Log,
-            "Open\nTif 5\nSpeed 50000\nExec SupplyPower = 1\nLine r\nLine r\n"
-            "List 2\n1 9F 8 002\n1 < 104 00C\n");
+            "Open\nTif 5\nSpeed 50000\nExec SupplyPower = 1\nLine r\nLine r\nLine C\n"
+            "List 2\n1 9F 8 002\n1 < 104 00C\n"
+            "W 06 8 00E\nW 05 8 002\nR 8 00C\nW 04 8 00E\nW 05 8 002\nR 8 00C\n");
   fake.Log.clear();
   EXPECT_EQ(FLASH_Connect(), 0);
   EXPECT_EQ(fake.Log, "");
   FLASH_Disconnect();
-  EXPECT_EQ(fake.Log, "Exec DisablePowerSupplyOnClose\nLine R\nClose\n");
+  EXPECT_EQ(fake.Log, "Exec SupplyPower = 0\nExec DisablePowerSupplyOnClose\nLine R\nClose\n");
   EXPECT_EQ(FakeTime::GetSleptMs() - slept, 250u + 10 + 10 + 20 + 250);
   // A link that broke while idle is brought up anew, once.
   ASSERT_EQ(FLASH_Connect(), 0);
@@ -88,17 +90,16 @@ TEST(Connect, SequenceOfCalls) {
 
 // The mode switch follows the chip that is there, whatever the project said before.
 TEST(Connect, FourByteModeFollowsIdentification) {
-  const std::string late = "List 2\n1 06 8 00E\n1 B7 8 00E\n";
+  const std::string enter = "W 06 8 00E\nW B7 8 00E\nW 04 8 00E\n";
   const struct {
     Id ChipId;
     u8 WasDedicated, WasNumAddrBytes;
-    std::string List;
-    bool IsSentAtClose;
+    bool IsSwitched;
   } rows[] = {
-      {{0x20, 0xBA, 0x19}, 0, 3, late, true},
-      {{0x20, 0xBA, 0x19}, 1, 4, "List 4\n1 9F 8 002\n1 < 336 00C\n1 06 8 00E\n1 B7 8 00E\n", true},
-      {{0xEF, 0x40, 0x18}, 1, 4, "List 4\n", false},
-      {{0xEF, 0x40, 0x18}, 0, 3, "List 2\n1 9F 8 002\n1 < 336 00C\n", false},
+      {{0x20, 0xBA, 0x19}, 0, 3, true},
+      {{0x20, 0xBA, 0x19}, 1, 4, true},
+      {{0xEF, 0x40, 0x18}, 1, 4, false},
+      {{0xEF, 0x40, 0x18}, 0, 3, false},
   };
   for (const auto& row : rows) {
     FakeScope fake;
@@ -107,17 +108,20 @@ TEST(Connect, FourByteModeFollowsIdentification) {
     With(&SPI_FLASH_INFO::Dedicated4BAddrMode, row.WasDedicated)(fake);
     With(&SPI_FLASH_INFO::NumAddrBytes, row.WasNumAddrBytes)(fake);
     ASSERT_EQ(FLASH_Connect(), 0);
-    EXPECT_TRUE(fake.Has(row.List)) << fake.Log;
-    EXPECT_EQ(fake.Has(late), row.WasDedicated == 0 && row.IsSentAtClose);
+    EXPECT_EQ(fake.Has(enter), row.IsSwitched) << fake.Log;
     fake.Log.clear();
     FLASH_Disconnect();
-    EXPECT_EQ(fake.Has("W 06 8 00E\nW E9 8 00E\n"), row.IsSentAtClose);
+    EXPECT_EQ(fake.Has("W 06 8 00E\nW E9 8 00E\n"), row.IsSwitched);
   }
 }
 
 TEST(Connect, QuadByIdentificationSelectsTheInterface) {
   FakeScope fake({With(&FakeDriver::Id, {0xC8, 0x40, 0x18}), With(&SPI_FLASH_INFO::AutoDetect, 1),
                   With(&SPI_FLASH_INFO::DataTransferMode, SPI_LANES_QUAD)});
+  // A chip that ignores four lanes reads blank, and so does a blank one: the bit decides.
+  EXPECT_EQ(FLASH_Connect(), -1);
+  EXPECT_TRUE(fake.FrontEnd().HasBox("quad enable is not set"));
+  fake.Memory.assign(64, 0x5A);
   ASSERT_EQ(FLASH_Connect(), 0);
   EXPECT_TRUE(fake.Has("Tif 5\n"));
   EXPECT_TRUE(fake.Has("Tif 14\n"));
@@ -131,7 +135,7 @@ TEST(Connect, GangProgrammersTakeNoTargetSetUp) {
     fake.ProductId = product;
     fake.MilliVolts = isGang ? 0 : 3300;
     EXPECT_TRUE(PROBE_Open(true, false));
-    EXPECT_EQ(FLASH_State().ProbeIsGang != 0, isGang) << product;
+    EXPECT_EQ(PROBE_IsGang(), isGang) << product;
     EXPECT_EQ(fake.Has("Tif"), !isGang);
     fake.Log.clear();
     PROBE_Close();
@@ -161,7 +165,7 @@ TEST(Connect, SelectionByConnectionMode) {
     EXPECT_EQ(PROBE_Select(true), row.Result);
     EXPECT_FALSE(fake.FrontEnd().HasLog("Connecting"));  // no section is open
     const APP_LOG_SECTION section("Section");
-    PROBE_Select(true);
+    EXPECT_EQ(PROBE_Select(true), row.Result);
     EXPECT_TRUE(fake.FrontEnd().HasLog(row.sLine)) << fake.FrontEnd().GetLog();
   }
 }
@@ -174,8 +178,13 @@ TEST(Connect, OverriddenTimeouts) {
     p.TimeoutEraseChip = 8;
   });
   EXPECT_EQ(FLASH_Connect(), 0);
-  EXPECT_EQ(FLASH_State().TimeoutEraseSectorMs, 7u);
-  EXPECT_EQ(FLASH_State().TimeoutEraseChipMs, 8u);
+  EXPECT_EQ(CONNECT_GetChip()->TimeoutEraseSectorMs, 7u);
+  EXPECT_EQ(CONNECT_GetChip()->TimeoutEraseChipMs, 8u);
+  // Without that, twice what a chip of the size may take.
+  FakeScope large(
+      {With(&SPI_FLASH_INFO::NumPages, 1u << 20), With(&SPI_FLASH_INFO::NumAddrBytes, 4)});
+  EXPECT_EQ(FLASH_Connect(), 0);
+  EXPECT_EQ(CONNECT_GetChip()->TimeoutEraseChipMs, 256u * 12500);
 }
 
 TEST(Connect, Detect) {
@@ -194,7 +203,7 @@ TEST(Connect, Detect) {
     FakeScope fake({row.Arrange});
     EXPECT_EQ(FLASH_Detect(), row.Result);
     EXPECT_TRUE(fake.FrontEnd().HasLog(row.sText)) << fake.FrontEnd().GetLog();
-    EXPECT_EQ(FLASH_State().ProbeIsOpen, 0);
+    EXPECT_FALSE(PROBE_IsOpen());
   }
 }
 

@@ -30,7 +30,7 @@ TEST(Driver, WithoutALibraryNothingCountsAsSuccess) {
   DRIVER_SetLibraryPath("/nowhere/libVortic_x64.so");
   EXPECT_EQ(FLASH_Connect(), -1);
   EXPECT_GE(NumFatal, 1);
-  EXPECT_EQ(APP_State().ExitCode, 1);
+  EXPECT_EQ(APP_GetRunCause(), APP_CAUSE::DriverLibrary);
   const SCRIPTED_BOX box = scope.FrontEnd().GetBoxes().front();
   EXPECT_EQ(box.Title, "Vortic Error");
   EXPECT_EQ(box.Text, "Target DLL /nowhere/libVortic_x64.so not found !");

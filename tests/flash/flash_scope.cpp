@@ -9,6 +9,7 @@
 
 #include "app/engine/log.h"
 #include "catalogue/catalogue.h"
+#include "flash/geometry.h"
 #include "project/recent.h"
 #include "project/settings.h"
 
@@ -35,28 +36,52 @@ std::string Hex(const u8* p, u32 n) {
   return n > 8 ? text + ".." : text;
 }
 
+// The write latch, as frames set it and use it up.
+void TakeFrame(u8 Cmd, u32 Flags) {
+  if ((Flags & SPI_FLAGS_BEGIN) == 0) {
+    return;
+  }
+  if (Cmd == 0x06) {
+    pFake->IsLatchSet = true;
+  } else if (std::string_view("\x01\x02\x04\x31\x32\x98\xC7\xD8").find(static_cast<char>(Cmd)) !=
+             std::string_view::npos) {
+    pFake->IsLatchSet = false;
+  }
+}
+
+u8 TakeStatus() {
+  const u8 status = pFake->Status.empty() ? u8{0} : pFake->Status.front();
+  if (pFake->Status.size() > 1) {
+    pFake->Status.pop_front();
+  }
+  return static_cast<u8>(status | (pFake->HasLatch && pFake->IsLatchSet ? 2 : 0));
+}
+
 int Transfer(const u8* pWrite, u8* pRead, u32 NumBits, u32 Flags) {
   if (pFake->ErrorAtTransfer != 0 && --pFake->ErrorAtTransfer == 0) {
     pFake->pfError("Link lost");
   }
   if (pWrite != nullptr) {
     Note("W %s %u %03X", Hex(pWrite, NumBits / 8).c_str(), NumBits, Flags);
+    TakeFrame(pWrite[0], Flags);
   } else {
     Note("R %u %03X", NumBits, Flags);
     if (!pFake->IsDead && !pFake->Status.empty()) {
-      std::memset(pRead, pFake->Status.front(), NumBits / 8);
-      if (pFake->Status.size() > 1) {
-        pFake->Status.pop_front();
-      }
+      std::memset(pRead, TakeStatus(), NumBits / 8);
     }
   }
-  return 0;
+  return pFake->TransferResult;
 }
 
 // The first record names the instruction, the second the address of a read.
 void FillRead(const VORTIC_SPI_CMD* pList, const VORTIC_SPI_CMD& cmd) {
   const u32 numBytes = cmd.NumBits / 8;
-  if (pList[0].pWrite[0] == 0x9F) {
+  const u8 before = (&cmd)[-1].pWrite != nullptr ? (&cmd)[-1].pWrite[0] : u8{0};
+  if (before == 0x05 && (&cmd)[-1].NumBits == 8) {
+    std::fill_n(cmd.pRead, numBytes, TakeStatus());
+    return;
+  }
+  if (before == 0x9F) {
     std::fill_n(cmd.pRead, numBytes, u8{0});
     std::copy_n(pFake->Id.begin(), std::min<std::size_t>(pFake->Id.size(), numBytes), cmd.pRead);
     return;
@@ -81,9 +106,11 @@ int RunList(VORTIC_SPI_CMD* pList, u32 NumRecords) {
       const auto& para = *static_cast<const VORTIC_POLL_PARA*>(cmd.pPara);
       Note("2 %X/%X/%u %u %03X %u", para.Mask, para.Expected, para.Timeout, cmd.NumBits, cmd.Flags,
            cmd.ParaSize);
+      *cmd.pRead = 0;
       cmd.Result = 0;
     } else if (cmd.pWrite != nullptr) {
       Note("1 %s %u %03X", Hex(cmd.pWrite, cmd.NumBits / 8).c_str(), cmd.NumBits, cmd.Flags);
+      TakeFrame(cmd.pWrite[0], cmd.Flags);
       cmd.Result = static_cast<i32>((cmd.NumBits + 7) / 8);
     } else {
       Note("1 < %u %03X", cmd.NumBits, cmd.Flags);
@@ -218,8 +245,13 @@ void SetPlainChip(SPI_FLASH_INFO& info) {
 
 FlashScope::FlashScope() {
   setenv("XDG_CONFIG_HOME", m_Dir.path().c_str(), 1);
-  APP_EngineHooks.pfDisconnect = FLASH_Disconnect;
   APP_EngineHooks.pfGetLogLevel = [] { return 9u; };
+  FLASH_Hooks.pfSetStatusText = [](const char* sText, u32 Index) {
+    APP_GetFrontEnd()->SetStatusText(sText, Index);
+  };
+  FLASH_Hooks.pfOnProbeOpening = [](bool IsOpening) {
+    APP_GetFrontEnd()->EnableDataWindowCheck(!IsOpening);
+  };
   SETUP_Init();
   FLASH_ResetConnection();
   PROJECT_New(nullptr);
@@ -237,9 +269,20 @@ FlashScope::~FlashScope() {
 }
 
 void FlashScope::SetFlash(const std::function<void(SPI_FLASH_INFO&)>& change) {
-  PROJECT_GetFlash(&SPI_Info());
-  change(SPI_Info());
-  PROJECT_SetFlash(&SPI_Info());
+  SPI_FLASH_INFO info{};
+  PROJECT_GetFlash(&info);
+  change(info);
+  PROJECT_SetFlash(&info);
+}
+
+FLASH_CHIP FlashScope::MakeChip() {
+  FLASH_CHIP chip;
+  PROJECT_GetFlash(&chip.Info);
+  chip.StatusFormat = chip.Info.StatusRegFormat;
+  chip.Sectors = GEOMETRY_Of(chip.Info);
+  chip.Units = GEOMETRY_UnitsOf(chip.Info);
+  chip.TimeoutBlockProtMs = chip.TimeoutEraseSectorMs = chip.TimeoutEraseChipMs = 100;
+  return chip;
 }
 
 void FlashScope::SetProduction(const std::function<void(PROJ_PRODUCTION&)>& change) {

@@ -7,6 +7,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "flash/chip.h"
 #include "flash/connect.h"
 #include "flash/spi.h"
 #include "image/memarea.h"
@@ -28,6 +29,9 @@ class FlashScope {
   std::string Path(const std::string& name) const { return m_Dir.file(name); }
   // Changes the project's flash description.
   static void SetFlash(const std::function<void(SPI_FLASH_INFO&)>& change);
+  // The chip that the project describes, without an ID or a write latch: what is sent to it is what
+  // was asked for and nothing else.
+  static FLASH_CHIP MakeChip();
   static void SetProduction(const std::function<void(PROJ_PRODUCTION&)>& change);
 
  private:
@@ -46,7 +50,8 @@ struct FakeDriver {
   std::set<std::string> Missing;         // names
   std::set<i32> MissingFunc = {45, 72};  // indices
   const char* sOpen = nullptr;           // what opening answers
-  int SelectResult = 0, HwResult = 0, ExecResult = 0, ListResult = 0, FastResult = 0;
+  int SelectResult = 0, HwResult = 0, ExecResult = 0, ListResult = 0, FastResult = 0,
+      TransferResult = 0;
   u16 MilliVolts = 3300;
   u32 Interfaces = 1u << 5 | 1u << 14;
   i32 ProductId = 1;
@@ -59,6 +64,9 @@ struct FakeDriver {
   std::vector<u8> Memory;  // read by lists; 0xFF behind its end
   // Changes the results of a list that has run.
   std::function<void(VORTIC_SPI_CMD*, u32)> OnList;
+
+  bool IsLatchSet = false;  // write enable came, and no program or erase behind it
+  bool HasLatch = true;     // shows in bit 1 of the status
 
   std::string Log;  // all calls
   u32 NumLists = 0;

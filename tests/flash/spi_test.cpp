@@ -56,9 +56,10 @@ TEST(Spi, Records) {
     FakeScope fake;
     FlashScope::SetFlash(row.Set);
     u8 aData[16];
-    EXPECT_EQ(SPI_ReadData(0x012345, sizeof(aData), aData), 0);
+    const FLASH_CHIP chip = FlashScope::MakeChip();
+    EXPECT_EQ(SPI_ReadData(chip.Info, 0x012345, sizeof(aData), aData), 0);
     const std::vector<u8> page(256, 0x55);
-    EXPECT_EQ(SPI_ProgramPages(0x010200, 256, page.data()), 256);
+    EXPECT_EQ(SPI_ProgramPages(chip, 0x010200, 256, page.data()), 256);
     EXPECT_EQ(fake.Log, row.Read + row.Program);
   }
 }
@@ -94,7 +95,9 @@ TEST(Spi, BatchesAndBlankPages) {
       const u32 size = 1u << row.PageShift;
       std::vector<u8> data(row.NumPages * size, 0);
       std::fill_n(data.begin() + row.FirstBlank * size, row.NumBlank * size, u8{0xFF});
-      EXPECT_EQ(SPI_ProgramPages(0, static_cast<u32>(data.size()), data.data()), row.Result);
+      EXPECT_EQ(
+          SPI_ProgramPages(FlashScope::MakeChip(), 0, static_cast<u32>(data.size()), data.data()),
+          row.Result);
       EXPECT_EQ(fake.NumLists, row.NumLists);
     }
   }
@@ -136,9 +139,10 @@ TEST(Spi, ListFaults) {
     };
     std::vector<u8> data(512, 0x11);
     std::vector<u8> read(512);
-    EXPECT_EQ(SPI_ReadData(0x200, 512, read.data()), row.sRead == nullptr ? 0 : -1);
+    const FLASH_CHIP chip = FlashScope::MakeChip();
+    EXPECT_EQ(SPI_ReadData(chip.Info, 0x200, 512, read.data()), row.sRead == nullptr ? 0 : -1);
     EXPECT_TRUE(row.sRead == nullptr || fake.FrontEnd().HasLog(row.sRead));
-    EXPECT_EQ(SPI_ProgramPages(0x200, 512, data.data()), row.sProgram == nullptr ? 512 : -1);
+    EXPECT_EQ(SPI_ProgramPages(chip, 0x200, 512, data.data()), row.sProgram == nullptr ? 512 : -1);
     EXPECT_TRUE(row.sProgram == nullptr || fake.FrontEnd().HasLog(row.sProgram));
   }
 }
@@ -150,7 +154,8 @@ TEST(Spi, ResultsStartAnewInEachBatch) {
   fake.SilentFromList = 2;
   std::vector<u8> data(40 * 256, 0x11);
   std::fill_n(data.begin() + 32 * 256, 256, u8{0xFF});
-  EXPECT_EQ(SPI_ProgramPages(0, static_cast<u32>(data.size()), data.data()), -1);
+  EXPECT_EQ(SPI_ProgramPages(FlashScope::MakeChip(), 0, static_cast<u32>(data.size()), data.data()),
+            -1);
   EXPECT_TRUE(fake.FrontEnd().HasLog("Programming failed @ address 0x00002100 (program error)"));
 }
 
@@ -165,13 +170,14 @@ TEST(Spi, AddressesThatTheCommandCannotCarryAreRefused) {
     FakeScope fake;
     With(&SPI_FLASH_INFO::NumAddrBytes, row.NumAddrBytes)(fake);
     std::vector<u8> data(row.NumBytes);
-    EXPECT_EQ(SPI_ProgramPages(row.Addr, row.NumBytes, data.data()) < 0, row.Result < 0);
-    EXPECT_EQ(SPI_ReadData(row.Addr, row.NumBytes, data.data()), row.Result);
+    const FLASH_CHIP chip = FlashScope::MakeChip();
+    EXPECT_EQ(SPI_ProgramPages(chip, row.Addr, row.NumBytes, data.data()) < 0, row.Result < 0);
+    EXPECT_EQ(SPI_ReadData(chip.Info, row.Addr, row.NumBytes, data.data()), row.Result);
     EXPECT_EQ(fake.NumLists, row.Result < 0 ? 0u : 2u);
   }
 }
 
-TEST(Spi, StatusOfADeadLinkIsBusyAndProtected) {
+TEST(Spi, StatusOfADeadLinkIsNoAnswer) {
   FakeScope fake;
   fake.IsDead = true;
   for (const u8 ready : {0, 1}) {
@@ -179,12 +185,17 @@ TEST(Spi, StatusOfADeadLinkIsBusyAndProtected) {
       i.StatusIsReadyBit = ready;
       i.StatusBitPos = 7;
     });
-    EXPECT_FALSE(SPI_IsReady(SPI_Info()));
-    EXPECT_NE(SPI_ReadStatus(SPI_Info()) & 0x1C, 0);
+    const SPI_FLASH_INFO info = FlashScope::MakeChip().Info;
+    const u8 status = SPI_ReadStatus(info);
+    EXPECT_EQ(status, 0xFF);  // which nobody takes for an answer
+    EXPECT_EQ(SPI_IsReadyStatus(info, status), ready == 1);
   }
+  // A refused transfer leaves chip select as it should be.
   fake.IsDead = false;
-  fake.Status = {0xD7};
-  EXPECT_TRUE(SPI_IsReady(SPI_Info()));
+  fake.TransferResult = -1;
+  SPI_ReadStatus(FlashScope::MakeChip().Info);
+  EXPECT_TRUE(fake.Has("Line C\n"));
+  EXPECT_TRUE(fake.FrontEnd().HasLog("without giving a reason"));
 }
 
 }  // namespace

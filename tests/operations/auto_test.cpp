@@ -160,7 +160,11 @@ void RunCase(const CASE& c) {
     const u64 eraseNs = isWhole ? kChipEraseNs : model.Erased.size() * kSectorEraseNs;
     EXPECT_EQ(core.Stat("BusyNs"), model.NumPages * kPageNs + eraseNs);
     // Nothing is read twice: at most 3 % and a connect more than the data.
-    const u64 numBytes = model.NumRead + model.NumPages * (kPage + 8) + (c.Verify ? numWork : 0);
+    // What was erased is read back, but for what the run programs and verifies.
+    const u64 numErased = isWhole ? model.Chip.size() : model.Erased.size() * kSector;
+    const u64 numProved = c.Program && c.Verify && !isWhole && !c.IsSpecial ? numWork : 0;
+    const u64 numBytes = model.NumRead + model.NumPages * (kPage + 8) + (c.Verify ? numWork : 0) +
+                         (c.Erase ? numErased : 0) - std::min<u64>(numProved, numErased);
     EXPECT_LT(core.Stat("Bits"), numBytes * 8 * 103 / 100 + 10000);
     EXPECT_EQ(core.Stat("Faults"), 0u);
     EXPECT_TRUE(frontEnd.HasLog("s, Erase ") == c.Erase &&
@@ -299,7 +303,7 @@ void CutAtEveryCall(const char* sWithout) {
       numPassed += isPassed ? 1 : 0;
     }
   }
-  EXPECT_LT(numPassed, numCalls / 4) << numCalls;
+  EXPECT_LT(numPassed, numCalls / 3) << numCalls;
 }
 
 TEST(Auto, CutAtEveryCall) {

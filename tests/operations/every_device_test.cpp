@@ -10,7 +10,7 @@
 #include <random>
 
 #include "catalogue/catalogue.h"
-#include "flash/connect.h"
+#include "flash/connect_internal.h"
 #include "flash/driver.h"
 #include "flash/erase.h"
 #include "flash/program.h"
@@ -87,6 +87,10 @@ void MakeProject(const PART& part, bool quad) {
   info.DataTransferMode = quad ? SPI_LANES_QUAD : SPI_LANES_SINGLE;
   info.UseQuadMode = 0;
   PROJECT_SetFlash(&info);
+  // A selection is that of a description: another one ends it.
+  if (!part.IsEEPROM && info.AutoDetect == 0) {
+    ASSERT_EQ(FLASH_SelectDevice(static_cast<i32>(part.Index), false), 0);
+  }
 }
 
 // The speed and the interface are chosen before the part is known, so quad needs a project that
@@ -174,7 +178,7 @@ void RunPart(CORE_SCOPE& core, const PART& part, const PASS& pass, u32 seed) {
   }
   const MEMAREA_PTR pImage = MakeImage(part, seed);
   ASSERT_EQ(FLASH_Connect(), 0) << core.FrontEnd().GetLog();
-  EXPECT_EQ(FLASH_State().FastMode != 0, pass.Fast && !part.IsEEPROM);
+  EXPECT_EQ(CONNECT_GetChip()->HasFastMode, pass.Fast && !part.IsEEPROM);
   if (part.Row.FlashType == FLASH_TYPE_NOR) {
     pass.WholeChip ? FLASH_EraseChip() : FLASH_EraseAffected(pImage.get());
   }

@@ -122,7 +122,7 @@ TEST(Browser, Check) {
     EXPECT_EQ(scope.Path, c.sName);
     EXPECT_EQ(APP_State().ExitCode, c.sSays == nullptr ? 0 : 1);
     EXPECT_TRUE(c.sSays == nullptr || scope.FrontEnd.HasLog(c.sSays)) << scope.FrontEnd.GetLog();
-    EXPECT_EQ(FLASH_State().ProbeIsOpen != 0, c.sSays == nullptr);
+    EXPECT_EQ(PROBE_IsOpen(), c.sSays == nullptr);
   }
 }
 

@@ -147,7 +147,7 @@ TEST(Download, TellsWhatHasArrived) {
     for (const auto& [folder, found] : c.Found) {
       EXPECT_EQ(scope.Found(folder), found) << folder;
     }
-    EXPECT_EQ(FLASH_State().ProbeIsOpen, 0);
+    EXPECT_FALSE(PROBE_IsOpen());
     EXPECT_EQ(scope.FrontEnd.GetNumOpenProgress(), 0u);
     // Whatever connects next meets the hub, not the module that failed.
     EXPECT_TRUE(c.Modules.empty() || c.Keys.count("Modules") == 0 ||
