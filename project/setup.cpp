@@ -105,10 +105,9 @@ NumberSetting EnableVorticLog(kLog, "EnableVorticLog", 0);
 NumberSetting LogLevel(kLog, "LogLevel", 3);
 NumberSetting TimeoutProgram("TIMEOUT", "TimeoutProgram", 1000);
 
-NumberSetting* const apNumbers[] = {&AutoBlankCheck,  &AutoDisconnect,  &AutoMode,
-                                    &SkipBlankAreas,  &AutoSaveProject, &EnableKorvaneLog,
-                                    &EnableVorticLog, &LogLevel,        &TimeoutProgram,
-                                    &VerifyErase};
+NumberSetting* const apNumbers[] = {
+    &AutoBlankCheck,   &AutoDisconnect,  &AutoMode, &SkipBlankAreas, &AutoSaveProject,
+    &EnableKorvaneLog, &EnableVorticLog, &LogLevel, &TimeoutProgram, &VerifyErase};
 
 void ForgetNumbers() {
   for (NumberSetting* pNumber : apNumbers) {

@@ -108,7 +108,7 @@ class FastMode {
   bool m_IsOn = false;
   std::array<u8, 3> m_aId{};  // when fast mode was entered; all zeros: the part has none
   bool m_HasLatch = false;    // write enable shows in the status register
-  bool m_WasArmed = false;  // the latch was set when the job began
+  bool m_WasArmed = false;    // the latch was set when the job began
   bool m_IsArmed = false;     // the latch was set, and nothing has used it since
   // Stays until Wait or Abandon; nothing is taken or done meanwhile.
   bool m_HasFailed = false;
