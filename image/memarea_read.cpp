@@ -82,21 +82,21 @@ struct STRETCH {
 };
 
 // The next range at or after FirstAddr, with those behind it that are no further than MaxGap.
-bool FindStretch(const RangeList& ranges, u64 FirstAddr, u64 LastAddr, u64 MaxGap, u64 MaxBytes,
-                 STRETCH* pStretch) {
-  auto pos = ranges.Find(FirstAddr);
+bool FindStretch(const RangeList& ranges, const MEMAREA_WALK& walk, STRETCH* pStretch) {
+  auto pos = ranges.Find(walk.FirstAddr);
   const MEMAREA_RANGE* range = ranges.Get(pos);
-  if (range == nullptr || FirstAddr > LastAddr || range->Addr > LastAddr) {
+  if (range == nullptr || walk.FirstAddr > walk.LastAddr || range->Addr > walk.LastAddr) {
     return false;
   }
-  *pStretch = {std::max(range->Addr, FirstAddr), std::min(range->GetLast(), LastAddr)};
-  while (MaxGap != 0 && pStretch->IsShorterThan(MaxBytes)) {
+  *pStretch = {std::max(range->Addr, walk.FirstAddr), std::min(range->GetLast(), walk.LastAddr)};
+  while (walk.MaxGap != 0 && pStretch->IsShorterThan(walk.MaxBytes)) {
     pos = ranges.Next(pos);
     range = ranges.Get(pos);
-    if (range == nullptr || range->Addr > LastAddr || range->Addr - pStretch->Last - 1 > MaxGap) {
+    if (range == nullptr || range->Addr > walk.LastAddr ||
+        range->Addr - pStretch->Last - 1 > walk.MaxGap) {
       break;
     }
-    pStretch->Last = std::min(range->GetLast(), LastAddr);
+    pStretch->Last = std::min(range->GetLast(), walk.LastAddr);
   }
   return true;
 }
@@ -116,33 +116,48 @@ int MEMAREA_Read(MEMAREA* pArea, u64 Addr, u64 NumBytes, u8* pDest, u8 FillValue
   return 0;
 }
 
+bool MEMAREA_FindBlock(const MEMAREA& area, const MEMAREA_WALK& Walk, u64 MinAddr,
+                       MEMAREA_BLOCK* pBlock) {
+  STRETCH stretch;
+  if (!FindStretch(area.Ranges, Walk, &stretch)) {
+    return false;
+  }
+  const u64 endMask = GetUnitMask(Walk.AlignEndShift);
+  stretch.Addr = std::max(stretch.Addr & ~GetUnitMask(Walk.AlignStartShift), MinAddr);
+  stretch.Last |= endMask;
+  if (stretch.IsLongerThan(Walk.MaxBytes)) {
+    // A block cut short still ends on a boundary. When no boundary is within reach, there is no
+    // such block.
+    const u64 beyond = (stretch.Addr + Walk.MaxBytes) & endMask;
+    if (beyond >= Walk.MaxBytes) {
+      return false;
+    }
+    stretch.Last = stretch.Addr + (Walk.MaxBytes - beyond - 1);
+  }
+  *pBlock = {stretch.Addr, stretch.Last - stretch.Addr + 1};
+  return true;
+}
+
+void MEMAREA_ReadBlock(const MEMAREA& area, const MEMAREA_BLOCK& Block, u8 FillValue, u8* pData,
+                       u8* pValid) {
+  if (pData != nullptr || pValid != nullptr) {
+    ReadSpan(area, {Block.Addr, pData, pValid}, Block.GetLast(), FillValue);
+  }
+}
+
 u64 MEMAREA_GetData(MEMAREA* pArea, u64 FirstAddr, u64 LastAddr, u64 MaxGap, u8 FillValue,
                     u8* pData, u8* pValid, u64* pOutAddr, u64 MaxBytes, u32 AlignStartShift,
                     u32 AlignEndShift) {
   const MEMAREA_LOCK_GUARD lock(pArea);
-  STRETCH stretch;
-  if (!lock.Locked() ||
-      !FindStretch(pArea->Ranges, FirstAddr, LastAddr, MaxGap, MaxBytes, &stretch)) {
+  const MEMAREA_WALK walk = {FirstAddr, LastAddr,        MaxGap,       FillValue,
+                             MaxBytes,  AlignStartShift, AlignEndShift};
+  MEMAREA_BLOCK block;
+  if (!lock.Locked() || !MEMAREA_FindBlock(*pArea, walk, 0, &block)) {
     return 0;
   }
-  const u64 endMask = GetUnitMask(AlignEndShift);
-  stretch.Addr &= ~GetUnitMask(AlignStartShift);
-  stretch.Last |= endMask;
-  if (stretch.IsLongerThan(MaxBytes)) {
-    // A block cut short still ends on a boundary. When no boundary is within reach, there is no
-    // such block.
-    const u64 beyond = (stretch.Addr + MaxBytes) & endMask;
-    if (beyond >= MaxBytes) {
-      return 0;
-    }
-    stretch.Last = stretch.Addr + (MaxBytes - beyond - 1);
-  }
-  if (pData != nullptr || pValid != nullptr) {
-    const BLOCK_DEST dest{stretch.Addr, pData, pValid};
-    ReadSpan(*pArea, dest, stretch.Last, FillValue);
-  }
+  MEMAREA_ReadBlock(*pArea, block, FillValue, pData, pValid);
   if (pOutAddr != nullptr) {
-    *pOutAddr = stretch.Addr;
+    *pOutAddr = block.Addr;
   }
-  return stretch.Last - stretch.Addr + 1;
+  return block.NumBytes;
 }

@@ -36,7 +36,7 @@ RANGE_RESULT RangeList::Split(Pos pos, u64 FirstAddr, u64 LastAddr) {
     if (!copy.Allocate(numBytes)) {
       return RANGE_RESULT::NoMemory;
     }
-    std::memcpy(copy.GetData(), range.GetData() + (copyUpper ? upperOffset : 0), numBytes);
+    std::memcpy(copy.GetWritable(), range.GetData() + (copyUpper ? upperOffset : 0), numBytes);
   }
   Pos upperPos = m_Ranges.Next(pos);
   if (!m_Ranges.Insert(&upperPos, MEMAREA_RANGE{LastAddr + 1, upperBytes, {}})) {
@@ -104,7 +104,7 @@ bool RangeList::PrepareWrap(u64 FirstWrapped) {
       if (!upper.Block.Allocate(upper.NumBytes)) {
         return false;
       }
-      std::memcpy(upper.Block.GetData(), lower.GetData() + lowerBytes, upper.NumBytes);
+      std::memcpy(upper.Block.GetWritable(), lower.GetData() + lowerBytes, upper.NumBytes);
     }
     Pos upperPos = m_Ranges.Next(pos);
     if (!m_Ranges.Insert(&upperPos, std::move(upper))) {
@@ -141,7 +141,7 @@ void RangeList::MergeSeam(u64 SeamLast) {
   MEMAREA_RANGE& range = m_Ranges.At(lower);
   const MEMAREA_RANGE& other = m_Ranges.At(upper);
   if (range.Block.HasData()) {
-    std::memcpy(range.Block.GetData() + range.NumBytes, other.GetData(), other.NumBytes);
+    std::memcpy(range.Block.GetWritable() + range.NumBytes, other.GetData(), other.NumBytes);
   }
   range.NumBytes += other.NumBytes;
   m_Ranges.Erase(upper, m_Ranges.Next(upper));

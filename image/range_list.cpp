@@ -40,7 +40,7 @@ RANGE_RESULT RangeList::InsertNew(Pos pos, u64 Addr, u64 NumBytes, const u8* pDa
     if (!range.Block.Allocate(NumBytes)) {
       return RANGE_RESULT::NoMemory;
     }
-    StoreBytes(range.Block.GetData(), NumBytes, pData, FillValue);
+    StoreBytes(range.Block.GetWritable(), NumBytes, pData, FillValue);
   }
   if (!m_Ranges.Insert(&pos, std::move(range))) {
     return RANGE_RESULT::NoMemory;
@@ -73,7 +73,7 @@ MEMAREA_RANGE* RangeList::Join(Pos first, Pos end, u64 FirstAddr, u64 LastAddr) 
     for (Pos pos = first; pos != end; pos = m_Ranges.Next(pos)) {
       const MEMAREA_RANGE& other = m_Ranges.At(pos);
       if (pos != host) {
-        std::memcpy(range.Block.GetData() + (other.Addr - newFirst), other.GetData(),
+        std::memcpy(range.Block.GetWritable() + (other.Addr - newFirst), other.GetData(),
                     other.NumBytes);
       }
     }
@@ -115,12 +115,12 @@ RANGE_RESULT RangeList::Add(u64 Addr, u64 NumBytes, const u8* pData, int FillVal
   if (first == end) {
     return InsertNew(pos, Addr, NumBytes, pData, FillValue);
   }
-  const MEMAREA_RANGE* range = Join(first, end, Addr, lastAddr);
+  MEMAREA_RANGE* range = Join(first, end, Addr, lastAddr);
   if (range == nullptr) {
     return RANGE_RESULT::NoMemory;
   }
   if (hasData) {
-    StoreBytes(range->Block.GetData() + (Addr - range->Addr), NumBytes, pData, FillValue);
+    StoreBytes(range->Block.GetWritable() + (Addr - range->Addr), NumBytes, pData, FillValue);
   }
   return RANGE_RESULT::Done;
 }
@@ -134,8 +134,12 @@ RANGE_RESULT RangeList::Write(u64 Addr, u64 NumBytes, const u8* pData) {
   }
   const u64 lastAddr = Addr + (NumBytes - 1);
   Pos first = Find(Addr);
-  const MEMAREA_RANGE* range = Get(first);
-  if (range == nullptr || range->Addr > Addr || range->GetLast() < lastAddr) {
+  MEMAREA_RANGE* range = m_Ranges.IsEnd(first) ? nullptr : &m_Ranges.At(first);
+  if (range != nullptr && range->Addr <= Addr && range->GetLast() >= lastAddr) {
+    if (!range->Block.MakeWritable(range->NumBytes)) {
+      return RANGE_RESULT::NoMemory;
+    }
+  } else {
     if (first != m_Ranges.Begin() && m_Ranges.At(m_Ranges.Prev(first)).GetLast() + 1 == Addr) {
       first = m_Ranges.Prev(first);
     }
@@ -151,6 +155,19 @@ RANGE_RESULT RangeList::Write(u64 Addr, u64 NumBytes, const u8* pData) {
       return RANGE_RESULT::NoMemory;
     }
   }
-  std::memcpy(range->Block.GetData() + (Addr - range->Addr), pData, NumBytes);
+  std::memcpy(range->Block.GetWritable() + (Addr - range->Addr), pData, NumBytes);
   return RANGE_RESULT::Done;
+}
+
+bool RangeList::ShareTo(RangeList* pCopy) const {
+  pCopy->Clear();
+  for (Pos pos = Begin(); !m_Ranges.IsEnd(pos); pos = Next(pos)) {
+    const MEMAREA_RANGE& range = m_Ranges.At(pos);
+    Pos end = pCopy->m_Ranges.End();
+    if (!pCopy->m_Ranges.Insert(&end, {range.Addr, range.NumBytes, range.Block.Share()})) {
+      return false;
+    }
+  }
+  pCopy->m_NumBytes = m_NumBytes;
+  return true;
 }

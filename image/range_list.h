@@ -56,6 +56,9 @@ class RangeList {
   RANGE_RESULT Remove(u64 FirstAddr, u64 LastAddr);
   // Adds Offset to all addresses, modulo 2^64.
   RANGE_RESULT Relocate(u64 Offset);
+  // Makes pCopy hold the same ranges, whose bytes both own until one of them writes. False when
+  // memory is out.
+  bool ShareTo(RangeList* pCopy) const;
   // Gives back the room that the blocks keep for growing.
   void Shrink();
   void Clear();

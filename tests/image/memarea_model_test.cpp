@@ -2,6 +2,7 @@
 #include <random>
 
 #include "image/access_table.h"
+#include "image/memarea_reader.h"
 #include "tests/image/image_test.h"
 
 // Random operations on a small piece of the address space, so that everything collides, against a
@@ -49,11 +50,14 @@ class ModelTest : public testing::TestWithParam<u64> {
   void Patch();
   void Commit();
   void CompareBytes();
-  void CompareBlock();
+  void CompareWalk();
+  void Copy();
 
   std::mt19937_64 m_Random{42};
   MODEL m_Model;
-  const MEMAREA_PTR m_Area{MEMAREA_Create()};
+  MEMAREA_PTR m_Area{MEMAREA_Create()};
+  MODEL m_ModelOfCopy;
+  MEMAREA_PTR m_Copy{MEMAREA_Create()};
 };
 
 void ModelTest::AddOrWrite(bool isAdd) {
@@ -140,23 +144,52 @@ void ModelTest::CompareBytes() {
   }
 }
 
-void ModelTest::CompareBlock() {
-  u8 data[64];
-  u8 valid[64];
-  u64 addr = 0;
-  const u64 first = AnyAddr();
+// A walk delivers each byte of its span once and in order, and nothing that isn't there.
+void ModelTest::CompareWalk() {
   const u32 shift = static_cast<u32>(m_Random() % 4);
-  const u64 numBytes = MEMAREA_GetData(m_Area.get(), first, ~u64{0}, m_Random() % 8, 0xEE, data,
-                                       valid, &addr, sizeof(data), shift, shift);
-  const auto next = m_Model.Bytes.lower_bound(first);
-  ASSERT_EQ(numBytes == 0, next == m_Model.Bytes.end());
-  if (numBytes != 0) {
-    ASSERT_EQ(addr, next->first >> shift << shift);
+  const MEMAREA_WALK walk = {
+      AnyAddr(), m_Random() % 2 == 0 ? AnyAddr() : ~u64{0}, m_Random() % 8,
+      0xEE,      (u64{1} << shift) + m_Random() % 60,       static_cast<u32>(m_Random() % 4),
+      shift};
+  MEMAREA_READER reader(m_Area.get(), m_Random() % 2 == 0 ? MEMAREA_READER::Kind::Locked
+                                                          : MEMAREA_READER::Kind::Snapshot);
+  ASSERT_TRUE(reader.Begin(walk));
+  u8 data[68];
+  u8 valid[68];
+  MEMAREA_BLOCK block;
+  const u64 numInFirst =
+      MEMAREA_GetData(m_Area.get(), walk.FirstAddr, walk.LastAddr, walk.MaxGap, 0, nullptr, nullptr,
+                      nullptr, walk.MaxBytes, walk.AlignStartShift, walk.AlignEndShift);
+  u64 numSeen = 0;
+  u64 next = 0;
+  bool isFirst = true;
+  for (; reader.Next(&block, data, valid); isFirst = false, next = block.GetLast() + 1) {
+    ASSERT_TRUE(isFirst ? block.NumBytes == numInFirst : block.Addr >= next);
+    ASSERT_LE(block.NumBytes, walk.MaxBytes);
+    for (u64 i = 0; i < block.NumBytes; ++i) {
+      const u64 addr = block.Addr + i;
+      const int expected = m_Model.Read(addr);
+      ASSERT_EQ(valid[i], expected >= 0 ? 1 : 0);
+      ASSERT_EQ(data[i], expected >= 0 ? expected & 0xFF : 0xEE);
+      numSeen += addr >= walk.FirstAddr && addr <= walk.LastAddr ? m_Model.Bytes.count(addr) : 0;
+    }
   }
-  for (u64 i = 0; i < numBytes; ++i) {
-    const int expected = m_Model.Read(addr + i);
-    ASSERT_EQ(valid[i], expected >= 0 ? 1 : 0);
-    ASSERT_EQ(data[i], expected >= 0 ? expected & 0xFF : 0xEE);
+  ASSERT_EQ(isFirst, numInFirst == 0);
+  const auto first = m_Model.Bytes.lower_bound(walk.FirstAddr);
+  const auto end = m_Model.Bytes.upper_bound(std::max(walk.FirstAddr, walk.LastAddr));
+  const bool isEmpty = walk.FirstAddr > walk.LastAddr;
+  ASSERT_EQ(numSeen, isEmpty ? 0 : static_cast<u64>(std::distance(first, end)));
+}
+
+// What was a copy some changes ago still is what it was; from then on it may be the area itself.
+void ModelTest::Copy() {
+  CompareBytes();
+  std::swap(m_Area, m_Copy);
+  std::swap(m_Model, m_ModelOfCopy);
+  CompareBytes();
+  if (m_Random() % 3 != 0) {
+    m_Copy = MEMAREA_MakeSnapshot(m_Area.get());
+    m_ModelOfCopy = m_Model;
   }
 }
 
@@ -177,8 +210,10 @@ TEST_P(ModelTest, RandomOperations) {
       Relocate();
     } else if (kind == 87) {
       CompareBytes();
+    } else if (kind <= 90) {
+      Copy();
     } else {
-      CompareBlock();
+      CompareWalk();
     }
   }
 }

@@ -1,3 +1,4 @@
+#include "image/memarea_reader.h"
 #include "tests/image/image_test.h"
 
 namespace {
@@ -79,6 +80,22 @@ TEST(MemAreaGetData, AddressAloneAndPatchesInHoles) {
   EXPECT_EQ(std::vector<u8>(data, data + 5), (std::vector<u8>{1, 0xFF, 0xAA, 0xFF, 2}));
   EXPECT_EQ(std::vector<u8>(valid, valid + 5), (std::vector<u8>{1, 0, 1, 0, 1}));
   EXPECT_EQ(MEMAREA_GetData(area.get(), 0x15, LAST, 9, 0xFF, data, valid, nullptr, 5, 0, 0), 0U);
+}
+
+TEST(MemAreaReader, WalksThatCannotBeAreRefused) {
+  const MEMAREA_PTR area = MakeArea({{0x10, {1, 2, 3}}});
+  MEMAREA_READER none(nullptr);
+  EXPECT_FALSE(none.IsOpen() || none.Begin({.MaxBytes = 16}));
+  EXPECT_FALSE(MEMAREA_READER(nullptr, MEMAREA_READER::Kind::Snapshot).IsOpen());
+  MEMAREA_READER reader(area.get());
+  MEMAREA_BLOCK block;
+  // Such a walk would look like one over an image without data.
+  EXPECT_FALSE(reader.Begin({.MaxBytes = 15, .AlignEndShift = 4}) || reader.Next(&block, nullptr));
+  EXPECT_FALSE(reader.Begin({.MaxBytes = 0}));
+  EXPECT_TRUE(reader.Begin({.MaxBytes = 2}) && reader.Next(&block, nullptr));
+  EXPECT_EQ(block.GetLast(), 0x11U);
+  reader.Release();
+  EXPECT_FALSE(reader.IsOpen() || reader.Next(&block, nullptr));
 }
 
 TEST(MemAreaRead, PastTheLastAddressAndAddressOnly) {

@@ -1,6 +1,8 @@
 #include <atomic>
+#include <cstring>
 #include <thread>
 
+#include "image/memarea_reader.h"
 #include "tests/image/image_test.h"
 
 namespace {
@@ -30,6 +32,17 @@ TEST(MemAreaThreads, OperationsAreAtomic) {
     ASSERT_EQ(std::vector<u8>(data, data + 64), std::vector<u8>(64, data[0]));
     ASSERT_EQ(MEMAREA_GetNumBytes(area.get()), 64U);
     MEMAREA_GetRange(area.get(), 0, nullptr, nullptr);
+    // A reader shows one state, however often it is asked.
+    MEMAREA_READER reader(area.get(), MEMAREA_READER::Kind::Snapshot);
+    for (int i = 0; i < 3; ++i) {
+      MEMAREA_BLOCK block;
+      u8 again[64];
+      ASSERT_TRUE(reader.Begin({.FirstAddr = 0x100, .MaxBytes = 64}));
+      ASSERT_TRUE(reader.Next(&block, again));
+      ASSERT_EQ(std::vector<u8>(again, again + 64), std::vector<u8>(64, again[0]));
+      ASSERT_TRUE(i == 0 || std::memcmp(data, again, 64) == 0);
+      std::memcpy(data, again, 64);
+    }
   }
   writer.join();
   EXPECT_EQ(MEMAREA_GetNumPatches(area.get()), 3999U);
