@@ -16,8 +16,7 @@ struct Geometry {
 // Of a description. One that makes no sense has no sectors.
 Geometry GEOMETRY_Of(const SPI_FLASH_INFO& Info);
 // The same chip in the smallest pieces that can be rewritten without the bytes beside them:
-// sectors, but where nothing is erased at least a page, since programming takes a whole one. An
-// EEPROM has sectors of one byte.
+// sectors, but where nothing is erased a page, since programming takes a whole one.
 Geometry GEOMETRY_UnitsOf(const SPI_FLASH_INFO& Info);
 // Addresses of all pieces of the geometry that the area touches, or of the whole chip for null. The
 // caller owns it; null when memory is out, with *pNumPieces, may be null, 0.
