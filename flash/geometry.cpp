@@ -37,8 +37,8 @@ Geometry GEOMETRY_Of(const SPI_FLASH_INFO& Info) {
 }
 
 Geometry GEOMETRY_UnitsOf(const SPI_FLASH_INFO& Info) {
-  return MakeGeometry(
-      Info, Info.FlashType == FLASH_TYPE_NOR ? Info.SectorSizeShift : Info.PageSizeShift);
+  return MakeGeometry(Info,
+                      Info.FlashType == FLASH_TYPE_NOR ? Info.SectorSizeShift : Info.PageSizeShift);
 }
 
 // Runs of sectors are added as one range each, never sector by sector: an EEPROM has sectors of one

@@ -106,8 +106,7 @@ MEMAREA* GatherSectors(const FLASH_CHIP& chip, MEMAREA* pArea, u64 FirstAddr, u6
 MEMAREA* FLASH_DiffSectors(const FLASH_CHIP& Chip, MEMAREA* pNew, MEMAREA* pCurrent) {
   const u64 size = Chip.Units.GetSectorSize();
   return GatherSectors(Chip, pNew, MEMAREA_GetMinAddr(pNew), MEMAREA_GetMaxAddr(pNew), pCurrent,
-                       !Chip.IsNor(),
-                       [size](u64 /*Addr*/, const u8* pData, const u8* pOther) {
+                       !Chip.IsNor(), [size](u64 /*Addr*/, const u8* pData, const u8* pOther) {
                          return std::memcmp(pData, pOther, size) != 0;
                        });
 }

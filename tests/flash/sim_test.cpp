@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
 
+#include "app/engine/log.h"
+#include "catalogue/catalogue.h"
 #include "flash/erase.h"
 #include "flash/program.h"
 #include "flash/verify.h"
@@ -71,29 +74,32 @@ TEST(Sim, EraseLeavesNothingAndTouchesNothingElse) {
 // the next run, without the fault, works.
 TEST(Sim, FaultsNeverPass) {
   struct RUN {
+    const char* sChip;
     const char *sFault, *sText;  // what stands before the number of the call; what the user is told
     const char* sFast;
     u32 Op, Call;
   };
   std::vector<RUN> runs;
-  for (const auto& [fault, text] : {std::pair{"disconnect", "Communication with the probe lost"},
-                                    {"timeout", "did not answer in time"},
-                                    {"nak", "refused the call"},
-                                    {"busy=forever", ""},
-                                    {"cutpower", ""}}) {
-    for (const char* sFast : {"", "\nDisableFunctions = 45,72"}) {
-      for (u32 op = 0; op < 4; ++op) {
-        for (const u32 call : {1u, 2u, 4u, 8u, 12u, 14u, 16u, 17u, 18u, 19u, 20u}) {
-          runs.push_back({fault, text, sFast, op, call});
+  // A line that nobody drives reads as busy on the first, and as ready on the other two.
+  for (const char* sChip : {"W25Q128FV", "AT25PE20", "N25Q016A"})
+    for (const auto& [fault, text] : {std::pair{"disconnect", "Communication with the probe lost"},
+                                      {"timeout", "did not answer in time"},
+                                      {"nak", "refused the call"},
+                                      {"busy=forever", ""},
+                                      {"cutpower", ""}}) {
+      for (const char* sFast : {"", "\nDisableFunctions = 45,72"}) {
+        for (u32 op = 0; op < 4; ++op) {
+          for (const u32 call : {1u, 4u, 14u, 18u, 24u, 27u, 34u}) {
+            runs.push_back({sChip, fault, text, sFast, op, call});
+          }
         }
       }
     }
-  }
   for (const RUN& run : runs) {
     const std::string fault = std::string(run.sFault) + "@" + std::to_string(run.Call) + run.sFast;
-    SCOPED_TRACE(fault + " operation " + std::to_string(run.Op));
+    SCOPED_TRACE(std::string(run.sChip) + " " + fault + " operation " + std::to_string(run.Op));
     SimScope sim;
-    sim.SetProbe("W25Q128FV", "Fault = " + fault);
+    sim.SetProbe(run.sChip, "Fault = " + fault);
     std::vector<u8> expected(0x30000);
     const MEMAREA_PTR pImage = MakePattern(0, expected);
     const auto operate = [&] {
@@ -114,12 +120,121 @@ TEST(Sim, FaultsNeverPass) {
       const std::string chip = ReadFile(sim.Path("chip.bin"));
       EXPECT_EQ(std::memcmp(chip.data(), expected.data(), expected.size()), 0);
     }
-    sim.SetProbe("W25Q128FV", "");
+    sim.SetProbe(run.sChip, "");
     sim.FrontEnd().ClearLog();
     run.Op == 1 || run.Op == 2 ? FLASH_EraseAffected(pImage.get()) : void();
     operate();
     EXPECT_FALSE(sim.FrontEnd().HasLog("ERROR")) << sim.FrontEnd().GetLog();
   }
+}
+
+// The row of a chip that was detected is not that of the next project's chip.
+TEST(Sim, AChipsDescriptionDiesWithItsProject) {
+  SimScope sim;
+  sim.SetProbe("SST26VF016B", "");
+  ASSERT_EQ(FLASH_Connect(), 0);
+  EXPECT_GE(FLASH_GetSelectedDevice(), 0);
+  FLASH_Disconnect();
+  // Another chip, described by hand: its protection is not cleared by the instruction of the first.
+  std::filesystem::remove(sim.Path("chip.bin"));
+  sim.SetProbe("AT25SF041", "StatusRegister = 0x1C");
+  FlashScope::SetFlash([](SPI_FLASH_INFO& i) {
+    i.AutoDetect = 0;
+    i.NumPages = 2048;
+    i.SectorSizeShift = 16;
+    i.StatusRegFormat = 3;
+    std::copy_n("\x1F\x84\x01", 3, i.abID);
+  });
+  EXPECT_EQ(FLASH_GetSelectedDevice(), -1);
+  std::vector<u8> data(0x1000);
+  FLASH_Program(MakePattern(0, data).get(), true);
+  FLASH_EraseAllSectors();
+  EXPECT_FALSE(sim.FrontEnd().HasLog("ERROR")) << sim.FrontEnd().GetLog();
+  FLASH_Disconnect();
+  EXPECT_EQ(ReadFile(sim.Path("chip.bin")), std::string(0x80000, '\xFF'));
+}
+
+// A chip that ignores an erase, because it is protected in a way that the project doesn't know of.
+TEST(Sim, AnEraseThatWasIgnoredIsNoSuccess) {
+  for (const bool isWhole : {false, true}) {
+    SimScope sim;
+    sim.SetProbe("AT25SF041", "");
+    std::vector<u8> data(0x1000);
+    FLASH_Program(MakePattern(0x20000, data).get(), true);
+    FLASH_Disconnect();
+    sim.SetProbe("AT25SF041", "StatusRegister = 0x1C");
+    FlashScope::SetFlash([](SPI_FLASH_INFO& i) {
+      i.AutoDetect = 0;
+      i.StatusRegFormat = 9;  // nothing of the status register
+    });
+    sim.FrontEnd().ClearLog();
+    isWhole ? FLASH_EraseChip() : FLASH_EraseAllSectors();
+    EXPECT_TRUE(sim.FrontEnd().HasLog("ERROR: Erasing")) << sim.FrontEnd().GetLog();
+    EXPECT_FALSE(sim.FrontEnd().HasLog("completed successfully"));
+  }
+}
+
+// Bytes that the data leaves open take part in neither way of comparing; a byte that differs is
+// named with both values in either.
+TEST(Sim, VerifyDoesNotDependOnTheWay) {
+  for (const char* sFast : {"", "DisableFunctions = 45,72"}) {
+    SimScope sim;
+    sim.SetProbe("AT25SF041", sFast);
+    std::vector<u8> data(0x800);
+    FLASH_Program(MakePattern(0, data).get(), true);
+    MEMAREA_PTR pSparse(MEMAREA_Create());
+    for (const u32 addr : {1u, 7u, 600u, 0x7FDu}) {
+      MEMAREA_AddRange(pSparse.get(), addr, 2, &data[addr]);
+    }
+    FLASH_Verify(pSparse.get());
+    EXPECT_FALSE(sim.FrontEnd().HasLog("ERROR")) << sim.FrontEnd().GetLog();
+    const u8 wrong = static_cast<u8>(~data[601]);
+    MEMAREA_Write(pSparse.get(), 601, 1, &wrong);
+    FLASH_Verify(pSparse.get());
+    EXPECT_TRUE(sim.FrontEnd().HasLog("failed @ address 0x00000259 (Read: 0x")) << sFast;
+    EXPECT_EQ(APP_GetOutcome().Cause(), APP_CAUSE::VerifyDiffers);
+    EXPECT_EQ(APP_GetOutcome().Errors.front().Expected, wrong);
+  }
+}
+
+// What has protection bits and no ID, and what is a FRAM whatever the project takes it for.
+TEST(Sim, MemoriesWithoutErase) {
+  for (const char* sChip : {"AT25256", "FM25V02A", "MB85RS256TY"}) {
+    SCOPED_TRACE(sChip);
+    SimScope sim;
+    sim.SetProbe(sChip, "StatusRegister = 0x0C");
+    if (std::string_view(sChip) == "AT25256") {
+      FlashScope::SetFlash([](SPI_FLASH_INFO& i) {
+        i.FlashType = FLASH_TYPE_EEPROM;
+        i.EEPROMIndex = static_cast<u32>(FLASH_FindEEPROMByName("AT25256"));
+        FLASH_ApplyEEPROM(&i);
+      });
+    }
+    std::vector<u8> data(0x200);
+    const MEMAREA_PTR pImage = MakePattern(0x40, data);
+    std::fill_n(data.begin(), 0x100, u8{0xFF});  // is data here, and not skipped
+    const std::string old(0x8000, '\0');
+    WriteFile(sim.Path("chip.bin"), old);
+    MEMAREA_Write(pImage.get(), 0x40, data.size(), data.data());
+    FLASH_ProgramVerify(pImage.get());
+    EXPECT_FALSE(sim.FrontEnd().HasLog("ERROR")) << sim.FrontEnd().GetLog();
+    FLASH_Disconnect();
+    EXPECT_EQ(ReadFile(sim.Path("chip.bin")).substr(0x40, 0x200),
+              std::string(data.begin(), data.end()));
+  }
+}
+
+// An EEPROM shows no ID: what nobody drives is no chip.
+TEST(Sim, NothingOnTheBusIsNoMemory) {
+  SimScope sim;
+  sim.SetProbe("AT25256", "TargetMilliVolts = 900");
+  FlashScope::SetFlash([](SPI_FLASH_INFO& i) {
+    i.FlashType = FLASH_TYPE_EEPROM;
+    i.AutoDetect = 0;
+  });
+  FLASH_SetFixedVTref(1, 3300);  // the probe is told that all is well
+  EXPECT_EQ(FLASH_Connect(), -1);
+  EXPECT_EQ(APP_GetRunCause(), APP_CAUSE::NoChip);
 }
 
 }  // namespace
