@@ -1,11 +1,15 @@
 #include "image/datafile.h"
 
+#include <cstring>
+
 #include "image/file_input.h"
 #include "image/file_report.h"
 #include "image/file_types.h"
+#include "image/hex_digits.h"
 #include "image/memarea_impl.h"
 #include "sys/path.h"
 #include "sys/util_format.h"
+#include "sys/util_string.h"
 
 // Which reader or writer serves a file.
 
@@ -45,20 +49,75 @@ int RefuseType(const FileReport& report, const char* sFileName) {
   return -1;
 }
 
+// Keeps the first error of a try, which is told when nothing else serves the file.
+struct FIRST_ERROR {
+  char acText[FILE_TEXT_SIZE] = "";
+
+  static void Keep(void* pContext, int Level, const char* sText) {
+    auto* first = static_cast<FIRST_ERROR*>(pContext);
+    if (Level == FILE_REPORT_ERROR && first->acText[0] == '\0') {
+      UTIL_strcpy(first->acText, sText, sizeof(first->acText));
+    }
+  }
+};
+
 // Tries the readers one after the other, silently. A try that failed may have stored a part of what
 // it took for data; the area is emptied again, so that the user never gets that for the file's
-// content.
+// content. A text that begins with a "q" is a whole TI-TXT file, and hardly ever meant as one.
 const FORMAT_ROW* DetectAndLoad(MEMAREA* pArea, const char* sFileName) {
   for (const FORMAT_ROW& row : FORMATS) {
-    if (row.pfLoad(pArea, sFileName, nullptr, nullptr) == 0) {
+    const int result = row.pfLoad(pArea, sFileName, nullptr, nullptr);
+    const MEMAREA_LOCK_GUARD lock(pArea);
+    if (result == 0 && (row.Format != FILE_FORMAT::TiTxt || !pArea->Ranges.IsEmpty())) {
       return &row;
     }
-    const MEMAREA_LOCK_GUARD lock(pArea);
     if (lock.Locked()) {
       pArea->Ranges.Clear();
     }
   }
   return nullptr;
+}
+
+// The format whose files begin like this one, or null. An S-record file that was cut or changed
+// still begins with a record's type, and nearly no other text does.
+const FORMAT_ROW* FindByFirstBytes(const char* sFileName) {
+  const FileHandle file(SYS_FILE_Open(sFileName, SYS_FILE_READ | SYS_FILE_SHARE_READ));
+  FileInput input(file.Get());
+  u8 start[4] = {};
+  if (!file.IsOpen() || input.Read(start, sizeof(start)) < 2) {
+    return nullptr;
+  }
+  const bool isDigit = HEX_VALUES[start[1]] <= 9;
+  const bool isHex = HEX_VALUES[start[1]] <= 15;
+  if (start[0] == 'S' && isDigit) {
+    return FindFormatRow(FILE_FORMAT::MotorolaS);
+  }
+  if (std::memcmp(start,
+                  "\x7F"
+                  "ELF",
+                  sizeof(start)) == 0) {
+    return FindFormatRow(FILE_FORMAT::Elf);
+  }
+  if (start[0] == ':') {
+    return FindFormatRow(FILE_FORMAT::IntelHex);
+  }
+  return start[0] == '@' && isHex ? FindFormatRow(FILE_FORMAT::TiTxt) : nullptr;
+}
+
+// True when the file was meant for a reader that refuses it: its reason is told as the error.
+bool RefuseDamaged(MEMAREA* pArea, const FileReport& report, const char* sFileName) {
+  const FORMAT_ROW* row = FindByFirstBytes(sFileName);
+  if (row == nullptr) {
+    return false;
+  }
+  FIRST_ERROR error;
+  static_cast<void>(row->pfLoad(pArea, sFileName, FIRST_ERROR::Keep, &error));
+  const MEMAREA_LOCK_GUARD lock(pArea);
+  if (lock.Locked()) {
+    pArea->Ranges.Clear();
+  }
+  report.Error(error.acText[0] != '\0' ? error.acText : "The file is damaged.");
+  return true;
 }
 
 }  // namespace
@@ -96,6 +155,11 @@ int DATAFILE_Load(MEMAREA* pArea, FILE_REPORT* pfReport, void* pContext, const c
   if (const FORMAT_ROW* row = DetectAndLoad(pArea, pFileName)) {
     report.Info(row->sDetected);
     return 0;
+  }
+  // Programming the text of a damaged file would be the worst way to read it. A user who is asked
+  // can still place it by an extension.
+  if (RefuseDamaged(pArea, report, pFileName)) {
+    return -1;
   }
   static constexpr char UNKNOWN_TEXT[] = "Unknown file type, assuming .bin file.";
   u64 addr = StartAddr;

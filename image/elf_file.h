@@ -4,8 +4,9 @@
 
 #include "sys/types.h"
 
-// Parser of little-endian ELF32 and ELF64 files. It finds the loadable sections, the addresses at
-// which they are stored, and reads their bytes; what becomes of these is the caller's matter.
+// Parser of ELF32 and ELF64 files of either byte order. It finds the loadable sections, the
+// addresses at which they are stored, and reads their bytes; what becomes of these is the caller's
+// matter.
 //
 // The file is judged as hostile: a table or section that isn't wholly within the file refuses it.
 // Only the tables are kept in memory, the bytes are read from the file when they are asked for.

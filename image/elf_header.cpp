@@ -21,8 +21,9 @@ constexpr u16 MAX_TYPE = 4;
 
 using ull = unsigned long long;
 
-void DecodeHeader(ELF_HEADER& header, const u8* pData, bool isElf64) {
-  ElfFields fields(pData + IDENT_SIZE, isElf64);
+void DecodeHeader(ELF_FILE& elf, const u8* pData) {
+  ELF_HEADER& header = elf.Header;
+  ElfFields fields(pData + IDENT_SIZE, elf);
   header.e_type = fields.Half();
   header.e_machine = fields.Half();
   header.e_version = fields.Word();
@@ -50,14 +51,10 @@ bool CheckIdent(ELF_FILE& elf) {
   elf.IsElf64 = ident[IDENT_CLASS] == CLASS_64;
   ELF_Info(elf, "pHeader->e_ident[4] = ELF%u ELF file", elf.IsElf64 ? 64 : 32);
   elf.IsBigEndian = ident[IDENT_DATA] == DATA_BIG;
-  if (elf.IsBigEndian) {
-    ELF_Info(elf, "pHeader->e_ident[5] = Big endian ELF file");
-    return ELF_Fail(elf, "Big endian ELF files are not supported right now");
-  }
-  if (ident[IDENT_DATA] != DATA_LITTLE) {
+  if (!elf.IsBigEndian && ident[IDENT_DATA] != DATA_LITTLE) {
     return ELF_Fail(elf, "Invalid endianess of ELF file");
   }
-  ELF_Info(elf, "pHeader->e_ident[5] = Little endian ELF file");
+  ELF_Info(elf, "pHeader->e_ident[5] = %s endian ELF file", elf.IsBigEndian ? "Big" : "Little");
   if (ident[IDENT_VERSION] != 1) {
     return ELF_Fail(elf, "Invalid ELF file. Invalid ELF header version number (%u)",
                     ident[IDENT_VERSION]);
@@ -133,6 +130,6 @@ bool ELF_ReadHeader(ELF_FILE& elf) {
   if (numBytes < (elf.IsElf64 ? SIZE_64 : SIZE_32)) {
     return ELF_Fail(elf, "Failed to read ELF file");
   }
-  DecodeHeader(elf.Header, data, elf.IsElf64);
+  DecodeHeader(elf, data);
   return CheckTypeAndVersion(elf) && CheckTables(elf);
 }

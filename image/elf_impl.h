@@ -92,7 +92,8 @@ bool ELF_IsInFile(const ELF_FILE& elf, u64 Offset, u64 NumBytes);
 // Takes the fields of a record one after the other.
 class ElfFields {
  public:
-  ElfFields(const u8* p, bool IsElf64) : m_p(p), m_IsElf64(IsElf64) {}
+  ElfFields(const u8* p, const ELF_FILE& elf)
+      : m_p(p), m_IsElf64(elf.IsElf64), m_IsBigEndian(elf.IsBigEndian) {}
   u16 Half() { return static_cast<u16>(Take(2)); }
   u32 Word() { return static_cast<u32>(Take(4)); }
   // An address, offset or size: 4 or 8 bytes by the class.
@@ -102,7 +103,7 @@ class ElfFields {
   u64 Take(u32 NumBytes) {
     u64 value = 0;
     for (u32 i = 0; i < NumBytes; ++i) {
-      value |= u64{m_p[i]} << 8 * i;
+      value |= u64{m_p[i]} << 8 * (m_IsBigEndian ? NumBytes - 1 - i : i);
     }
     m_p += NumBytes;
     return value;
@@ -110,4 +111,5 @@ class ElfFields {
 
   const u8* m_p;
   bool m_IsElf64;
+  bool m_IsBigEndian;
 };

@@ -7,6 +7,7 @@
 #include "image/datafile.h"
 #include "image/memarea_impl.h"
 #include "sys/util_format.h"
+#include "sys/util_string.h"
 
 namespace {
 
@@ -52,8 +53,19 @@ int LoadRange(ELF_FILE* pElf, const ELF_RANGE& record, RangeList& ranges, u8* pB
   return 0;
 }
 
+// What the parser tells. Its error is kept: it becomes the reason behind the loader's own words.
+struct PARSER_REPORT {
+  const FileReport& Report;
+  char acError[FILE_TEXT_SIZE] = "";
+};
+
 void SendWarning(void* pContext, const char* sText) {
-  static_cast<const FileReport*>(pContext)->Warning(sText);
+  static_cast<PARSER_REPORT*>(pContext)->Report.Warning(sText);
+}
+
+void KeepError(void* pContext, const char* sText) {
+  auto* parser = static_cast<PARSER_REPORT*>(pContext);
+  UTIL_strcpy(parser->acError, sText, sizeof(parser->acError));
 }
 
 }  // namespace
@@ -94,11 +106,13 @@ int MEMAREA_LoadElf(MEMAREA* pArea, const char* pFileName, FILE_REPORT* pfReport
   }
   pArea->NumChanges = 0;
   report.Info("Parsing ELF file...");
-  const ELF_REPORT_FUNCS funcs = {nullptr, SendWarning, nullptr, &report};
+  PARSER_REPORT parser{report};
+  const ELF_REPORT_FUNCS funcs = {KeepError, SendWarning, nullptr, &parser};
   const ELF_PTR elf(ELF_Open(pFileName, &funcs));
   if (!elf) {
-    char text[FILE_TEXT_SIZE];
-    UTIL_snprintf(text, sizeof(text), "Failed to read ELF file [%s].", pFileName);
+    char text[2 * FILE_TEXT_SIZE];
+    UTIL_snprintf(text, sizeof(text), "Failed to read ELF file [%s].%s%s", pFileName,
+                  parser.acError[0] != '\0' ? "\n" : "", parser.acError);
     return Fail(report, text);
   }
   const int result = ELF_LoadRanges(elf.get(), pArea->Ranges, report);

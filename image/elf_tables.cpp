@@ -21,9 +21,9 @@ bool ReadTable(ELF_FILE& elf, const char* sName, u64 Offset, u64 NumBytes, std::
          ELF_Fail(elf, "Failed to read ELF file");
 }
 
-ELF_SECTION DecodeSection(const u8* pData, bool isElf64) {
+ELF_SECTION DecodeSection(const ELF_FILE& elf, const u8* pData) {
   ELF_SECTION section;
-  ElfFields fields(pData, isElf64);
+  ElfFields fields(pData, elf);
   section.sh_name = fields.Word();
   section.sh_type = fields.Word();
   section.sh_flags = fields.Native();
@@ -37,11 +37,11 @@ ELF_SECTION DecodeSection(const u8* pData, bool isElf64) {
   return section;
 }
 
-ELF_SEGMENT DecodeSegment(const u8* pData, bool isElf64) {
+ELF_SEGMENT DecodeSegment(const ELF_FILE& elf, const u8* pData) {
   ELF_SEGMENT segment;
-  ElfFields fields(pData, isElf64);
+  ElfFields fields(pData, elf);
   fields.Word();  // p_type
-  if (isElf64) {
+  if (elf.IsElf64) {
     fields.Word();  // p_flags, further behind in the other class
   }
   fields.Native();  // p_offset
@@ -60,7 +60,7 @@ bool ReadSections(ELF_FILE& elf) {
   }
   elf.aSections.reserve(elf.NumSections);
   for (u32 i = 0; i < elf.NumSections; ++i) {
-    elf.aSections.push_back(DecodeSection(data.data() + u64{i} * size, elf.IsElf64));
+    elf.aSections.push_back(DecodeSection(elf, data.data() + u64{i} * size));
   }
   return true;
 }
@@ -74,7 +74,7 @@ bool ReadSegments(ELF_FILE& elf) {
   }
   elf.aSegments.reserve(numSegments);
   for (u32 i = 0; i < numSegments; ++i) {
-    elf.aSegments.push_back(DecodeSegment(data.data() + u64{i} * size, elf.IsElf64));
+    elf.aSegments.push_back(DecodeSegment(elf, data.data() + u64{i} * size));
   }
   return true;
 }

@@ -47,7 +47,6 @@ class HexReader {
  private:
   int Fail(int Result, const char* sText) { return m_Error.Set(Result, sText); }
   int ReadRecords();
-  void SkipBlanks();
   int ReadRecord();
   int DecodeRecord(const u8** ppText);
   int ApplyRecord();
@@ -57,7 +56,8 @@ class HexReader {
   RecordGather m_Gather;
   TEXT_ERROR& m_Error;
   u32 m_Base = 0;
-  bool m_HasEnd = false;  // an end of file record was seen
+  bool m_HasEnd = false;   // an end of file record was seen
+  bool m_HasMore = false;  // and data behind it
   u8 m_abRecord[MAX_RECORD_BYTES];
 };
 
@@ -75,8 +75,11 @@ int HexReader::Read() {
     result = Fail(RESULT_NO_MEMORY, "Could not allocate memory");
   }
   // Cut between two records a file reads well, and a part of the image would pass for all of it.
+  if (m_HasMore) {
+    m_Error.Warn("The hex file has data behind its end record, which was read too.");
+  }
   if (!m_HasEnd) {
-    m_Error.sWarning = "The hex file has no end record. It may be incomplete.";
+    m_Error.Warn("The hex file has no end record. It may be incomplete.");
   }
   return result;
 }
@@ -84,7 +87,7 @@ int HexReader::Read() {
 int HexReader::ReadRecords() {
   int result = 0;
   while (result == 0) {
-    SkipBlanks();
+    m_Error.Line += m_Source.SkipBlanks();
     m_Source.Require(MAX_RECORD_CHARS);
     const u8 next = *m_Source.GetCursor();
     // Both stand for the end of the text, wherever the file itself ends.
@@ -94,22 +97,6 @@ int HexReader::ReadRecords() {
     result = ReadRecord();
   }
   return result;
-}
-
-// Blanks may go on without end, so that the buffer has to be refilled within them.
-void HexReader::SkipBlanks() {
-  do {
-    m_Source.Require(1);
-    const u8* p = m_Source.GetCursor();
-    for (; *p == ' ' || *p == '\t' || *p == '\r' || *p == '\n'; ++p) {
-      m_Error.Line += *p == '\r' || *p == '\n' ? 1 : 0;
-    }
-    const bool hasMoved = p != m_Source.GetCursor();
-    m_Source.SetCursor(p);
-    if (!hasMoved) {
-      return;
-    }
-  } while (!m_Source.IsAtEnd());
 }
 
 int HexReader::ReadRecord() {
@@ -156,6 +143,7 @@ int HexReader::ApplyRecord() {
   const u8* data = m_abRecord + INDEX_DATA;
   const u32 type = m_abRecord[INDEX_TYPE];
   if (type == TYPE_DATA) {
+    m_HasMore = m_HasMore || (m_HasEnd && count != 0);
     const u32 addr =
         m_Base + (static_cast<u32>(m_abRecord[INDEX_ADDR]) << 8) + m_abRecord[INDEX_ADDR + 1];
     switch (m_Gather.Add(addr, data, count)) {
@@ -184,7 +172,6 @@ int HexReader::ReadLineEnd(const u8* p) {
   if (*p == '\r' || *p == '\n') {
     ++m_Error.Line;
     ++p;
-    p += *p == '\r' || *p == '\n' ? 1 : 0;
   } else if (*p != 0 && *p != CHAR_CTRL_Z) {
     return Fail(RESULT_BAD_RECORD, "Expected CR or LF");
   }

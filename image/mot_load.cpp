@@ -10,8 +10,10 @@
 //   StCCAA..DD..SS   type digit, count of the bytes behind it, address (high first), data,
 //                    checksum; all bytes together sum up to FF
 //
-// S1, S2 and S3 hold data behind addresses of 2, 3 and 4 bytes. All others are checked and skipped,
-// the end records too: reading ends with the file. Records may share a line.
+// S1, S2 and S3 hold data behind addresses of 2, 3 and 4 bytes; S5 and S6 tell how many of them
+// came since the start or the last end record (S7, S8, S9). All others are checked and skipped, the
+// end records too: reading ends with the file. Records may share a line; a line between records
+// that doesn't begin like one is skipped and told.
 
 namespace {
 
@@ -38,13 +40,21 @@ class MotReader {
  private:
   int Fail(const char* sText) { return m_Error.Set(RESULT_BAD_RECORD, sText); }
   int ReadRecords();
+  void SkipLine();
+  void WarnAtEnd();
   int ReadRecord();
+  int ApplyRecord(u32 Type);
+  int CheckCount(u32 NumCountBytes);
   int DecodeRecord(const u8* pText);
   int StoreData(u32 NumAddrBytes);
 
   TextSource m_Source;
   RecordGather m_Gather;
   TEXT_ERROR& m_Error;
+  u32 m_NumRecords = 0;  // with data, since the last end record
+  bool m_HasEnd = false;
+  int m_FirstSkipped = 0;  // line, or 0
+  u32 m_NumSkipped = 0;
   u8 m_abRecord[MAX_RECORD_BYTES];
 };
 
@@ -61,6 +71,7 @@ int MotReader::Read() {
   if (m_Gather.Flush() != RANGE_RESULT::Done && result == 0) {
     result = m_Error.Set(RESULT_NO_MEMORY, "Could not allocate memory");
   }
+  WarnAtEnd();
   return result;
 }
 
@@ -73,15 +84,47 @@ int MotReader::ReadRecords() {
     if (next == 0 || next == CHAR_CTRL_Z) {
       break;
     }
-    result = ReadRecord();
+    if (next == 'S') {
+      result = ReadRecord();
+    } else if (next == 's') {
+      result = Fail("Unexpected character");  // a record all the same, whose data would be missed
+    } else {
+      SkipLine();
+    }
   }
   return result;
 }
 
-int MotReader::ReadRecord() {
-  if (*m_Source.GetCursor() != 'S') {
-    return Fail("Unexpected character");
+// Up to the line's end, which stays in front of the cursor.
+void MotReader::SkipLine() {
+  m_FirstSkipped = m_NumSkipped++ == 0 ? m_Error.Line : m_FirstSkipped;
+  do {
+    m_Source.Require(1);
+    const u8* p = m_Source.GetCursor();
+    for (; *p != '\r' && *p != '\n' && *p != 0; ++p) {
+    }
+    const bool hasMoved = p != m_Source.GetCursor();
+    m_Source.SetCursor(p);
+    if (!hasMoved) {
+      return;
+    }
+  } while (!m_Source.IsAtEnd());
+}
+
+void MotReader::WarnAtEnd() {
+  if (m_NumSkipped != 0) {
+    char text[128];
+    UTIL_snprintf(text, sizeof(text), "Line %d is no record. %u such line%s skipped.",
+                  m_FirstSkipped, m_NumSkipped, m_NumSkipped == 1 ? " was" : "s were");
+    m_Error.Warn(text);
   }
+  // Cut between two records a file reads well, and a part of the image would pass for all of it.
+  if (!m_HasEnd) {
+    m_Error.Warn("The Motorola S file has no end record. It may be incomplete.");
+  }
+}
+
+int MotReader::ReadRecord() {
   m_Source.SetCursor(m_Source.GetCursor() + 1);
   m_Error.Line += m_Source.SkipBlanks();
   m_Source.Require(MAX_RECORD_CHARS);
@@ -91,8 +134,40 @@ int MotReader::ReadRecord() {
     return Fail("Unexpected character");
   }
   const int result = DecodeRecord(p + 1);
-  const u32 numAddrBytes = NUM_ADDR_BYTES[type];
-  return result == 0 && numAddrBytes != 0 ? StoreData(numAddrBytes) : result;
+  return result == 0 ? ApplyRecord(type) : result;
+}
+
+int MotReader::ApplyRecord(u32 Type) {
+  if (NUM_ADDR_BYTES[Type] != 0) {
+    ++m_NumRecords;
+    m_HasEnd = false;
+    return StoreData(NUM_ADDR_BYTES[Type]);
+  }
+  if (Type == 5 || Type == 6) {
+    return CheckCount(Type == 5 ? 2 : 3);
+  }
+  if (Type >= 7) {
+    m_HasEnd = true;
+    m_NumRecords = 0;
+  }
+  return 0;
+}
+
+// A record that was lost is one that nobody would miss else.
+int MotReader::CheckCount(u32 NumCountBytes) {
+  if (m_abRecord[0] < NumCountBytes + 1) {
+    return Fail("The record is too short");
+  }
+  u32 count = 0;
+  for (u32 i = 1; i <= NumCountBytes; ++i) {
+    count = count << 8 | m_abRecord[i];
+  }
+  if (count == m_NumRecords) {
+    return 0;
+  }
+  UTIL_snprintf(m_Error.acText, sizeof(m_Error.acText),
+                "Wrong number of records (Expected: %u, Found: %u)", count, m_NumRecords);
+  return RESULT_BAD_RECORD;
 }
 
 // Turns the digits into bytes, checks them, and moves the cursor behind them. The digits are judged

@@ -25,6 +25,12 @@ int TEXT_ERROR::Set(int Result, const char* sText) {
   return Result;
 }
 
+void TEXT_ERROR::Warn(std::string_view Text) {
+  if (NumWarnings < std::size(Warnings)) {
+    Warnings[NumWarnings++] = Text;
+  }
+}
+
 int LOAD_Text(MEMAREA* pArea, const char* sFileName, const FileReport& Report,
               READ_TEXT_FUNC* pfRead) {
   const MEMAREA_LOCK_GUARD lock(pArea);
@@ -53,8 +59,10 @@ int LOAD_Text(MEMAREA* pArea, const char* sFileName, const FileReport& Report,
   }
   if (result != 0 && error.acText[0] != '\0') {
     ReportText(Report, error);
-  } else if (result == 0 && error.sWarning != nullptr) {
-    Report.Warning(error.sWarning);
+  } else if (result == 0) {
+    for (u32 i = 0; i < error.NumWarnings; ++i) {
+      Report.Warning(error.Warnings[i].c_str());
+    }
   }
   return result;
 }

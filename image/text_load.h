@@ -1,5 +1,8 @@
 #pragma once
 
+#include <string>
+#include <string_view>
+
 #include "image/file_input.h"
 #include "image/file_report.h"
 #include "image/memarea.h"
@@ -11,9 +14,12 @@
 struct TEXT_ERROR {
   int Line = 1;
   char acText[128] = "";
-  const char* sWarning = nullptr;  // a literal; for a text that reads well but looks cut off
+  // For a text that reads well but looks wrong.
+  std::string Warnings[4];
+  u32 NumWarnings = 0;
 
   int Set(int Result, const char* sText);
+  void Warn(std::string_view Text);
 };
 
 // Reads a whole input into the ranges; what came ahead of an error stays there. 0 or the format's

@@ -10,18 +10,21 @@ constexpr u64 BUFFER_SIZE = 0x100000;
 }  // namespace
 
 bool TextSource::Allocate() {
-  m_pBuffer.reset(new (std::nothrow) u8[BUFFER_SIZE + 1]);
+  m_pBuffer.reset(new (std::nothrow) u8[BUFFER_SIZE + 2]);
   if (!m_pBuffer) {
     return false;
   }
-  m_pEnd = m_pBuffer.get();
+  m_pBuffer[0] = 0;
+  m_pEnd = m_pBuffer.get() + 1;
   *m_pEnd = 0;
   m_pCursor = m_pEnd;
   return true;
 }
 
 void TextSource::Refill() {
-  u8* start = m_pBuffer.get();
+  // In front of the text stays the character before it: a CR may have been the last one.
+  m_pBuffer[0] = m_pCursor[-1];
+  u8* start = m_pBuffer.get() + 1;
   const u64 numLeft = static_cast<u64>(m_pEnd - m_pCursor);
   std::memmove(start, m_pCursor, numLeft);
   const u64 wanted = BUFFER_SIZE - numLeft;
@@ -39,7 +42,7 @@ int TextSource::SkipBlanks() {
     Require(1);
     const u8* p = m_pCursor;
     for (; TEXT_IsBlank(*p); ++p) {
-      numLines += *p == '\n' ? 1 : 0;
+      numLines += TEXT_EndsLine(p) ? 1 : 0;
     }
     const bool hasMoved = p != m_pCursor;
     m_pCursor = p;

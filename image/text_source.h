@@ -21,7 +21,8 @@ class TextSource {
       Refill();
     }
   }
-  // Moves the cursor over space, tab, CR and LF, however many there are. Returns the number of LF.
+  // Moves the cursor over space, tab, CR and LF, however many there are. Returns the number of
+  // lines that ended.
   int SkipBlanks();
   const u8* GetCursor() const { return m_pCursor; }
   void SetCursor(const u8* p) { m_pCursor = p; }
@@ -41,6 +42,11 @@ class TextSource {
   u8* m_pEnd = nullptr;
   bool m_IsFileDone = false;
 };
+
+// A line ends with CR, LF or both. The character in front of the cursor can always be read.
+inline bool TEXT_EndsLine(const u8* p) {
+  return *p == '\r' || (*p == '\n' && p[-1] != '\r');
+}
 
 inline bool TEXT_IsBlank(u8 Char) {
   return Char == ' ' || Char == '\t' || Char == '\r' || Char == '\n';

@@ -44,6 +44,7 @@ class TiTxtReader {
     return Fail(Result, sText);
   }
   int FailAtEnd();
+  void WarnOfMore();
   int ReadSections();
   int ReadAddr();
   int ReadData();
@@ -82,6 +83,7 @@ int TiTxtReader::ReadSections() {
     m_Error.Line += m_Source.SkipBlanks();
     const u8 next = *m_Source.GetCursor();
     if (IsEndMark(next)) {
+      WarnOfMore();
       break;
     }
     if (next == 0) {
@@ -99,6 +101,15 @@ int TiTxtReader::ReadSections() {
     }
   }
   return result;
+}
+
+// The cursor is at the end mark.
+void TiTxtReader::WarnOfMore() {
+  m_Source.SetCursor(m_Source.GetCursor() + 1);
+  m_Source.SkipBlanks();
+  if (!m_Source.IsAtEnd() && *m_Source.GetCursor() != 0x1A) {
+    m_Error.Warn("The TI-TXT file has text behind its end mark, which was not read.");
+  }
 }
 
 // At a NUL: that behind the text, or one within it, which ends the reading without words.
@@ -170,7 +181,7 @@ int TiTxtReader::DecodeRun() {
         result = StorePiece();
       }
     } else if (TEXT_IsBlank(*p)) {
-      m_Error.Line += *p == '\n' ? 1 : 0;
+      m_Error.Line += TEXT_EndsLine(p) ? 1 : 0;
       ++p;
     } else {
       break;

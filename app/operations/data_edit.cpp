@@ -127,7 +127,8 @@ int AddTestData(MEMAREA* pArea, u32 numBytes, PROGRESS_INFO* pProgress) {
     const u64 numInBlock = std::min<u64>(numBytes - addr, kTestDataBlock);
     FillCounter(&block, static_cast<u32>(addr / 4));
     if (MEMAREA_AddRange(pArea, addr, numInBlock, block.data()) != 0) {
-      APP_LogErrorf("Failed to allocate %d bytes of memory", static_cast<u32>(numInBlock));
+      APP_LogErrorf(APP_CAUSE::OutOfMemory, "Failed to allocate %d bytes of memory",
+                    static_cast<u32>(numInBlock));
       return -1;
     }
     PROGRESS_AddValue(pProgress, static_cast<u32>(numInBlock));
@@ -137,9 +138,9 @@ int AddTestData(MEMAREA* pArea, u32 numBytes, PROGRESS_INFO* pProgress) {
 
 bool EndTestData(MEMAREA* pArea, bool isCanceled) {
   if (APP_GetErrorCount() != 0) {
-    APP_LogError("Failed to generate test data.");
+    APP_LogError(APP_CAUSE::OutOfMemory, "Failed to generate test data.");
   } else if (isCanceled) {
-    APP_LogError("Generation of test data canceled by user");
+    APP_LogError(APP_CAUSE::Canceled, "Generation of test data canceled by user");
   } else {
     const u32 numRanges = MEMAREA_GetNumRanges(pArea);
     char acText[128];
@@ -164,7 +165,8 @@ int APP_MergeDataFile(APP_DATA_WINDOW* hWindow, const char* pFileName, const u64
     return -1;
   }
   if (SYS_FILE_Exists(acFile) == 0) {
-    APP_ShowErrorf("Could not open file [%s]\nFile not found!", acFile);
+    APP_ShowErrorf(APP_ERROR(APP_CAUSE::FileNotFound).In(acFile),
+                   "Could not open file [%s]\nFile not found!", acFile);
     return -1;
   }
   MEMAREA_PTR pNew(MEMAREA_Create());
@@ -200,7 +202,7 @@ int APP_RelocateData(const i32* pOffset) {
     return 0;
   }
   if (MEMAREA_Relocate(pRow->pArea, offset) != 0) {
-    APP_ShowError("The data could not be relocated.");
+    APP_ShowError(APP_CAUSE::OutOfMemory, "The data could not be relocated.");
     return -1;
   }
   const bool isNegative = offset < 0;
@@ -242,7 +244,8 @@ int APP_EliminateBlank() {
   APP_LogBegin("Eliminating blank areas ...");
   const DATA_WINDOW_INFO* pRow = APP_GetFocusedDataWindow();
   if (pRow == nullptr) {
-    APP_LogError("No data file open. Please ensure that you have opened a data file.");
+    APP_LogError(APP_CAUSE::NoData,
+                 "No data file open. Please ensure that you have opened a data file.");
     return DATA_EndFailed("Failed to eliminate blank areas", -1);
   }
   MEMAREA* pArea = pRow->pArea;
@@ -262,7 +265,7 @@ MEMAREA* APP_GenerateTestData(u32 numBytes) {
   APP_LOG_SECTION section("Generating test data ...");
   MEMAREA_PTR pArea(MEMAREA_Create());
   if (pArea == nullptr) {
-    APP_LogError("Could not generate test data, out of memory.");
+    APP_LogError(APP_CAUSE::OutOfMemory, "Could not generate test data, out of memory.");
     return nullptr;
   }
   APP_PROGRESS progress("Generating test data ...");

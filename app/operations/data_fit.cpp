@@ -26,17 +26,18 @@ int OfferRelocation(MEMAREA* pSectors, MEMAREA* pArea, const char* sProblem) {
   FLASH_GetSectorInfo(0, &chipAddr, &sectorBytes);
   const u64 offset = chipAddr - (MEMAREA_GetMinAddr(pArea) & ~u64{3});
   if (MEMAREA_FindNotContained(pSectors, pArea, offset) >= 0) {
-    APP_LogError(sProblem);
+    APP_LogError(APP_CAUSE::DoesNotFit, sProblem);
     return -1;
   }
   const bool isNegative = static_cast<i64>(offset) < 0;
   const u64 magnitude = isNegative ? u64{0} - offset : offset;
   if (!MayRelocate(sProblem, isNegative, magnitude)) {
-    APP_LogError("Programming cannot be done without relocation of selected data.");
+    APP_LogError(APP_CAUSE::DoesNotFit,
+                 "Programming cannot be done without relocation of selected data.");
     return -1;
   }
   if (MEMAREA_Relocate(pArea, static_cast<i64>(offset)) != 0) {
-    APP_LogError("The data could not be relocated.");
+    APP_LogError(APP_CAUSE::OutOfMemory, "The data could not be relocated.");
     return -1;
   }
   APP_UpdateImageWindow(pArea);
@@ -68,7 +69,7 @@ int APP_CheckDataFits(MEMAREA* pArea) {
                   "Selected Data (0x%lX - 0x%lX) does not fit into the selected SPI flash.", addr,
                   addr + numBytes - 1);
   if (pSectors == nullptr) {
-    APP_LogError(acProblem);
+    APP_LogError(APP_ERROR(APP_CAUSE::DoesNotFit).At(addr), acProblem);
     return -1;
   }
   return OfferRelocation(pSectors.get(), pArea, acProblem);

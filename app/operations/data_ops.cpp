@@ -140,7 +140,7 @@ bool ClampToImage(MEMAREA* pImage, u64* pStart, u64* pEnd) {
     UTIL_snprintf64(acText, sizeof acText,
                     "The data lies at 0x%lX - 0x%lX, none of it in 0x%lX - 0x%lX.", minAddr,
                     maxAddr, *pStart, *pEnd);
-    APP_ShowError(acText);
+    APP_ShowError(APP_CAUSE::Usage, acText);
     return false;
   }
   const u64 start = std::max(*pStart, minAddr);
@@ -210,7 +210,7 @@ int APP_AskAddressRange(MEMAREA* pImage, const char* sTitle, u64* pStart, u64* p
       UTIL_snprintf64(acText, sizeof acText,
                       "Addresses of more than 32 bits cannot be entered; the data ends at 0x%lX.",
                       end);
-      APP_ShowError(acText);
+      APP_ShowError(APP_CAUSE::DoesNotFit, acText);
       return -1;
     }
   }
@@ -266,7 +266,7 @@ MEMAREA* APP_OpenDataFile(const char* pFileName, u64 startAddr, bool hasStartAdd
   SYS_LOCK_GUARD lock(APP_GetLock());
   MEMAREA_PTR pArea(MEMAREA_Create());
   if (pArea == nullptr) {
-    APP_ShowError("Insufficient memory!");
+    APP_ShowError(APP_CAUSE::OutOfMemory, "Insufficient memory!");
     return nullptr;
   }
   if (*pFileName == '\0') {
@@ -290,6 +290,9 @@ MEMAREA* APP_OpenDataFile(const char* pFileName, u64 startAddr, bool hasStartAdd
     return nullptr;
   }
   BindProject(acFile, openAddr);
+  if (MEMAREA_GetNumBytes(pArea.get()) == 0) {
+    APP_LogWarning("The data file holds no data.");
+  }
   if (LogImage(pArea.get(), acFile)) {
     APP_LogEndEx("Data file opened successfully");
     APP_SetStatusText("Ready", 0);

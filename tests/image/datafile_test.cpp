@@ -3,7 +3,7 @@
 namespace {
 
 const std::string HEX = ":0100100011DE\r\n";
-const std::string MOT = "S104001022C9\r\n";
+const std::string MOT = "S104001022C9\r\nS9030000FC\r\n";
 // The least that passes: a header that names no tables.
 const std::string ELF = std::string(
                             "\x7F"
@@ -27,7 +27,8 @@ TEST(DataFile, LoadsByExtensionOrContent) {
       {"a.Raw", "ab", 0, "700:6162", ""},
       {"a.MOT", MOT, 0, "10:22", ""},
       {"a.s19", MOT, 0, "10:22", ""},
-      {"a.axf", "", -1, "", "0:Parsing ELF file...|2:Failed to read ELF file [@].|"},
+      {"a.axf", "", -1, "",
+       "0:Parsing ELF file...|2:Failed to read ELF file [@].\nInvalid ELFId at start of file|"},
       {"a.txt", "@10 33q", 0, "10:33", ""},
       {"a.mcs", HEX, -1, "", "2:Unsupported file type (*.mcs)|"},
       {"a.c", "", -1, "", "2:Unsupported file type (*.c)|"},
@@ -37,9 +38,15 @@ TEST(DataFile, LoadsByExtensionOrContent) {
       {"titxtfile", "@10 33q", 0, "10:33", "0:TI-TXT file detected.|"},
       {"hexfile", HEX, 0, "10:11", "0:Hex file detected.|"},
       {"anything", "ab", 0, "900:6162", "0:Unknown file type, assuming .bin file.|"},
-      // A try that fails half-way leaves nothing behind.
-      {"nearly", HEX + "!", 0, "900:3A3031303031303030313144450D0A21",
-       "0:Unknown file type, assuming .bin file.|"},
+      {"qfile", "q", 0, "900:71", "0:Unknown file type, assuming .bin file.|"},
+      // What begins like a format and isn't it is never taken for the bytes of a chip.
+      {"nearlyhex", HEX + "!", -1, "",
+       "2:Error in line 2: Unexpected character (Expected: :, Found: !)|"},
+      {"nearlymot", "S104001022C8", -1, "",
+       "2:Error in line 1: Checksum error! Checksum in file: 0xC8, checksum calculated 0xC9|"},
+      {"nearlyelf", ELF.substr(0, 20), -1, "",
+       "2:Failed to read ELF file [@].\nFailed to read ELF file|"},
+      {"nearlytxt", "@10 1", -1, "", "2:Error in line 1: EOF while parsing|"},
   };
   const TempDir dir;
   for (const ROW& row : rows) {

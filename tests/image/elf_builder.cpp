@@ -6,10 +6,10 @@ namespace {
 
 class Writer {
  public:
-  explicit Writer(bool isElf64) : m_IsElf64(isElf64) {}
+  Writer(bool isElf64, bool isBigEndian) : m_IsElf64(isElf64), m_IsBigEndian(isBigEndian) {}
   void Put(u64 value, u32 numBytes) {
     for (u32 i = 0; i < numBytes; ++i) {
-      Text += static_cast<char>(value >> 8 * i);
+      Text += static_cast<char>(value >> 8 * (m_IsBigEndian ? numBytes - 1 - i : i));
     }
   }
   void Native(u64 value) { Put(value, m_IsElf64 ? 8 : 4); }
@@ -17,6 +17,7 @@ class Writer {
 
  private:
   bool m_IsElf64;
+  bool m_IsBigEndian;
 };
 
 struct FIELD {
@@ -31,8 +32,8 @@ constexpr FIELD FIELDS[] = {
     {"e_shentsize", 2}, {"e_shnum", 2},   {"e_shstrndx", 2},
 };
 
-std::string MakeHeader(bool isElf64, const std::vector<ELF_TEST_FIELD>& fields) {
-  Writer out(isElf64);
+std::string MakeHeader(bool isElf64, bool isBig, const std::vector<ELF_TEST_FIELD>& fields) {
+  Writer out(isElf64, isBig);
   out.Text =
       "\x7F"
       "ELF";
@@ -57,8 +58,8 @@ void PutSection(Writer& out, const ELF_TEST_SECTION& s, u64 name, u64 offset) {
   out.Native(s.EntrySize);
 }
 
-std::string MakeSegments(bool isElf64, const std::vector<ELF_TEST_SEGMENT>& segments) {
-  Writer out(isElf64);
+std::string MakeSegments(bool isElf64, bool isBig, const std::vector<ELF_TEST_SEGMENT>& segments) {
+  Writer out(isElf64, isBig);
   for (const ELF_TEST_SEGMENT& s : segments) {
     out.Put(1, isElf64 ? 8 : 4);
     for (const u64 value : {u64{0}, s.VAddr, s.PAddr, s.FileSize, s.MemSize}) {
@@ -74,9 +75,10 @@ std::string MakeSegments(bool isElf64, const std::vector<ELF_TEST_SEGMENT>& segm
 std::string MakeElf(bool IsElf64, const std::vector<ELF_TEST_SECTION>& Sections,
                     const std::vector<ELF_TEST_SEGMENT>& Segments,
                     const std::vector<ELF_TEST_FIELD>& Fields) {
+  const bool isBig = !Fields.empty() && Fields[0].Name == "data" && Fields[0].Value == 2;
   const u64 headerSize = IsElf64 ? 64 : 52;
-  std::string body = MakeSegments(IsElf64, Segments);
-  Writer table(IsElf64);
+  std::string body = MakeSegments(IsElf64, isBig, Segments);
+  Writer table(IsElf64, isBig);
   std::string names(1, '\0');
   PutSection(table, {"", 0, "", 0, 0}, 0, 0);
   std::vector<ELF_TEST_SECTION> all = Sections;
@@ -102,5 +104,5 @@ std::string MakeElf(bool IsElf64, const std::vector<ELF_TEST_SECTION>& Sections,
                                         {"e_shnum", all.size() + 1},
                                         {"e_shstrndx", all.size()}};
   fields.insert(fields.end(), Fields.begin(), Fields.end());
-  return MakeHeader(IsElf64, fields) + body + table.Text;
+  return MakeHeader(IsElf64, isBig, fields) + body + table.Text;
 }
