@@ -12,7 +12,6 @@
 #include <thread>
 #include <vector>
 
-#include "app/operations/dialog_records.h"
 #include "app/operations/jobs.h"
 #include "bench/bench.h"
 #include "ui/window/action_table.h"
@@ -148,11 +147,11 @@ class USER {
     OnGuiThread([this] { m_pTurns = std::make_unique<TURNS>(); });
     Measure("load 16 MiB binary", [this] { Open("chip16.bin"); });
     Measure(
-        "program 16 MiB", [] { Trigger(UI_ACT_PROGRAM); }, UI_ACT_PROGRAM);
+        "program 16 MiB", [] { Trigger(APP_OP_PROGRAM); }, APP_OP_PROGRAM);
     Measure(
-        "verify 16 MiB", [] { Trigger(UI_ACT_VERIFY); }, UI_ACT_VERIFY);
+        "verify 16 MiB", [] { Trigger(APP_OP_VERIFY); }, APP_OP_VERIFY);
     Measure(
-        "read 16 MiB", [] { Trigger(UI_ACT_READ_CHIP); }, UI_ACT_READ_CHIP);
+        "read 16 MiB", [] { Trigger(APP_OP_READ_CHIP); }, APP_OP_READ_CHIP);
     Measure("load 64 MiB HEX", [this] { Open("large.hex"); });
     // The end may ask whether to save, so that a call that waits for it would wait for ever.
     OnGuiThread([this] {
@@ -175,12 +174,11 @@ class USER {
     return nullptr;
   }
   static QAction* Action(u32 action) {
-    const UI_ACTION_ROW* pRow = UI_FindActionRow(action);
-    return pRow != nullptr ? Window()->findChild<QAction*>(pRow->sName) : nullptr;
+    return Window()->findChild<QAction*>(UI_GetActionRow(action).Text.sName);
   }
   static void Trigger(u32 action) { Action(action)->trigger(); }
   void Open(const char* sFile) {
-    APP_PostOpenDataFile(m_Place.Path(sFile).c_str(), 0, true, nullptr);
+    APP_PostOperation(APP_OP_OPEN_DATA, {.Text = '"' + m_Place.Path(sFile) + '"', .File = {}});
   }
 
   static void AnswerBox() {
@@ -207,14 +205,13 @@ class USER {
 
   // The turns until the job behind the operation has run.
   template <typename F>
-  void Measure(const char* sName, F operation, u32 action = UI_ACT_OPEN_DATA_FILE) {
+  void Measure(const char* sName, F operation, u32 action = APP_OP_OPEN_DATA) {
     WaitFor([&] { return Action(action) != nullptr && Action(action)->isEnabled(); });
     m_IsDone = false;
     OnGuiThread([&] {
       m_pTurns->Begin();
       operation();
-      APP_PostGetGlobalSettings(
-          &m_Settings, [](void* pOwner) { static_cast<USER*>(pOwner)->m_IsDone = true; }, this);
+      APP_Post(APP_JOB_GET_GLOBAL_SETTINGS, [this] { m_IsDone = true; });
     });
     WaitFor([&] { return m_IsDone.load(); });
     OnGuiThread([&] { m_pTurns->Report(sName); });
@@ -222,7 +219,6 @@ class USER {
 
   const WORKPLACE& m_Place;
   std::unique_ptr<TURNS> m_pTurns;
-  GLOBAL_SETTINGS m_Settings{};
   std::atomic<bool> m_IsDone = false;
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "app/engine/app_state.h"
 #include "app/operations/data_windows.h"
 #include "console/progress_line.h"
 #include "image/memarea.h"
@@ -42,11 +43,21 @@ void CONSOLE_FRONTEND::WaitInit() {
   SYS_WaitForObject(m_hInitDone, SYS_INFINITE);
 }
 
-void CONSOLE_FRONTEND::OnInterrupt() {
+void CONSOLE_FRONTEND::OnInterrupt(INTERRUPT kind) {
   SYS_LOCK_GUARD lock(m_Lock);
-  if (++m_NumInterrupts > 1) {
+  const bool isEnd = kind == INTERRUPT::End;
+  u32& count = isEnd ? m_NumEnds : m_NumInterrupts;
+  if (++count > 1) {
     m_Terminal.PrintNotice("Ended by the user.");
     TERMINAL_EndProcess(1);
+  }
+  if (isEnd) {
+    APP_State().IsEndAsked = true;
+    for (PROGRESS_INFO* pInfo : m_Progress) {
+      PROGRESS_Cancel(pInfo);
+    }
+    m_Terminal.PrintNotice("Ending ...");
+    return;
   }
   if (m_Progress.empty()) {
     m_CancelNext = true;
@@ -129,7 +140,7 @@ PROGRESS_INFO* CONSOLE_FRONTEND::CreateProgressDialog(const char* sTitle, const 
   }
   SYS_LOCK_GUARD lock(m_Lock);
   m_Progress.push_back(pInfo);
-  if (m_CancelNext) {
+  if (m_CancelNext || m_NumEnds > 0) {
     PROGRESS_Cancel(pInfo);  // asked for before there was anything to cancel
     m_CancelNext = false;
   } else {

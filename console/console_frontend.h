@@ -6,6 +6,7 @@
 
 #include "app/engine/frontend.h"
 #include "console/terminal.h"
+#include "sys/interrupts.h"
 
 // The front end of the console program. Boxes and dialogs answer with their defaults, data windows
 // are a plain list whose newest has the focus, and the program ends after the command line.
@@ -17,8 +18,9 @@ class CONSOLE_FRONTEND : public APP_FRONTEND {
   // Waits until the Init job has finished.
   void WaitInit();
   // What Ctrl+C does: the Cancel button of the running progress, or of the next one; a second time
-  // within the same operation it ends the process.
-  void OnInterrupt();
+  // within the same operation it ends the process. A request to end cancels what runs and all that
+  // follows, so that the probe is closed and the program ends; a second one ends the process.
+  void OnInterrupt(INTERRUPT Kind);
 
   void ShowMsgBox(MSGBOX_INFO* pInfo) override;
   int ShowEditValDialog(const char* sTitle, EDIT_VALUE_ITEM* pItems, u32 NumItems) override;
@@ -52,10 +54,11 @@ class CONSOLE_FRONTEND : public APP_FRONTEND {
 
   TERMINAL m_Terminal;
   SYS_HANDLE m_hInitDone;
-  SYS_MUTEX m_Lock;  // guards the three below, shared with the thread of the interrupts
+  SYS_MUTEX m_Lock;  // guards the four below, shared with the thread of the interrupts
   std::vector<PROGRESS_INFO*> m_Progress;  // open records, newest last
   bool m_CancelNext = false;
   u32 m_NumInterrupts = 0;  // since the newest operation began
+  u32 m_NumEnds = 0;
   // A cancel refreshes from the thread of the interrupts.
   std::atomic<u32> m_ProgressStartMs{0};
   std::atomic<u32> m_LastDrawMs{0};

@@ -7,8 +7,8 @@
 
 namespace {
 
-void OnInterrupt(void* pContext) {
-  static_cast<CONSOLE_FRONTEND*>(pContext)->OnInterrupt();
+void OnInterrupt(void* pContext, INTERRUPT kind) {
+  static_cast<CONSOLE_FRONTEND*>(pContext)->OnInterrupt(kind);
 }
 
 // Help needs no probe, no project and no log.
@@ -44,7 +44,7 @@ int main(int argc, char** argv) {
     APP_State().ExitRequested = 1;
     APP_State().SuppressGUI = 1;
   }
-  APP_ShutDown(nullptr, nullptr);
+  static_cast<void>(APP_ShutDown(nullptr, nullptr));  // with ExitRequested nothing refuses it
   APP_TearDown();
   return APP_State().ExitCode;
 }

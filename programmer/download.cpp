@@ -44,7 +44,6 @@ int Download(const char* sHeadline, SEND&& send) {
                0);
   } else {
     APP_LogError("Failed to download files to probe / programmer.");
-    APP_State().ExitCode = 1;
   }
   APP_LogEnd();
   return isDone ? 0 : -1;

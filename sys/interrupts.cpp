@@ -37,6 +37,7 @@ INTERRUPTS::INTERRUPTS(HANDLER* pfHandler, void* pContext)
     : m_pfHandler(pfHandler), m_pContext(pContext) {
   static const int registered = pthread_atfork(nullptr, nullptr, UnblockInChild);
   static_cast<void>(registered);
+  signal(SIGXFSZ, SIG_IGN);  // the write gives an error instead
   const sigset_t set = InterruptSignals();
   pthread_sigmask(SIG_BLOCK, &set, nullptr);
   m_hThread = SYS_CreateThread(Run, this, nullptr, "SIGNALS", 0);
@@ -56,6 +57,6 @@ void INTERRUPTS::Run(void* pContext) {
   const sigset_t set = InterruptSignals();
   int number = 0;
   while (sigwait(&set, &number) == 0 && number != kStopSignal) {
-    pThis->m_pfHandler(pThis->m_pContext);
+    pThis->m_pfHandler(pThis->m_pContext, number == SIGINT ? INTERRUPT::Cancel : INTERRUPT::End);
   }
 }

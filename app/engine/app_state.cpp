@@ -40,6 +40,7 @@ void APP_ResetState() {
   state.ExitState = 0;
   state.ExitCode = 0;
   state.SuppressGUI = 0;
+  state.IsEndAsked = false;
   state.ExitRequested = 0;
   state.OpenPrjGiven = 0;
   state.OpenDataGiven = 0;

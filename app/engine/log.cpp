@@ -88,7 +88,7 @@ void ShowOutcome() {
     APP_MsgBox(Section.acResultText, "OK", nullptr, 0, APP_ICON_INFORMATION, 0);
     return;
   }
-  APP_ShowError(Section.acResultText);
+  LOG_ShowErrorBox(Section.acResultText);  // each of its errors is in the outcome already
 }
 
 u32 GetDefaultLogLevel() {

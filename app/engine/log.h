@@ -93,7 +93,7 @@ u32 APP_MsgBoxAlways(const APP_MSGBOX_ARGS& args);
 // Title: product name with version.
 u32 APP_MsgBox(const char* sText, const char* sBtn0, const char* sBtn1, u32 DefaultBtn, u32 Icon,
                u32 RejectResult);
-// With SuppressGUI set the exit code becomes 1.
+// The error is one of the run, whatever section is open.
 void APP_ShowError(const APP_ERROR& Error, const char* sText);
 [[gnu::format(printf, 2, 3)]] void APP_ShowErrorf(const APP_ERROR& Error, const char* sFormat, ...);
 void APP_ShowError(const char* sText);

@@ -23,3 +23,6 @@ void LOG_WriteToFile(const char* sLine);
 
 // Nothing is cancelled any more: another operation begins.
 void PROGRESS_BeginOperation();
+
+// The box of APP_ShowError alone: what it says was recorded elsewhere.
+void LOG_ShowErrorBox(const char* sText);

@@ -117,20 +117,23 @@ u32 APP_MsgBox(const char* sText, const char* sBtn0, const char* sBtn1, u32 Defa
   return APP_MsgBoxEx(args);
 }
 
-void APP_ShowError(const char* sText) {
+void LOG_ShowErrorBox(const char* sText) {
   const APP_MSGBOX_ARGS args = MakeOkBox(sText, APP_ICON_WARNING);
   if (APP_State().SuppressGUI == 0) {
     APP_MsgBoxAlways(args);
-    return;
+  } else {
+    // A failure without its cause would help nobody, so the line isn't left to the log level.
+    LogSuppressedBox(args, true);
   }
-  // The exit status without its cause would help nobody, so the line isn't left to the log level.
-  LogSuppressedBox(args, true);
-  APP_State().ExitCode = 1;
+}
+
+void APP_ShowError(const char* sText) {
+  APP_ShowError(APP_CAUSE::Internal, sText);
 }
 
 void APP_ShowError(const APP_ERROR& Error, const char* sText) {
   REPORT_AddError(Error, sText != nullptr ? sText : "");
-  APP_ShowError(sText);
+  LOG_ShowErrorBox(sText);
 }
 
 void APP_ShowWarning(const char* sText) {

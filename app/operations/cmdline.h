@@ -10,29 +10,27 @@
 // open, the execute pass does the work. While options run SuppressGUI is set, so that no box stops
 // the run. An option word is followed by its value directly or as the next argument.
 
+// Its words stand in the table of operations.
+
 constexpr u32 CMDLINE_PASS_EXECUTE = 1;
 constexpr u32 CMDLINE_PASS_PREPARSE = 2;
 
-// One row of the option table. The handler takes the text behind the word and the pass; its result
-// is below 0 for a failure, 1 to stop the pass, 0 to go on.
-struct CMDLINE_OPTION {
-  const char* sWord;
-  u32 PassMask;
-  int (*pfnHandler)(const char* sText, u32 WordLen, u32 Pass);
-  const char* sHelp;
-};
-constexpr u32 CMDLINE_NUM_OPTIONS = 34;
-const CMDLINE_OPTION* CMDLINE_GetOptions();
-// The first row whose word begins the argument, ignoring case, or null.
-const CMDLINE_OPTION* CMDLINE_FindOption(const char* sArg);
-
 // -1 failure, 0 done, 1 stopped by "-exit".
-int CMDLINE_Parse(u32 argc, char** argv, u32 Pass);
+[[nodiscard]] int CMDLINE_Parse(u32 argc, char** argv, u32 Pass);
 
-// Reads a name, quoted or up to a comma, and moves the text pointer behind it. 0, or -1 with the
-// exit code set. A name of more than half of BufSize is refused.
-int CMDLINE_GetString(const char** ppText, char* pBuf, u32 BufSize);
+// Reads a name, quoted or up to a comma, and moves the text pointer behind it. 0, or -1
+// logged. A name of more than half of BufSize is refused.
+[[nodiscard]] int CMDLINE_GetString(const char** ppText, char* pBuf, u32 BufSize);
 // Text of the help box.
 std::string CMDLINE_GetHelp();
 // True when there are options and all of them ask for help.
 bool CMDLINE_IsHelpOnly(u32 argc, char** argv);
+
+// Pre-parse of the words that choose something for this run: 0, or -1 logged.
+int CMDLINE_OnHelp(const char* sText);
+int CMDLINE_OnMin(const char* sText);
+int CMDLINE_OnHide(const char* sText);
+int CMDLINE_OnUsb(const char* sText);
+int CMDLINE_OnIp(const char* sText);
+int CMDLINE_OnKorvaneLog(const char* sText);
+int CMDLINE_OnVorticLog(const char* sText);

@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "app/engine/app_state.h"
 #include "app/engine/log.h"
 #include "sys/util_number.h"
 #include "sys/util_string.h"
@@ -14,9 +13,6 @@ constexpr u32 kMaxDigits = 16;
 // Digits that count, of a number that was read up to pEnd.
 u32 CountDigits(const char* sNumber, const char* pEnd) {
   UTIL_SkipSpaces(&sNumber);
-  if (*sNumber == '-') {
-    ++sNumber;
-  }
   if (pEnd - sNumber > 2 && sNumber[0] == '0' && (sNumber[1] | 0x20) == 'x') {
     sNumber += 2;
   }
@@ -29,8 +25,11 @@ u32 CountDigits(const char* sNumber, const char* pEnd) {
 }  // namespace
 
 int CMDLINE_Fail(const char* sText) {
-  APP_State().ExitCode = 1;
-  APP_LogError(sText);
+  return CMDLINE_Fail(APP_CAUSE::Usage, sText);
+}
+
+int CMDLINE_Fail(APP_CAUSE cause, const char* sText) {
+  APP_LogError(cause, sText);
   return -1;
 }
 
@@ -40,13 +39,24 @@ int CMDLINE_ParseHex(const char** ppText, const char* sWhat, u64* pValue) {
   if (*sNumber == '-' || UTIL_ParseHex64(ppText, pValue) != 0) {
     return CMDLINE_Fail((std::string(sWhat) + " is missing or not a hexadecimal number").c_str());
   }
-  return CMDLINE_CheckDigits(sNumber, *ppText, sWhat);
-}
-
-int CMDLINE_CheckDigits(const char* sNumber, const char* pEnd, const char* sWhat) {
-  if (CountDigits(sNumber, pEnd) > kMaxDigits) {
+  if (CountDigits(sNumber, *ppText) > kMaxDigits) {
     return CMDLINE_Fail((std::string(sWhat) + " has more than 64 bits").c_str());
   }
+  return 0;
+}
+
+int CMDLINE_ParseOffset(const char* sText, i64* pOffset) {
+  const bool isNegative = *sText == '-';
+  sText += isNegative ? 1 : 0;
+  u64 magnitude = 0;
+  if (CMDLINE_ParseHex(&sText, "The offset", &magnitude) != 0 || CMDLINE_ExpectEnd(sText) != 0) {
+    return -1;
+  }
+  constexpr u64 kLowest = u64{1} << 63;  // without its sign
+  if (magnitude > (isNegative ? kLowest : kLowest - 1)) {
+    return CMDLINE_Fail("The offset has more than 64 bits");
+  }
+  *pOffset = static_cast<i64>(isNegative ? 0 - magnitude : magnitude);
   return 0;
 }
 

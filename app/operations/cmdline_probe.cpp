@@ -1,10 +1,12 @@
-// Options that choose probe and log files for this run, without a trace in the settings.
+// Words that choose something for this run, without a trace in the settings: probe, log files, what
+// is seen of the program.
 #include <cstring>
 #include <string>
 
 #include "app/engine/app_state.h"
+#include "app/engine/frontend.h"
 #include "app/engine/log.h"
-#include "app/operations/cmdline_options.h"
+#include "app/operations/cmdline.h"
 #include "project/settings.h"
 #include "sys/util_number.h"
 #include "sys/util_string.h"
@@ -16,8 +18,7 @@ constexpr u32 kNumModules = sizeof(PROBE_CONNECTION::aATEModuleSel);
 constexpr u32 kLastUsbIndex = 3;
 
 int Fail(const char* sWhat, const char* sText) {
-  APP_State().ExitCode = 1;
-  APP_LogErrorf("%s: %s", sWhat, sText);
+  APP_LogErrorf(APP_CAUSE::Usage, "%s: %s", sWhat, sText);
   return -1;
 }
 
@@ -82,7 +83,7 @@ int SetUsbTarget(const char* sName, PROBE_CONNECTION* pConnection) {
 
 }  // namespace
 
-int CMDLINE_OnUsb(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
+int CMDLINE_OnUsb(const char* sText) {
   PROBE_CONNECTION connection = {};
   char acName[kMaxProbeName + 1];
   if (SplitModules(sText, acName, sizeof acName, &connection) != 0 ||
@@ -93,7 +94,7 @@ int CMDLINE_OnUsb(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
   return 0;
 }
 
-int CMDLINE_OnIp(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
+int CMDLINE_OnIp(const char* sText) {
   PROBE_CONNECTION connection = {};
   connection.Mode = PROBE_MODE_IP;
   char acName[kMaxProbeName + 1];
@@ -105,12 +106,35 @@ int CMDLINE_OnIp(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
   return 0;
 }
 
-int CMDLINE_OnKorvaneLog(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
+int CMDLINE_OnKorvaneLog(const char* sText) {
   SETUP_OverrideKorvaneLog(sText);
   return 0;
 }
 
-int CMDLINE_OnVorticLog(const char* sText, u32 /*WordLen*/, u32 /*Pass*/) {
+int CMDLINE_OnVorticLog(const char* sText) {
   SETUP_OverrideVorticLog(sText);
+  return 0;
+}
+
+int CMDLINE_OnHelp(const char* /*sText*/) {
+  const std::string help = CMDLINE_GetHelp();
+  APP_MSGBOX_ARGS args;
+  args.sTitle = "Commandline";
+  args.sText = help.c_str();
+  args.sBtn0 = "OK";
+  args.Icon = APP_ICON_INFORMATION;
+  APP_MsgBoxAlways(args);
+  return 0;
+}
+
+int CMDLINE_OnMin(const char* /*sText*/) {
+  APP_State().VisibilityForced = 1;
+  APP_GetFrontEnd()->SetVisibility(2);
+  return 0;
+}
+
+int CMDLINE_OnHide(const char* /*sText*/) {
+  APP_State().VisibilityForced = 1;
+  APP_GetFrontEnd()->SetVisibility(0);
   return 0;
 }

@@ -185,19 +185,18 @@ int APP_MergeDataFile(APP_DATA_WINDOW* hWindow, const char* pFileName, const u64
   return MergeLoaded(*pRow, pNew.get());
 }
 
-int APP_RelocateData(const i32* pOffset) {
+int APP_RelocateData(const i64* pOffset) {
   SYS_LOCK_GUARD lock(APP_GetLock());
   const DATA_WINDOW_INFO* pRow = APP_GetFocusedDataWindow();
-  u64& remembered = Remembered().RelocateOffset;
-  if (pOffset != nullptr) {
-    remembered = static_cast<u32>(*pOffset);
-  } else {
+  i64 offset = pOffset != nullptr ? *pOffset : 0;
+  if (pOffset == nullptr) {
+    u64& remembered = Remembered().RelocateOffset;  // 32 bits, as the field has
     EDIT_VALUE_ITEM item = {-0x80000000LL, &remembered, "Offset (hex)"};
     if (APP_GetFrontEnd()->ShowEditValDialog("Enter offset", &item, 1) != 0) {
       return 0;
     }
+    offset = static_cast<i32>(remembered);
   }
-  const i32 offset = static_cast<i32>(remembered);
   if (pRow == nullptr || offset == 0) {
     return 0;
   }
@@ -207,7 +206,8 @@ int APP_RelocateData(const i32* pOffset) {
   }
   const bool isNegative = offset < 0;
   APP_LogInfof("Data relocated by %s0x%lX bytes, it starts at 0x%.8lX now", isNegative ? "-" : "",
-               isNegative ? -i64{offset} : i64{offset}, MEMAREA_GetMinAddr(pRow->pArea));
+               isNegative ? 0 - static_cast<u64>(offset) : static_cast<u64>(offset),
+               MEMAREA_GetMinAddr(pRow->pArea));
   Redraw(*pRow);
   return 0;
 }

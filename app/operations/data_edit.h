@@ -12,7 +12,7 @@
 int APP_MergeDataFile(APP_DATA_WINDOW* hWindow, const char* pFileName, const u64* pStartAddr);
 // Moves the focused image; null asks for the offset. 0, also when there is nothing to do, or -1
 // reported.
-int APP_RelocateData(const i32* pOffset);
+int APP_RelocateData(const i64* pOffset);
 // "<first>,<last>" in hexadecimal; null asks. 0, or -1 reported, with the exit code set.
 int APP_DeleteRange(const char* pArgs);
 // 0 or -1, reported.

@@ -5,16 +5,17 @@
 #include "flash/connect.h"
 #include "project/settings.h"
 
-void APP_GetProjDialogInfo(PROJ_DIALOG_INFO* pInfo) {
-  pInfo->ProjectOpen = PROJECT_IsOpen() > 0;
-  if (pInfo->ProjectOpen == 0) {
-    return;
+PROJ_DIALOG_INFO APP_GetProjDialogInfo() {
+  PROJ_DIALOG_INFO info{};
+  info.ProjectOpen = PROJECT_IsOpen() > 0;
+  if (info.ProjectOpen != 0) {
+    PROJECT_GetGeneral(&info.General);
+    PROJECT_GetCpu(&info.Cpu);
+    PROJECT_GetFlash(&info.Flash);
+    PROJECT_GetPerformance(&info.Performance);
+    PROJECT_GetProduction(&info.Production);
   }
-  PROJECT_GetGeneral(&pInfo->General);
-  PROJECT_GetCpu(&pInfo->Cpu);
-  PROJECT_GetFlash(&pInfo->Flash);
-  PROJECT_GetPerformance(&pInfo->Performance);
-  PROJECT_GetProduction(&pInfo->Production);
+  return info;
 }
 
 // The connection was made with the old settings, so it goes down.
@@ -29,19 +30,20 @@ void APP_SaveProjSettings(const PROJ_DIALOG_INFO& info) {
   APP_ApplyGUIMode();
 }
 
-void APP_GetGlobalSettings(GLOBAL_SETTINGS* pSettings) {
-  *pSettings = {};
-  pSettings->AutoMode = SETUP_GetAutoMode();
-  pSettings->AutoDisconnect = SETUP_GetAutoDisconnect() != 0;
-  pSettings->AutoBlankCheck = SETUP_GetAutoBlankCheck() != 0;
-  pSettings->SkipBlankAreas = SETUP_GetSkipBlankAreas() != 0;
-  SETUP_GetVorticLogFile(pSettings->sVorticLogFile, sizeof pSettings->sVorticLogFile, false);
-  SETUP_GetKorvaneLogFile(pSettings->sKorvaneLogFile, sizeof pSettings->sKorvaneLogFile, false);
-  pSettings->LogLevel = SETUP_GetLogLevel();
-  pSettings->EnableVorticLog = SETUP_GetEnableVorticLog(false) != 0;
-  pSettings->EnableKorvaneLog = SETUP_GetEnableKorvaneLog(false) != 0;
-  pSettings->AutoSaveProject = SETUP_GetAutoSaveProject();
-  pSettings->AppStartAction = SETUP_GetAppStartAction();
+GLOBAL_SETTINGS APP_GetGlobalSettings() {
+  GLOBAL_SETTINGS settings{};
+  settings.AutoMode = SETUP_GetAutoMode();
+  settings.AutoDisconnect = SETUP_GetAutoDisconnect() != 0;
+  settings.AutoBlankCheck = SETUP_GetAutoBlankCheck() != 0;
+  settings.SkipBlankAreas = SETUP_GetSkipBlankAreas() != 0;
+  SETUP_GetVorticLogFile(settings.sVorticLogFile, sizeof settings.sVorticLogFile, false);
+  SETUP_GetKorvaneLogFile(settings.sKorvaneLogFile, sizeof settings.sKorvaneLogFile, false);
+  settings.LogLevel = SETUP_GetLogLevel();
+  settings.EnableVorticLog = SETUP_GetEnableVorticLog(false) != 0;
+  settings.EnableKorvaneLog = SETUP_GetEnableKorvaneLog(false) != 0;
+  settings.AutoSaveProject = SETUP_GetAutoSaveProject();
+  settings.AppStartAction = SETUP_GetAppStartAction();
+  return settings;
 }
 
 void APP_SetGlobalSettings(const GLOBAL_SETTINGS& settings) {
@@ -56,4 +58,14 @@ void APP_SetGlobalSettings(const GLOBAL_SETTINGS& settings) {
   SETUP_SetSkipBlankAreas(settings.SkipBlankAreas);
   SETUP_SetAutoSaveProject(settings.AutoSaveProject);
   SETUP_SetAppStartAction(settings.AppStartAction);
+}
+
+std::optional<SPI_FLASH_INFO> APP_DetectFlash() {
+  if (FLASH_Detect() != 0) {
+    return std::nullopt;
+  }
+  SPI_FLASH_INFO info;
+  PROJECT_GetFlash(&info);
+  info.AutoDetect = 0;
+  return info;
 }

@@ -1,10 +1,11 @@
 #pragma once
 
+#include <optional>
+
 #include "project/project.h"
 #include "sys/types.h"
 
-// What settings dialogs fetch and store through jobs. A dialog owns its record and must not read it
-// before the job has called back.
+// What settings dialogs fetch and store, by value, through jobs.
 
 // One copy each of the project's blocks.
 struct PROJ_DIALOG_INFO {
@@ -32,7 +33,9 @@ struct GLOBAL_SETTINGS {
 };
 
 // Application thread.
-void APP_GetProjDialogInfo(PROJ_DIALOG_INFO* pInfo);
+PROJ_DIALOG_INFO APP_GetProjDialogInfo();
 void APP_SaveProjSettings(const PROJ_DIALOG_INFO& info);
-void APP_GetGlobalSettings(GLOBAL_SETTINGS* pSettings);
+GLOBAL_SETTINGS APP_GetGlobalSettings();
 void APP_SetGlobalSettings(const GLOBAL_SETTINGS& settings);
+// What the chip on the bus is, for a project that names it. None when there is none, reported.
+std::optional<SPI_FLASH_INFO> APP_DetectFlash();

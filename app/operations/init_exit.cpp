@@ -100,17 +100,24 @@ void StartUp(APP_START_INFO* pStart, bool settingsLoaded) {
   if (APP_State().VisibilityForced == 0) {
     APP_GetFrontEnd()->SetVisibility(pStart->ShowCmd);
   }
-  VORTIC_SetErrorOutHandler(APP_LogError);
+  VORTIC_SetErrorOutHandler(DRIVER_GetErrorHandler());
   if (!APP_CreateLock()) {
-    APP_LogError("Failed to create semaphore!");
+    APP_LogError(APP_CAUSE::Internal, "Failed to create semaphore!");
   }
   OpenStartProject(pStart);
   if (!settingsLoaded) {
-    APP_LogErrorf("Failed to initialize %s", APP_GetName());
-    APP_State().ExitCode = 1;
+    APP_LogErrorf(APP_CAUSE::Settings, "Failed to initialize %s", APP_GetName());
     return;
   }
   RunCommandLine(pStart);
+}
+
+// The one place that writes the exit status. A run that nobody watches fails with its first error,
+// in whatever part of the program it was recorded.
+void JudgeRun() {
+  if (APP_GetNumRunErrors() != 0 || APP_State().IsEndAsked) {
+    APP_State().ExitCode = 1;
+  }
 }
 
 // The default project's file: beside the program when that can be written, else with the settings.
@@ -154,9 +161,8 @@ int APP_OpenProject(const char* sFile, bool* pDataFileMissing) {
   return result;
 }
 
-void APP_OnInitJob(APP_JOB_CONTEXT* pContext) {
-  const auto* pParams = static_cast<const APP_INIT_PARAMS*>(pContext->pParams);
-  APP_START_INFO* pStart = pParams->pStartInfo;
+void APP_Init(APP_START_INFO* pStart) {
+  APP_ForgetErrors();
   pStart->CloseAfterInit = 0;
   // A run that was asked for isn't stopped by a box about its settings; it fails.
   APP_State().SuppressGUI = pStart->argc > 1 ? 1 : 0;
@@ -170,22 +176,31 @@ void APP_OnInitJob(APP_JOB_CONTEXT* pContext) {
   } else {
     StartUp(pStart, settingsLoaded);
   }
-  if (pParams->pfnDone != nullptr) {
-    pParams->pfnDone();
+  if (pStart->argc > 1 || !settingsLoaded) {
+    JudgeRun();
   }
 }
 
 // The project closes, and with it the connection, while the driver library is still there. When
 // that is refused the program goes on, so nothing else may be gone by then.
-void APP_OnExitJob(APP_JOB_CONTEXT* pContext) {
+bool APP_Exit() {
+  if (APP_State().IsEndAsked) {  // there is no time for questions
+    APP_State().ExitRequested = 1;
+    APP_State().SuppressGUI = 1;
+  }
   const bool isRefused = PROJECT_Shutdown() != 0 && PROJECT_IsOpen() != 0;
   if (isRefused && APP_State().ExitRequested == 0) {
-    pContext->Result = 1;
-    return;
+    return false;
   }
   APP_DestroyLock();
   FLASH_Disconnect();
+  // What failed just now, such as closing the probe, counts for a run that nobody watches, but not
+  // for a person who closes the window.
+  if (APP_State().SuppressGUI != 0) {
+    JudgeRun();
+  }
   SYS_UnloadLibraries();
   APP_EnableLogFile(false);
   SETTINGS_Exit();
+  return true;
 }

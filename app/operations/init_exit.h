@@ -1,17 +1,11 @@
 #pragma once
 
-#include "app/engine/worker.h"
 #include "app/operations/jobs.h"
 
-// Params of the Init job.
-struct APP_INIT_PARAMS {
-  void (*pfnDone)();
-  APP_START_INFO* pStartInfo;
-};
-
-// Handlers of the first and the last job.
-void APP_OnInitJob(APP_JOB_CONTEXT* pContext);
-void APP_OnExitJob(APP_JOB_CONTEXT* pContext);
+// Start and end of the core, on the application thread: the first and the last job.
+void APP_Init(APP_START_INFO* pStart);
+// False when the end was refused: the program goes on.
+[[nodiscard]] bool APP_Exit();
 
 // Opens sPath if it exists, else the default project, which is created in memory when there is
 // none.

@@ -1,76 +1,55 @@
 #include "app/operations/jobs.h"
 
-#include <new>
+#include <array>
 
 #include "app/engine/app_state.h"
 #include "app/engine/frontend.h"
-#include "app/engine/log.h"
-#include "app/operations/cmdline.h"
-#include "app/operations/data_ops.h"
 #include "app/operations/data_windows.h"
 #include "app/operations/init_exit.h"
-#include "app/operations/job_handlers.h"
 #include "app/operations/status.h"
 #include "app/operations/wiring.h"
-#include "flash/connect.h"
-#include "project/project.h"
-#include "project/recent.h"
-#include "project/settings.h"
-#include "sys/memory.h"
+#include "programmer/browser.h"
 #include "sys/thread.h"
-#include "sys/util_string.h"
 
 namespace {
 
-// The last row is the stop request.
-constexpr WORKER_JOB_ENTRY kJobTable[APP_NUM_JOBS] = {
-    {APP_OnInitJob, "Initialize application"},
-    {APP_OnExitJob, "Exit application"},
-    {APP_OnGetProjDialogInfoJob, "Get project dialog information"},
-    {APP_OnOpenDataFileJob, "Open data file"},
-    {APP_OnMergeDataFileJob, "Merge data file"},
-    {APP_OnOpenProjFileJob, "Open project file"},
-    {APP_OnSaveProjSettingsJob, "Save project settings"},
-    {APP_OnGetGlobalSettingsJob, "Get global settings"},
-    {APP_OnSetGlobalSettingsJob, "Set global settings"},
-    {APP_OnUpdateMenuBarJob, "Update menu bar"},
-    {APP_OnCheckFilesJob, "Check data file for modifications"},
-    {APP_OnSaveDataFileJob, "Save data file"},
-    {APP_OnSaveProjFileJob, "Save project file"},
-    {APP_OnCloseProjectJob, "Close project"},
-    {APP_OnSaveConfigFileJob, "Save zelmont config file"},
-    {APP_OnSaveDataImageJob, "Save zelmont data file"},
-    {APP_OnDownloadConfigJob, "Download zelmont files"},
-    {APP_OnDownloadSNJob, "Download zelmont SN data"},
-    {APP_OnConnectJob, "Connect to target"},
-    {APP_OnDisconnectJob, "Disconnect from target"},
-    {APP_OnGenerateTestDataJob, "Generate test data"},
-    {APP_OnExecProdProgJob, "Execute production programming"},
-    {APP_OnRelocateDataJob, "Relocate data"},
-    {APP_OnDeleteRangeJob, "Delete data range"},
-    {APP_OnEliminateBlankJob, "Eliminate blank data"},
-    {APP_OnEraseJob, "Erase flash"},
-    {APP_OnProgramJob, "Program flash"},
-    {APP_OnVerifyJob, "Verify flash"},
-    {APP_OnReadJob, "Read flash"},
-    {APP_OnDetectJob, "Detect flash"},
-    {APP_OnFileActionJob, "Execute Zelmont file action"},
-    {APP_OnDataWindowCloseJob, "Data window close handling"},
-    {APP_OnFileDropJob, "Begin/ end file drop"},
-    {APP_OnSetAppStartActionJob, "Set AppStart action"},
-    {nullptr, nullptr},
+// Jobs that are no operation of a user.
+struct JOB_NAME {
+  u32 Job;
+  const char* sName;
+};
+constexpr JOB_NAME kOwnJobs[] = {
+    {APP_JOB_INIT, "Initialize application"},
+    {APP_JOB_GET_PROJ_DIALOG_INFO, "Get project dialog information"},
+    {APP_JOB_SAVE_PROJ_SETTINGS, "Save project settings"},
+    {APP_JOB_GET_GLOBAL_SETTINGS, "Get global settings"},
+    {APP_JOB_SET_GLOBAL_SETTINGS, "Set global settings"},
+    {APP_JOB_UPDATE_MENU_BAR, "Update menu bar"},
+    {APP_JOB_CHECK_FILES, "Check data file for modifications"},
+    {APP_JOB_DETECT, "Detect flash"},
+    {APP_JOB_FILE_ACTION, "Execute Zelmont file action"},
+    {APP_JOB_DATA_WINDOW_CLOSE, "Data window close handling"},
+    {APP_JOB_FILE_DROP, "Begin/ end file drop"},
+    {APP_JOB_SET_APP_START_ACTION, "Set AppStart action"},
 };
 
-constexpr u32 kPumpMs = 10;
+using JOB_TABLE = std::array<WORKER_JOB_ENTRY, APP_NUM_JOBS>;
 
-// Tells the thread that waits in APP_ShutDown. The answer stands in ExitState.
-SYS_HANDLE g_hExitDone = 0;  // set before Exit is posted, closed when it has answered
-
-void FinishExit(APP_JOB_CONTEXT* pContext) {
-  APP_State().ExitState = pContext->Result != 0 ? 0 : 2;
-  SYS_MEM_Free(pContext);
-  SYS_SetEvent(g_hExitDone);
+// The last row is the stop request and stays empty.
+JOB_TABLE MakeJobTable() {
+  JOB_TABLE table{};
+  for (const JOB_NAME& job : kOwnJobs) {
+    table[job.Job] = {WORKER_RunClosure, job.sName};
+  }
+  for (const APP_OPERATION& operation : APP_GetOperations()) {
+    if (operation.Job != APP_JOB_STOP) {
+      table[operation.Job] = {WORKER_RunClosure, operation.sName};
+    }
+  }
+  return table;
 }
+
+constexpr u32 kPumpMs = 10;
 
 void WaitPumping(SYS_HANDLE hEvent, void (*pfnPump)(void*), void* pArg) {
   while (SYS_WaitForObject(hEvent, kPumpMs) != 0) {
@@ -78,23 +57,6 @@ void WaitPumping(SYS_HANDLE hEvent, void (*pfnPump)(void*), void* pArg) {
       pfnPump(pArg);
     }
   }
-}
-
-bool PostExit() {
-  SYS_MEM_PTR<APP_JOB_CONTEXT> pContext(static_cast<APP_JOB_CONTEXT*>(
-      SYS_MEM_Alloc(sizeof(APP_JOB_CONTEXT), "APP: <Exit> Job context")));
-  if (pContext == nullptr) {
-    APP_ShowError("Insufficient memory!");
-    return false;
-  }
-  new (pContext.get()) APP_JOB_CONTEXT{FinishExit, nullptr, nullptr, APP_JOB_EXIT, 0};
-  WORKER_REQUEST request;
-  request.pJob = pContext.get();
-  if (WORKER_Post(request) != 0) {
-    return false;
-  }
-  static_cast<void>(pContext.release());
-  return true;
 }
 
 void StopWorker(void (*pfnPump)(void*), void* pArg) {
@@ -109,7 +71,8 @@ void StopWorker(void (*pfnPump)(void*), void* pArg) {
 }  // namespace
 
 const WORKER_JOB_ENTRY* APP_GetJobTable() {
-  return kJobTable;
+  static const JOB_TABLE table = MakeJobTable();
+  return table.data();
 }
 
 void APP_SetUp(APP_FRONTEND* pFrontEnd) {
@@ -122,19 +85,57 @@ void APP_TearDown() {
   APP_SetFrontEnd(nullptr);
 }
 
+int APP_PostInit(APP_START_INFO* pStartInfo) {
+  WORKER_SetJobTable(APP_GetJobTable(), APP_NUM_JOBS);
+  const bool isPosted = WORKER_PostClosure(APP_JOB_INIT, [pStartInfo] {
+    APP_Init(pStartInfo);
+    APP_GetFrontEnd()->FinishAsyncInit();
+  });
+  return isPosted ? 0 : -1;
+}
+
 bool APP_ShutDown(void (*pfnPump)(void* pArg), void* pArg) {
-  g_hExitDone = SYS_CreateEvent(false, false);
+  const SYS_HANDLE hDone = SYS_CreateEvent(false, false);
   APP_State().ExitState = 1;
-  if (PostExit()) {
-    WaitPumping(g_hExitDone, pfnPump, pArg);
+  const bool isPosted = WORKER_PostClosure(APP_JOB_EXIT, [hDone] {
+    APP_State().ExitState = APP_Exit() ? 2 : 0;
+    SYS_SetEvent(hDone);
+  });
+  if (isPosted) {
+    WaitPumping(hDone, pfnPump, pArg);
   } else {
     APP_State().ExitState = 2;
   }
-  SYS_CloseHandle(g_hExitDone);
-  g_hExitDone = 0;
+  SYS_CloseHandle(hDone);
   if (APP_State().ExitState == 0) {
     return false;
   }
   StopWorker(pfnPump, pArg);
   return true;
+}
+
+void APP_Post(u32 jobId, std::function<void()> run) {
+  static_cast<void>(WORKER_PostClosure(jobId, std::move(run)));
+}
+
+// What comes of it stands in the log and in its box.
+void APP_PostOperation(APP_OPERATION_ID id, APP_CALL call) {
+  const APP_OPERATION& operation = APP_GetOperation(id);
+  APP_Post(operation.Job, [&operation, call = std::move(call)] {
+    static_cast<void>(APP_RunOperation(operation, call));
+  });
+}
+
+void APP_PostUpdateMenuBar() {
+  APP_Post(APP_JOB_UPDATE_MENU_BAR, APP_UpdateMenuBar);
+}
+
+bool APP_PostZelmontFileAction(std::unique_ptr<ZELMONT_FILE_REQUEST> pRequest) {
+  return WORKER_PostClosure(APP_JOB_FILE_ACTION,
+                            [pShared = std::shared_ptr<ZELMONT_FILE_REQUEST>(std::move(pRequest))] {
+                              ZELMONT_ExecRequest(pShared.get());
+                              if (pShared->pfFinish != nullptr) {
+                                pShared->pfFinish(pShared.get());
+                              }
+                            });
 }

@@ -1,15 +1,13 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
-#include "app/engine/worker.h"
+#include "app/engine/post.h"
+#include "app/operations/operation_table.h"
 #include "sys/types.h"
 
-class APP_DATA_WINDOW;
 class APP_FRONTEND;
-struct GLOBAL_SETTINGS;
-struct PROJ_DIALOG_INFO;
-struct SPI_FLASH_INFO;
 struct ZELMONT_FILE_REQUEST;
 
 // The jobs of the program, and how a front end starts and ends the core.
@@ -20,7 +18,8 @@ struct ZELMONT_FILE_REQUEST;
 //   ... until its FinishAsyncInit and PostClose, or its window's close, ask for the end:
 //   if (APP_ShutDown(...)) { APP_TearDown(); return APP_State().ExitCode; }
 
-// Rows of the job table.
+// Rows of the job table. Each job is a function, posted with the number of what it does; those of
+// operations stand in the table of operations.
 enum APP_JOB_ID : u32 {
   APP_JOB_INIT = 0,
   APP_JOB_EXIT = 1,
@@ -59,7 +58,7 @@ enum APP_JOB_ID : u32 {
   APP_JOB_STOP = 34,
   APP_NUM_JOBS = 35
 };
-const WORKER_JOB_ENTRY* APP_GetJobTable();
+const WORKER_JOB_ENTRY* APP_GetJobTable();  // with APP_NUM_JOBS rows
 
 // What the entry point knows, and what the Init job answers. Lives as long as the front end.
 constexpr u32 APP_START_OPEN_PROJECT = 0;
@@ -82,63 +81,18 @@ void APP_TearDown();
 
 // Registers the job table, which starts the application thread, and posts Init. 0, or -1 when
 // nothing was posted: FinishAsyncInit is not called then.
-int APP_PostInit(APP_START_INFO* pStartInfo);
+[[nodiscard]] int APP_PostInit(APP_START_INFO* pStartInfo);
 
 // Posts Exit, waits for it, stops the application thread. pfnPump, may be null, is called with pArg
 // about every 10 ms meanwhile, to keep a window alive. False when Exit was refused: the program
 // goes on.
-bool APP_ShutDown(void (*pfnPump)(void* pArg), void* pArg);
+[[nodiscard]] bool APP_ShutDown(void (*pfnPump)(void* pArg), void* pArg);
 
-// Posting functions, one a job; each returns without waiting. Any thread but the application
-// thread.
-void APP_PostOpenDataFile(const char* sFile, u64 Addr, bool AddrGiven, void* pOwner);
-void APP_PostMergeDataFile(const char* sFile, void* pOwner);
-// An empty name asks. pfnDone, may be null, gets pOwner on the application thread; pResult, may be
-// null, then holds the result.
-void APP_PostOpenProjFile(const char* sFile, void (*pfnDone)(void* pOwner) = nullptr,
-                          int* pResult = nullptr, void* pOwner = nullptr);
-// Jobs on a record of the owner, which must live until pfnDone was called. That is on the
-// application thread, or on the caller's when nothing could be posted; the record is then as it
-// was.
-void APP_PostGetProjDialogInfo(PROJ_DIALOG_INFO* pInfo, void (*pfnDone)(void* pOwner),
-                               void* pOwner);
-void APP_PostSaveProjSettings(PROJ_DIALOG_INFO* pInfo, void (*pfnDone)(void* pOwner), void* pOwner);
-void APP_PostGetGlobalSettings(GLOBAL_SETTINGS* pSettings, void (*pfnDone)(void* pOwner),
-                               void* pOwner);
-void APP_PostDetectFlash(SPI_FLASH_INFO* pInfo, void (*pfnDone)(void* pOwner), void* pOwner);
-// The settings are copied.
-void APP_PostSetGlobalSettings(const GLOBAL_SETTINGS& settings);
-// Null checks every window.
-void APP_PostCheckForFileModifications(APP_DATA_WINDOW* pDataWindow, void* pOwner);
-void APP_PostSaveDataFile(APP_DATA_WINDOW* pDataWindow, const char* sFile, bool SaveAs,
-                          void* pOwner);
-void APP_PostSaveEmuConfigFile();
-void APP_PostSaveEmuDataFile();
-void APP_PostDownloadConfigFiles();
-void APP_PostDownloadSNFiles();
+// Posting returns without waiting. Any thread but the application thread. What can't be posted is
+// dropped: behind the last job nobody is left to do it.
+void APP_Post(u32 JobId, std::function<void()> Run);
+void APP_PostOperation(APP_OPERATION_ID Id, APP_CALL call = {});
+void APP_PostUpdateMenuBar();
 // A request on a programmer's files, see programmer/browser.h; it belongs to the job from now on.
 // False: not posted, and the request is gone without its pfFinish having been called.
-bool APP_PostZelmontFileAction(std::unique_ptr<ZELMONT_FILE_REQUEST> pRequest);
-void APP_PostGenerateTestData(void* pOwner);
-void APP_PostRelocateData();
-void APP_PostDeleteDataRange();
-void APP_PostEliminateBlankData();
-// On the image that the window has when the job runs: one that was read anew meanwhile is used, one
-// that was closed is not. The window must live until its closing (job 31) has run.
-void APP_PostExecProdProg(APP_DATA_WINDOW* pDataWindow);
-void APP_PostVerify(APP_DATA_WINDOW* pDataWindow);
-void APP_PostRead(bool EntireChip);
-// The core forgets the window. pfnDone, may be null, is called on the application thread when no
-// job uses it any more: pOwner may then free it.
-void APP_PostOnDataWindowClose(APP_DATA_WINDOW* pDataWindow, void* pOwner,
-                               void (*pfnDone)(void* pOwner,
-                                               APP_DATA_WINDOW* pDataWindow) = nullptr);
-void APP_PostBeginFileDrop(void* pOwner);
-void APP_PostEndFileDrop(void* pOwner);
-void APP_PostSetAppStartAction(u32 Action);
-void APP_PostUpdateMenuBar();
-void APP_PostSaveProjFile(bool SaveAs, void* pOwner);
-void APP_PostCloseProject();
-void APP_PostConnectTarget(bool Connect);
-void APP_PostErase(u32 EraseType);  // 1 sectors, 3 chip
-void APP_PostProgram(bool Verify);
+[[nodiscard]] bool APP_PostZelmontFileAction(std::unique_ptr<ZELMONT_FILE_REQUEST> pRequest);

@@ -68,8 +68,6 @@ void APP_UpdateWindowTitle() {
     UTIL_strcat(acTitle, PROJECT_GetName(), kTitleLimit);
     UTIL_strcat(acTitle, PROJECT_IsModified() != 0 ? " *" : "", kTitleLimit);
     UTIL_strcat(acTitle, "]", kTitleLimit);
-  } else {
-    FLASH_Disconnect();
   }
   if (APP_FRONTEND* pFrontEnd = APP_GetFrontEnd(); pFrontEnd != nullptr) {
     pFrontEnd->SetWindowTitleText(acTitle);

@@ -2,7 +2,6 @@
 
 // What the front end shows of the program's state, made from scratch each time. Application thread.
 
-// The title; without a project also disconnects from the target.
 void APP_UpdateWindowTitle();
 void APP_UpdateProjectInfo();
 // Recent lists and menu state.

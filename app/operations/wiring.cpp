@@ -1,6 +1,5 @@
 #include "app/operations/wiring.h"
 
-#include "app/engine/app_state.h"
 #include "app/engine/frontend.h"
 #include "app/engine/log.h"
 #include "app/operations/data_edit.h"
@@ -15,6 +14,10 @@
 #include "text/projfile.h"
 
 namespace {
+
+void ShowProjectError(const char* sText) {
+  APP_ShowError(APP_CAUSE::FileDamaged, sText);
+}
 
 bool GetLogFileEnabled() {
   return SETUP_GetEnableKorvaneLog(true) != 0;
@@ -41,9 +44,8 @@ void PauseWindowCheck(bool isOpening) {
   }
 }
 
-// There is nothing to go on with: the status tells the caller, and the front end ends the process.
+// There is nothing to go on with: the front end ends the process.
 void OnDriverMissing(int exitCode) {
-  APP_State().ExitCode = static_cast<u8>(exitCode);
   if (APP_FRONTEND* pFrontEnd = APP_GetFrontEnd(); pFrontEnd != nullptr) {
     pFrontEnd->Terminate(exitCode);
   }
@@ -53,7 +55,7 @@ void OnDriverMissing(int exitCode) {
 
 void APP_ConnectLayers() {
   // The text store tells the user what it cannot read.
-  PROJFILE_Hooks.pfShowError = APP_ShowError;
+  PROJFILE_Hooks.pfShowError = ShowProjectError;
 
   // The engine asks for settings.
   APP_EngineHooks.pfGetLogLevel = SETUP_GetLogLevel;

@@ -26,6 +26,7 @@ TEST_P(CommandLine, EndsAsItShould) {
   BENCH bench;
   bench.Write("a.hex", kHex);
   bench.Write("a.bin", std::string(100, 'x'));
+  bench.Write("empty.bin", "");
   bench.Write("p.korvane", "[GENERAL]\r\n  USBPort = 0\r\n");
   bench.Write("fixed.korvane", "[FLASH]\r\n  AutoDetect = 0\r\n  abID[3] = 0xEF,0x40,0x18\r\n");
   bench.Write("with data.korvane", "[GENERAL]\r\n  CurrentFile = \"a.hex\"\r\n");

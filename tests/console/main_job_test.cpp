@@ -146,17 +146,22 @@ TEST(MainJob, FaultsEndTheRunWithACauseAndTheNextRunSucceeds) {
   }
 }
 
-// In real time a megabyte takes seconds: the interrupt comes in the middle.
-TEST(MainJob, InterruptCancelsALongRun) {
-  BENCH bench;
-  bench.SetProbe({{"Time", "real"}});
-  bench.Write("a.hex", MakeHex(0x100000));
-  const PROGRAM_RESULT result =
-      bench.Run({"-opena.hex", "-program", "-exit"}, "Programming target");
-  EXPECT_EQ(result.Status, 1) << result.Out;
-  EXPECT_NE(result.Out.find("cancel"), std::string::npos) << result.Out;
-  bench.SetProbe({});
-  EXPECT_EQ(bench.Run({"-connect", "-exit"}).Status, 0);  // the probe is free again
+// In real time a megabyte takes seconds: the signal comes in the middle. Whichever it is, the probe
+// is closed, and what stands behind on the line is not begun.
+TEST(MainJob, SignalsCancelALongRun) {
+  for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+    SCOPED_TRACE(number);
+    BENCH bench;
+    bench.SetProbe({{"Time", "real"}});
+    bench.Write("a.hex", MakeHex(0x100000));
+    const PROGRAM_RESULT result =
+        bench.Run({"-opena.hex", "-program", "-verify", "-exit"}, "Programming target", number);
+    EXPECT_EQ(result.Status, 1) << result.Out;
+    EXPECT_NE(result.Out.find("cancel"), std::string::npos) << result.Out;
+    EXPECT_EQ(result.Out.find("Verif"), std::string::npos) << result.Out;
+    bench.SetProbe({});
+    EXPECT_EQ(bench.Run({"-connect", "-exit"}).Status, 0);  // the probe is free again
+  }
 }
 
 TEST(MainJob, RefusalsNameTheirCause) {

@@ -79,7 +79,7 @@ pid_t Spawn(std::vector<std::string> args, std::vector<std::string> environment,
 }
 
 // Reads both pipes to their ends; sends the signal as soon as the text has come.
-void Collect(PIPE& out, PIPE& err, pid_t pid, const std::string& signalAt,
+void Collect(PIPE& out, PIPE& err, pid_t pid, const std::string& signalAt, int signalNumber,
              PROGRAM_RESULT* pResult) {
   bool signalled = signalAt.empty();
   std::array<pollfd, 2> aPoll{{{out.Fd[0], POLLIN, 0}, {err.Fd[0], POLLIN, 0}}};
@@ -98,7 +98,7 @@ void Collect(PIPE& out, PIPE& err, pid_t pid, const std::string& signalAt,
       std::string& text = i == 0 ? pResult->Out : pResult->Err;
       text.append(buffer.data(), static_cast<std::size_t>(numRead));
       if (!signalled && pResult->Out.find(signalAt) != std::string::npos) {
-        kill(pid, SIGINT);
+        kill(pid, signalNumber);
         signalled = true;
       }
     }
@@ -107,7 +107,8 @@ void Collect(PIPE& out, PIPE& err, pid_t pid, const std::string& signalAt,
 
 PROGRAM_RESULT RunProcess(const std::vector<std::string>& args,
                           const std::map<std::string, std::string>& environment,
-                          const std::string& dir, const std::string& signalAt) {
+                          const std::string& dir, const std::string& signalAt,
+                          int signalNumber = SIGINT) {
   PROGRAM_RESULT result;
   PIPE out;
   PIPE err;
@@ -118,7 +119,7 @@ PROGRAM_RESULT RunProcess(const std::vector<std::string>& args,
   }
   out.CloseWriter();
   err.CloseWriter();
-  Collect(out, err, pid, signalAt, &result);
+  Collect(out, err, pid, signalAt, signalNumber, &result);
   int status = 0;
   if (waitpid(pid, &status, 0) == pid) {
     result.Status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
@@ -168,10 +169,11 @@ std::string BENCH::Read(const std::string& name) const {
   return text.str();
 }
 
-PROGRAM_RESULT BENCH::Run(const std::vector<std::string>& args, const std::string& signalAt) {
+PROGRAM_RESULT BENCH::Run(const std::vector<std::string>& args, const std::string& signalAt,
+                          int signalNumber) {
   std::vector<std::string> all = {KORVANE_PROGRAM};
   all.insert(all.end(), args.begin(), args.end());
-  return RunProcess(all, Environment, Path(""), signalAt);
+  return RunProcess(all, Environment, Path(""), signalAt, signalNumber);
 }
 
 PROGRAM_RESULT BENCH::RunTool(const std::vector<std::string>& args) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <csignal>
 #include <map>
 #include <string>
 #include <vector>
@@ -27,9 +28,10 @@ class BENCH {
   void SetProbe(const std::map<std::string, std::string>& keys);
   void Write(const std::string& name, const std::string& content);
   std::string Read(const std::string& name) const;
-  // Runs the program with these arguments in the bench's folder. SignalAt: sends SIGINT once the
-  // output holds that text.
-  PROGRAM_RESULT Run(const std::vector<std::string>& args, const std::string& signalAt = {});
+  // Runs the program with these arguments in the bench's folder. SignalAt: sends the signal once
+  // the output holds that text.
+  PROGRAM_RESULT Run(const std::vector<std::string>& args, const std::string& signalAt = {},
+                     int signalNumber = SIGINT);
   // Any other command; found through PATH.
   PROGRAM_RESULT RunTool(const std::vector<std::string>& args);
   std::map<std::string, std::string> Environment;

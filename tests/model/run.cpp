@@ -44,10 +44,7 @@ class Process {
     start.argv = argv.data();
     start.argc = static_cast<u32>(argv.size());
     start.ShowCmd = 1;
-    APP_INIT_PARAMS params = {nullptr, &start};
-    APP_JOB_CONTEXT context{};
-    context.pParams = &params;
-    APP_OnInitJob(&context);
+    APP_Init(&start);
     const bool isRecovering = recovers && APP_State().ExitCode != 0;
     if (isRecovering) {
       Tell("line");
@@ -55,8 +52,7 @@ class Process {
     }
     APP_State().ExitRequested = 1;
     APP_State().SuppressGUI = 1;
-    APP_JOB_CONTEXT exit{};
-    APP_OnExitJob(&exit);
+    static_cast<void>(APP_Exit());  // with ExitRequested nothing refuses it
     Tell(isRecovering ? "recovery" : "line");
   }
 
@@ -92,7 +88,8 @@ class Process {
     std::vector<char*> argv = Pointers(args);
     const u32 argc = static_cast<u32>(argv.size());
     for (const u32 pass : {CMDLINE_PASS_PREPARSE, CMDLINE_PASS_EXECUTE}) {
-      CMDLINE_Parse(argc, argv.data(), pass);
+      static_cast<void>(
+          CMDLINE_Parse(argc, argv.data(), pass));  // its errors are judged at the end
     }
   }
 

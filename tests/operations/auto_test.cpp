@@ -427,7 +427,7 @@ TEST(Auto, CommandLine) {
   std::string program = "korvane", option = "-auto";
   char* argv[] = {program.data(), option.data()};
   EXPECT_EQ(CMDLINE_Parse(2, argv, CMDLINE_PASS_EXECUTE), 0) << core.FrontEnd().GetLog();
-  EXPECT_EQ(APP_State().ExitCode, 0);
+  EXPECT_EQ(APP_GetNumRunErrors(), 0u);
   EXPECT_EQ(core.FrontEnd().GetWindows()[0]->NumUpdates, 1u);
   EXPECT_EQ(core.Serial(), "43");
   EXPECT_EQ(PROJECT_IsModified(), 1);

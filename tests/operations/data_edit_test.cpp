@@ -83,14 +83,14 @@ TEST(DataEdit, DeleteIsExactAtTheEndsOfTheAddressSpace) {
     EXPECT_EQ(APP_DeleteRange(row.sArgs), row.Result);
     EXPECT_EQ(MEMAREA_GetNumBytes(APP_GetFocusedImage()), row.NumBytes);
     EXPECT_TRUE(core.FrontEnd().HasLog(row.sSays)) << core.FrontEnd().GetLog();
-    EXPECT_EQ(APP_State().ExitCode, row.Result == 0 ? 0 : 1);
+    EXPECT_EQ(APP_GetNumRunErrors(), row.Result == 0 ? 0u : 1u);
   }
 }
 
-TEST(DataEdit, RelocateTakesSigned32BitsAndWraps) {
+TEST(DataEdit, RelocateTakesSigned64BitsAndWraps) {
   CORE_SCOPE core;
   Show(0x10, "ab");
-  const i32 aOffsets[] = {-0x10, -1, 0x7FFFFFFF};
+  const i64 aOffsets[] = {-0x10, -1, 0x7FFFFFFF};
   const u64 aExpected[] = {0, 0xFFFFFFFFFFFFFFFF, 0x7FFFFFFE};
   for (u32 i = 0; i < 3; ++i) {
     EXPECT_EQ(APP_RelocateData(&aOffsets[i]), 0);

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "app/engine/app_state.h"
+#include "app/operations/data_windows.h"
 #include "app/operations/dialog_records.h"
 #include "app/operations/jobs.h"
 #include "flash/driver.h"
@@ -15,6 +16,7 @@
 #include "sys/thread.h"
 #include "sys/util_string.h"
 #include "tests/operations/core_scope.h"
+#include "tests/support/wait_for.h"
 
 namespace {
 
@@ -39,9 +41,7 @@ class PROGRAM_RUN {
 
   void Start() { ASSERT_EQ(APP_PostInit(&m_Start), 0); }
   void WaitInit() {
-    while (m_Core.FrontEnd().GetCounts().NumFinishInit == 0) {
-      std::this_thread::yield();
-    }
+    ASSERT_TRUE(WaitFor([&] { return m_Core.FrontEnd().GetCounts().NumFinishInit != 0; }));
   }
   bool End() { return APP_ShutDown(nullptr, nullptr); }
 
@@ -108,15 +108,16 @@ TEST(Lifecycle, RefusedEndLeavesEverythingAsItWas) {
   WriteFile(run.Core().Path("a.hex"), ":0400100001020304E2\n:00000001FF\n");
   run.Start();
   run.WaitInit();
-  APP_PostOpenProjFile(run.Core().Path("p.korvane").c_str());
-  APP_PostOpenDataFile(run.Core().Path("a.hex").c_str(), ~u64{0}, false, nullptr);
+  APP_PostOperation(APP_OP_OPEN_PROJECT, {.Text = {}, .File = run.Core().Path("p.korvane")});
+  APP_PostOperation(APP_OP_OPEN_DATA, {.Text = {}, .File = run.Core().Path("a.hex")});
   run.FrontEnd().RejectBox();
   EXPECT_FALSE(run.End());
   EXPECT_EQ(run.FrontEnd().GetBoxes().size(), 1u) << run.FrontEnd().GetBoxTexts();
   GLOBAL_SETTINGS settings{};
   settings.AutoSaveProject = 1;
-  APP_PostSetGlobalSettings(settings);  // stored, or the end would ask again
-  APP_PostProgram(true);
+  APP_Post(APP_JOB_SET_GLOBAL_SETTINGS,
+           [settings] { APP_SetGlobalSettings(settings); });  // stored, or the end would ask again
+  APP_PostOperation(APP_OP_PROGRAM_VERIFY);
   EXPECT_TRUE(run.End());
   EXPECT_EQ(run.FrontEnd().CountLog("Target programmed and verified successfully."), 1u)
       << run.FrontEnd().GetLog();
@@ -137,10 +138,8 @@ TEST(Lifecycle, JobsWaitBehindALateAnswerAndBeforeTheEnd) {
     asked = true;
     SYS_WaitForObject(hAnswer, SYS_INFINITE);
   };
-  APP_PostProgram(false);  // no image: ends in a box
-  while (!asked) {
-    std::this_thread::yield();
-  }
+  APP_PostOperation(APP_OP_PROGRAM);  // no image: ends in a box
+  ASSERT_TRUE(WaitFor([&] { return asked.load(); }));
   std::vector<std::thread> posters;
   for (int i = 0; i < 4; ++i) {
     posters.emplace_back([] {
@@ -169,10 +168,10 @@ TEST(Lifecycle, JobsOfAUserProgramTheFocusedImage) {
   run.Start();
   run.WaitInit();
   APP_State().SuppressGUI = 0;
-  APP_PostOpenDataFile(run.Core().Path("a.hex").c_str(), ~u64{0}, false, nullptr);
-  APP_PostErase(3);
-  APP_PostProgram(true);
-  APP_PostConnectTarget(false);
+  APP_PostOperation(APP_OP_OPEN_DATA, {.Text = {}, .File = run.Core().Path("a.hex")});
+  APP_PostOperation(APP_OP_ERASE_CHIP);
+  APP_PostOperation(APP_OP_PROGRAM_VERIFY);
+  APP_PostOperation(APP_OP_DISCONNECT);
   EXPECT_TRUE(run.End());
   EXPECT_NE(run.FrontEnd().GetBoxTexts().find("Target programmed and verified successfully."),
             std::string::npos)
@@ -192,10 +191,10 @@ TEST(Lifecycle, JobsOfAUserFillAProgrammer) {
   run.Start();
   run.WaitInit();
   APP_State().SuppressGUI = 0;
-  APP_PostOpenProjFile(run.Core().Path("p.korvane").c_str());
-  APP_PostOpenDataFile(run.Core().Path("a.hex").c_str(), ~u64{0}, false, nullptr);
-  APP_PostDownloadConfigFiles();
-  APP_PostDownloadSNFiles();
+  APP_PostOperation(APP_OP_OPEN_PROJECT, {.Text = {}, .File = run.Core().Path("p.korvane")});
+  APP_PostOperation(APP_OP_OPEN_DATA, {.Text = {}, .File = run.Core().Path("a.hex")});
+  APP_PostOperation(APP_OP_DOWNLOAD);
+  APP_PostOperation(APP_OP_DOWNLOAD_SN);
   EXPECT_TRUE(run.End());
   EXPECT_EQ(run.FrontEnd().CountLog("File downloaded successfully"), 3u) << run.FrontEnd().GetLog();
   EXPECT_TRUE(run.FrontEnd().HasBox("Successfully downloaded files to Zelmont."));
@@ -212,29 +211,71 @@ TEST(Lifecycle, JobsOfAUserRunProduction) {
   run.Start();
   run.WaitInit();
   APP_State().SuppressGUI = 0;
-  APP_PostOpenProjFile(run.Core().Path("p.korvane").c_str());
-  APP_PostOpenDataFile(run.Core().Path("a.hex").c_str(), ~u64{0}, false, nullptr);
-  while (run.FrontEnd().GetWindows().empty()) {
-    std::this_thread::yield();
-  }
+  APP_PostOperation(APP_OP_OPEN_PROJECT, {.Text = {}, .File = run.Core().Path("p.korvane")});
+  APP_PostOperation(APP_OP_OPEN_DATA, {.Text = {}, .File = run.Core().Path("a.hex")});
+  ASSERT_TRUE(WaitFor([&] { return !run.FrontEnd().GetWindows().empty(); }));
   APP_DATA_WINDOW* const pWindow = run.FrontEnd().GetWindows()[0];
-  APP_PostExecProdProg(pWindow);
-  APP_PostExecProdProg(pWindow);
-  APP_PostOnDataWindowClose(pWindow, nullptr);
-  APP_PostExecProdProg(pWindow);
-  APP_PostConnectTarget(false);
+  APP_PostOperation(APP_OP_AUTO, {.Text = {}, .File = {}, .pWindow = pWindow});
+  APP_PostOperation(APP_OP_AUTO, {.Text = {}, .File = {}, .pWindow = pWindow});
+  APP_Post(APP_JOB_DATA_WINDOW_CLOSE, [pWindow] { APP_RemoveDataWindow(pWindow); });
+  APP_PostOperation(APP_OP_AUTO, {.Text = {}, .File = {}, .pWindow = pWindow});
+  APP_PostOperation(APP_OP_DISCONNECT);
   EXPECT_TRUE(run.End());
   EXPECT_EQ(run.FrontEnd().CountLog("OK (Total "), 2u) << run.FrontEnd().GetLog();
   EXPECT_TRUE(run.FrontEnd().HasBox("Could not auto program target, no data file opened."));
   EXPECT_EQ(ReadFile(run.Core().Path("chip.bin")).substr(0x100, 4), std::string("\x08\0\0\0", 4));
   EXPECT_EQ(ReadFile(run.Core().Path("p_Serial.txt")), "9");
-  // Nobody is left to do a job: whoever would wait is told.
-  GLOBAL_SETTINGS settings{};
-  bool isDone = false;
-  APP_PostGetGlobalSettings(
-      &settings, [](void* pOwner) { *static_cast<bool*>(pOwner) = true; }, &isDone);
-  EXPECT_TRUE(isDone);
+  // Nobody is left to do a job, and whoever would wait is told.
+  EXPECT_FALSE(APP_PostFor(APP_JOB_GET_GLOBAL_SETTINGS, APP_OWNER(), APP_GetGlobalSettings,
+                           [](const GLOBAL_SETTINGS&) { FAIL(); }));
   EXPECT_EQ(APP_PostInit(&run.StartInfo()), -1);
+}
+
+// A dialog that is closed early neither gets an answer nor keeps the job from its end.
+TEST(Lifecycle, AnswersReachAnOwnerAsLongAsItIsThere) {
+  PROGRAM_RUN run({});
+  run.Start();
+  run.WaitInit();
+  std::atomic<int> numMade{0}, numTold{0};
+  std::atomic<bool> isWorking{false};
+  const SYS_HANDLE hGo = SYS_CreateEvent(true, false);
+  const auto ask = [&](const APP_OWNER& owner, bool waits) {
+    return APP_PostFor(
+        APP_JOB_GET_GLOBAL_SETTINGS, owner,
+        [&, waits] {
+          isWorking = true;
+          return waits ? SYS_WaitForObject(hGo, SYS_INFINITE) + ++numMade : 1 * ++numMade;
+        },
+        [&](int made) { numTold += made; });
+  };
+  const APP_OWNER stays;
+  auto goes = std::make_unique<APP_OWNER>();
+  EXPECT_TRUE(ask(*goes, true) && ask(*goes, false) && ask(stays, false));
+  EXPECT_TRUE(WaitFor([&] { return isWorking.load(); }));
+  goes.reset();  // while the first works and the second waits for its turn
+  SYS_SetEvent(hGo);
+  EXPECT_TRUE(run.End());
+  EXPECT_EQ(numMade, 2);
+  EXPECT_EQ(numTold, 2);  // the third one's answer
+  SYS_CloseHandle(hGo);
+}
+
+// By key and by job: an image of no bytes is refused before the probe is even opened.
+TEST(Lifecycle, NothingToDoIsNoSuccess) {
+  PROGRAM_RUN run({"-exit"});
+  WriteFile(run.Core().Path("empty.bin"), "");
+  run.Start();
+  run.WaitInit();
+  APP_State().SuppressGUI = 0;
+  APP_PostOperation(APP_OP_OPEN_DATA, {.Text = run.Core().Path("empty.bin"), .File = {}});
+  for (const auto id : {APP_OP_PROGRAM, APP_OP_PROGRAM_VERIFY, APP_OP_AUTO, APP_OP_VERIFY}) {
+    APP_PostOperation(id);
+  }
+  EXPECT_TRUE(run.End());
+  const std::string boxes = run.FrontEnd().GetBoxTexts();
+  EXPECT_EQ(run.FrontEnd().CountLog("ERROR: The data file holds no data."), 4u) << boxes;
+  EXPECT_FALSE(run.FrontEnd().HasLog("Connecting"));
+  EXPECT_EQ(APP_GetRunCause(), APP_CAUSE::NoData);
 }
 
 // Results come back in order, on the application thread; a reader looks at the listing meanwhile.
@@ -265,10 +306,11 @@ TEST(Lifecycle, FileRequestsComeBackToWhoAskedForThem) {
   EXPECT_TRUE(post(ZELMONT_REQ_CHECK, "") && post(ZELMONT_REQ_NEW_FOLDER, "/n") &&
               post(ZELMONT_REQ_LIST, "/") && post(ZELMONT_REQ_LIST, "/none/") &&
               post(ZELMONT_REQ_CLOSE, ""));
-  while (browser.NumDone < 5) {
+  ASSERT_TRUE(WaitFor([&] {
     const SYS_LOCK_GUARD lock(browser.List.Lock);
     EXPECT_LE(browser.List.aEntries.size(), 1u);
-  }
+    return browser.NumDone == 5;
+  }));
   EXPECT_EQ(browser.Trace, "0+ 2+ 1+ 1- 8+ ");
   EXPECT_STREQ(browser.List.aEntries.at(0).acName, "n");
   EXPECT_TRUE(run.FrontEnd().HasBox("Failed to list '\\none\\'.")) << run.FrontEnd().GetLog();

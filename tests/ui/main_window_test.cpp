@@ -6,7 +6,6 @@
 
 #include <QtTest>
 
-#include <chrono>
 #include <functional>
 #include <thread>
 
@@ -20,6 +19,7 @@
 #include "project/recent.h"
 #include "project/settings.h"
 #include "tests/support/temp_dir.h"
+#include "tests/support/wait_for.h"
 #include "ui/common/edit_value_dialog.h"
 #include "ui/common/msg_box.h"
 #include "ui/common/progress_dialog.h"
@@ -27,9 +27,6 @@
 #include "ui/window/data_window_handle.h"
 
 namespace {
-
-constexpr u32 kTestJob = APP_JOB_SET_APP_START_ACTION;  // its row runs what the tests post
-constexpr auto kPatience = std::chrono::minutes(2);
 
 template <class T>
 T* FindShown() {
@@ -42,15 +39,10 @@ T* FindShown() {
 }
 
 bool PumpUntil(const std::function<bool()>& condition) {
-  const auto start = std::chrono::steady_clock::now();
-  while (!condition()) {
+  return WaitFor(condition, [] {
     QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    if (std::chrono::steady_clock::now() - start > kPatience) {
-      return false;
-    }
-  }
-  return true;
+  });
 }
 
 void Press(QWidget* pDialog, const char* sText) {
@@ -98,7 +90,6 @@ class PROGRAM {
       m_argv.push_back(arg.data());
     }
     m_pWindow = std::make_unique<MainWindow>(static_cast<int>(m_argv.size()), m_argv.data(), 1);
-    TakeTable();
   }
   ~PROGRAM() {
     if (!m_pWindow->HasEnded()) {
@@ -122,19 +113,10 @@ class PROGRAM {
   // Posts a job that runs the function on the application thread; IsDone tells its end.
   void Post(std::function<void()> job) {
     ++m_NumPosted;
-    auto* pContext = new APP_JOB_CONTEXT{};
-    pContext->pParams = new std::function<void()>([this, job] {
+    ASSERT_TRUE(WORKER_PostClosure(APP_JOB_UPDATE_MENU_BAR, [this, job = std::move(job)] {
       job();
       ++m_NumDone;
-    });
-    pContext->pfnFinish = [](APP_JOB_CONTEXT* pJob) {
-      delete static_cast<std::function<void()>*>(pJob->pParams);
-      delete pJob;
-    };
-    pContext->JobId = kTestJob;
-    WORKER_REQUEST request;
-    request.pJob = pContext;
-    ASSERT_EQ(WORKER_Post(request), 0);
+    }));
   }
   bool IsDone() const { return m_NumDone == m_NumPosted; }
   bool PumpUntilDone() {
@@ -150,15 +132,6 @@ class PROGRAM {
   }
 
  private:
-  // The jobs of the program, and one for the tests.
-  static void TakeTable() {
-    std::vector<WORKER_JOB_ENTRY> table(APP_GetJobTable(), APP_GetJobTable() + APP_NUM_JOBS);
-    table[kTestJob].pfnHandler = [](APP_JOB_CONTEXT* pJob) {
-      (*static_cast<std::function<void()>*>(pJob->pParams))();
-    };
-    WORKER_SetJobTable(table.data(), APP_NUM_JOBS);
-  }
-
   TempDir m_Dir;
   std::vector<std::string> m_Args;
   std::vector<char*> m_argv;
@@ -365,9 +338,8 @@ TEST(MainWindow, ProgressMailsKeepTheirOrderAndWaitForRoom) {
       }
     }
   });
-  while (numCreated < 9) {  // the ring is full, and the GUI thread has not looked yet
-    std::this_thread::yield();
-  }
+  // The ring is full, and the GUI thread has not looked yet.
+  ASSERT_TRUE(WaitFor([&] { return numCreated >= 9; }));
   ASSERT_TRUE(program.PumpUntilDone());
   EXPECT_EQ(numCreated, 60);
   EXPECT_TRUE(
@@ -409,9 +381,7 @@ TEST(MainWindow, AFullJobRingBehindANewWindowComesToAnEnd) {
   program.Run([] {});
   std::atomic<bool> isFull{false};
   program.Post([&] {
-    while (!isFull) {
-      std::this_thread::yield();
-    }
+    EXPECT_TRUE(WaitFor([&] { return isFull.load(); }));
     EXPECT_NE(APP_AddDataWindow(nullptr, MakeImage(1), "New"), nullptr);
   });
   for (u32 i = 1; i < WORKER_NUM_SLOTS; ++i) {
@@ -427,9 +397,7 @@ TEST(MainWindow, ClosesBehindTheJobsAndAnswersNobodyLater) {
   std::atomic<bool> isReleased{false};
   std::vector<int> order;
   program.Post([&] {
-    while (!isReleased) {
-      std::this_thread::yield();
-    }
+    EXPECT_TRUE(WaitFor([&] { return isReleased.load(); }));
     order.push_back(1);
   });
   program.Post([&] { order.push_back(2); });
@@ -460,9 +428,7 @@ TEST(MainWindow, AnInterruptCancelsWhatRunsAndCloses) {
       APP_LogBegin("Long");
       APP_PROGRESS progress("Long");
       isShown = true;
-      while (APP_IsOperationAlive() == 1) {
-        std::this_thread::yield();
-      }
+      EXPECT_TRUE(WaitFor([] { return APP_IsOperationAlive() != 1; }));
       ++numPolls;
       APP_LogEnd();
     }

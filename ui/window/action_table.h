@@ -2,12 +2,13 @@
 
 #include <span>
 
+#include "app/operations/operation_table.h"
 #include "sys/types.h"
 
 struct MENU_STATE;
 
-// The menus of the main window as a table: what stands where, and what it needs to be of use. No
-// window.
+// The menus of the main window: what stands where, and what it needs to be of use. What operations
+// are called stands in their table. No window.
 
 enum UI_MENU : u32 {
   UI_MENU_FILE,
@@ -24,39 +25,14 @@ enum UI_MENU : u32 {
   UI_NUM_MENUS
 };
 
+// Rows of the menus: an APP_OPERATION_ID, or one of these, which are the window's own.
 enum UI_ACTION : u32 {
-  UI_ACT_OPEN_DATA_FILE,
-  UI_ACT_MERGE_DATA_FILE,
-  UI_ACT_SAVE_DATA_FILE,
-  UI_ACT_SAVE_DATA_FILE_AS,
-  UI_ACT_SHOW_FILES_ON_ZELMONT,
+  UI_ACT_SHOW_FILES_ON_ZELMONT = APP_NUM_OPERATIONS,
   UI_ACT_NEW_PROJ,
-  UI_ACT_OPEN_PROJ,
-  UI_ACT_SAVE_PROJ_FILE,
-  UI_ACT_SAVE_PROJ_FILE_AS,
-  UI_ACT_CLOSE_PROJECT,
-  UI_ACT_SAVE_FLASH_CONF_FILE,
-  UI_ACT_SAVE_FLASH_DATA_FILE,
-  UI_ACT_DOWNLOAD_CONFIG_FILES,
-  UI_ACT_DOWNLOAD_SN_FILES,
   UI_ACT_RECENT_FILES,  // submenu
   UI_ACT_RECENT_PROJECTS,
-  UI_ACT_EXIT,
-  UI_ACT_RELOCATE,
-  UI_ACT_DEL_RANGE,
-  UI_ACT_ELIM_BLANK,
-  UI_ACT_CONNECTION,
-  UI_ACT_TEST,  // submenu
-  UI_ACT_ERASE_SECTORS,
-  UI_ACT_ERASE_CHIP,
-  UI_ACT_PROGRAM,
-  UI_ACT_PROGRAM_N_VERIFY,
-  UI_ACT_PROD_PROG,
-  UI_ACT_VERIFY,
+  UI_ACT_TEST,       // submenu
   UI_ACT_READ_BACK,  // submenu
-  UI_ACT_GENERATE_TEST_DATA,
-  UI_ACT_READ_CHIP,
-  UI_ACT_READ_RANGE,
   UI_ACT_PROJ_SETTINGS,
   UI_ACT_GLOBAL_SETTINGS,
   UI_ACT_SHOW_PROJ_INFO,
@@ -72,24 +48,24 @@ enum UI_ACTION : u32 {
 };
 
 struct UI_ACTION_ROW {
-  UI_MENU Menu;  // the menu that it stands in
-  UI_ACTION Action;
-  const char* sText;
-  const char* sShortcut;  // may be null
-  const char* sTip;       // null: a submenu
-  const char* sName;      // object name
-  u32 Needs;              // bits of the rules
+  APP_MENU_TEXT Text;  // without a tip: a submenu
+  u32 Needs;           // bits of the rules
   bool IsCheckable;
 };
-// Menu by menu, each in its order of display.
-std::span<const UI_ACTION_ROW> UI_GetActionRows();
-// The row of an action, or null.
-const UI_ACTION_ROW* UI_FindActionRow(u32 Action);
+// For every action but the separator and operations that stand in no menu.
+UI_ACTION_ROW UI_GetActionRow(u32 Action);
+
+// Where the actions stand: menu by menu, each in its order of display.
+struct UI_PLACE {
+  UI_MENU Menu;
+  u32 Action;
+};
+std::span<const UI_PLACE> UI_GetPlaces();
 
 struct UI_MENU_ROW {
   const char* sText;
   const char* sName;
-  UI_ACTION Action;  // the row that opens it; UI_ACT_SEPARATOR for those of the menu bar
+  u32 Action;  // the row that opens it; UI_ACT_SEPARATOR for those of the menu bar
 };
 const UI_MENU_ROW& UI_GetMenuRow(u32 Menu);
 // The menu that an action opens, or UI_NUM_MENUS.

@@ -33,8 +33,11 @@ struct INTERRUPT_TARGET {
   }
 };
 
-void OnInterrupt(void* pContext) {
+void OnInterrupt(void* pContext, INTERRUPT kind) {
   auto* pTarget = static_cast<INTERRUPT_TARGET*>(pContext);
+  if (kind == INTERRUPT::End) {
+    APP_State().IsEndAsked = true;
+  }
   const std::lock_guard guard(pTarget->Lock);
   pTarget->IsPending = true;
   if (pTarget->pWindow != nullptr) {

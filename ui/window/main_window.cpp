@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "app/engine/app_state.h"
-#include "app/operations/cmdline.h"
 #include "project/proj_info.h"
+#include "ui/common/msg_box.h"
 #include "ui/common/progress_dialog.h"
 #include "ui/common/qt_helper.h"
 #include "ui/hex/hex_editor.h"
@@ -26,15 +26,38 @@ constexpr int kLogLines = 10;  // the least that the log shows
 constexpr int kPollMs = 1;
 constexpr int kPumpMs = 10;
 
-// For polls, which know no object. Set on the GUI thread before the first post.
+// For polls and boxes, which know no object. Set on the GUI thread before the first post.
 MainWindow* g_pMainWindow = nullptr;
+
+// A box with its texts, which it needs as long as it is shown.
+struct SHOWN_BOX {
+  std::string Title, Text;
+  MSGBOX_INFO Info{};
+};
 
 }  // namespace
 
+void MainWindow_ShowBox(const char* sTitle, const char* sText, bool Modal) {
+  const auto pShown = std::make_shared<SHOWN_BOX>();
+  pShown->Title = sTitle != nullptr ? sTitle : APP_GetTitle();
+  pShown->Text = sText;
+  pShown->Info.sTitle = pShown->Title.c_str();
+  pShown->Info.sText = pShown->Text.c_str();
+  pShown->Info.sBtn0 = "O.K.";
+  pShown->Info.Icon = APP_ICON_WARNING;
+  auto* pBox = new DIALOG_CustMsgBox(g_pMainWindow, &pShown->Info);
+  if (Modal) {
+    pBox->exec();
+    return;
+  }
+  QObject::connect(pBox, &QObject::destroyed, [pShown] {});
+  pBox->show();
+}
+
 bool MainWindow_HasOption(int argc, char** argv, const char* sWord) {
   for (int i = 1; i < argc; ++i) {
-    const CMDLINE_OPTION* pOption = CMDLINE_FindOption(argv[i]);
-    if (pOption != nullptr && std::string_view(pOption->sWord) == sWord) {
+    const APP_OPERATION* pOption = APP_FindWord(argv[i]);
+    if (pOption != nullptr && std::string_view(pOption->Word.sText) == sWord) {
       return true;
     }
   }
@@ -65,11 +88,14 @@ MainWindow::MainWindow(int argc, char** argv, u32 ShowCmd, bool IsUnattended)
   m_Start.argc = static_cast<u32>(argc);
   m_Start.argv = argv;
   m_Start.ShowCmd = ShowCmd;
-  APP_PostInit(&m_Start);
+  if (APP_PostInit(&m_Start) != 0) {
+    PostClose();  // nobody else will
+  }
   setFocusPolicy(Qt::ClickFocus);
 }
 
 MainWindow::~MainWindow() {
+  m_Owner.Leave();
   EndGui();
   WORKER_SetDefaultPoll(nullptr);
   // Children go before the members that their signals would reach.

@@ -126,55 +126,16 @@ class MainWindow : public QMainWindow, public APP_FRONTEND {
   void _SlotOnActMRUDataFile(const QString& sFile);
   void _SlotOnActMRUProjFile(const QString& sFile);
 
-  // Rows of the menus.
-  void _SlotOnActOpenDataFile();
-  void _SlotOnActMergeDataFile();
-  void _SlotOnActSaveDataFile();
-  void _SlotOnActSaveDataFileAs();
-  void _SlotOnActShowFilesOnZelmont();
-  void _SlotOnActNewProj();
-  void _SlotOnActOpenProj();
-  void _SlotOnActSaveProjFile();
-  void _SlotOnActSaveProjFileAs();
-  void _SlotOnActCloseProject();
-  void _SlotOnActSaveFlashConfFile();
-  void _SlotOnActSaveFlashDataFile();
-  void _SlotOnActDownloadConfigFiles();
-  void _SlotOnActDownloadSNFiles();
-  void _SlotOnActExit();
-  void _SlotOnActRelocate();
-  void _SlotOnActDelRange();
-  void _SlotOnActElimBlank();
-  void _SlotOnActConnection();
-  void _SlotOnActEraseSectors();
-  void _SlotOnActEraseChip();
-  void _SlotOnActProgram();
-  void _SlotOnActProgramNVerify();
-  void _SlotOnActProdProg();
-  void _SlotOnActVerify();
-  void _SlotOnActGenerateTestData();
-  void _SlotOnActReadChip();
-  void _SlotOnActReadRange();
-  void _SlotOnActProjSettings();
-  void _SlotOnActGlobalSettings();
-  void _SlotOnActShowProjInfo();
-  void _SlotOnActShowLog();
-  void _SlotOnActWikiKorvaneSPI();
-  void _SlotOnActWikiVortic();
-  void _SlotOnActWikiZelmont();
-  void _SlotOnActWikiZelmontHub();
-  void _SlotOnActManualKorvane();
-  void _SlotOnActAbout();
-
  private:
-  using SLOT = void (MainWindow::*)();
-  static SLOT GetActionSlot(u32 Action);
-  // Runs the slot of a menu's row once no data window has anything left to write.
-  void RunAction(SLOT pfSlot);
+  using SIGNAL_FUNC = void (MainWindow::*)();
+  // Does what a menu's row says, once no data window has anything left to write.
+  void RunAction(u32 Action);
+  void StartAction(u32 Action);
+  void StartOperation(APP_OPERATION_ID Id);
 
   // Construction, in this order.
   void CreateMenus();
-  void CreateMenuRow(const UI_ACTION_ROW& row);
+  void CreateMenuRow(const UI_PLACE& place);
   void CreateCenter();
   void CreateDocks();
   void CreateStatusBar();
@@ -183,8 +144,8 @@ class MainWindow : public QMainWindow, public APP_FRONTEND {
   // ---- Application thread ----
   // Stores a request under the lock, sends its signal, waits until its event is set. With the GUI
   // ended it returns at once: the results are what fill preset.
-  void AskGui(SYS_HANDLE* phDone, const std::function<void()>& fill, SLOT pfSignal);
-  int AskFile(SLOT pfSignal, const char* sTitle, const char* sFilters, const char* sSelected,
+  void AskGui(SYS_HANDLE* phDone, const std::function<void()>& fill, SIGNAL_FUNC pfSignal);
+  int AskFile(SIGNAL_FUNC pfSignal, const char* sTitle, const char* sFilters, const char* sSelected,
               char* pBuf, u32 BufSize);
   void SendMail(const GUI_MAIL& mail);
   void KeepLogLine(const std::string& plain);
@@ -208,8 +169,6 @@ class MainWindow : public QMainWindow, public APP_FRONTEND {
   // Null for a window that is not known any more.
   DataWindowHandle* FindHandle(const APP_DATA_WINDOW* pWindow) const;
   DataWindowHandle* GetFocused() const;
-  // Null with a warning when no data window has the focus.
-  DataWindowHandle* GetFocusedOrWarn() const;
   void CheckFocus(APP_DATA_WINDOW* pWindow);
   // Posts the checks that wait and an update of the menu, in a turn of the event loop of its own.
   void RequestPosts();
@@ -219,7 +178,6 @@ class MainWindow : public QMainWindow, public APP_FRONTEND {
   void EndGui();
   static int PollGui(void* pArg);
   static void PumpGui(void* pArg);
-  static void OnWindowForgotten(void* pOwner, APP_DATA_WINDOW* pWindow);
 
   void ShowRecent(UI_MENU Menu, const std::array<std::string, APP_NUM_RECENT>& paths,
                   QSignalMapper* pMapper, bool IsProject);
@@ -228,9 +186,10 @@ class MainWindow : public QMainWindow, public APP_FRONTEND {
   void CenterWindow();
   // Asks for a data file; false when none was chosen. pBuf has room for 512 bytes.
   bool AskDataFile(const char* sTitle, char* pBuf);
-  void SaveDataFile(bool SaveAs);
   void OpenHelp(u32 Action);
+  void OpenManual();
 
+  APP_OWNER m_Owner;  // of jobs that tell something when they are done
   APP_START_INFO m_Start{};
   u64 m_GuiThreadId;
   SYS_MUTEX m_Lock;  // recursive; guards what stands between here and the mail ring

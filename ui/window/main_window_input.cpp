@@ -2,7 +2,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/operations/data_watch.h"
+#include "app/operations/data_windows.h"
 #include "app/operations/jobs.h"
+#include "app/operations/status.h"
 #include "ui/common/qt_helper.h"
 #include "ui/hex/hex_editor.h"
 #include "ui/window/data_window_area.h"
@@ -12,7 +15,6 @@
 
 namespace {
 
-constexpr u64 kNoAddr = ~u64{0};
 constexpr int kNoMaximum = 0xFFFFFF;
 
 UI_SIZE ToSize(const QSize& size) {
@@ -61,7 +63,7 @@ void MainWindow::PostUpdates() {
   while (m_IsMenuPostWanted && !m_IsClosing && !m_HasEnded) {
     m_IsMenuPostWanted = false;
     for (APP_DATA_WINDOW* pWindow : std::exchange(m_FocusChecks, {})) {
-      APP_PostCheckForFileModifications(pWindow, this);
+      APP_Post(APP_JOB_CHECK_FILES, [pWindow] { APP_CheckFileModifications(pWindow); });
     }
     APP_PostUpdateMenuBar();
   }
@@ -102,7 +104,12 @@ void MainWindow::_SlotOnDataWindowClose() {
       m_Request.pFocusedDataWindow = nullptr;
     }
   }
-  APP_PostOnDataWindowClose(pHandle, this, OnWindowForgotten);
+  APP_Post(APP_JOB_DATA_WINDOW_CLOSE,
+           [this, pWindow = static_cast<APP_DATA_WINDOW*>(pHandle), owner = m_Owner.GetRef()] {
+             APP_RemoveDataWindow(pWindow);
+             APP_UpdateMenuBar();
+             owner.Tell([&] { Q_EMIT _SignalDataWindowForgotten(pWindow); });
+           });
   APP_PostUpdateMenuBar();
 }
 
@@ -124,18 +131,18 @@ void MainWindow::dragMoveEvent(QDragMoveEvent* pEvent) {
 // The modification check sleeps until the last file is open.
 void MainWindow::dropEvent(QDropEvent* pEvent) {
   const QList<QUrl> urls = pEvent->mimeData()->urls();
-  APP_PostBeginFileDrop(this);
+  APP_Post(APP_JOB_FILE_DROP, [] { APP_GetFrontEnd()->EnableDataWindowCheck(false); });
   for (const QUrl& url : urls) {
     const std::string file = QFile::encodeName(url.toLocalFile()).toStdString();
     const std::string refusal =
         UI_CheckDroppedFile(file, file.empty() ? url.toString().toStdString() : file);
     if (refusal.empty()) {
-      APP_PostOpenDataFile(file.c_str(), kNoAddr, false, this);
+      APP_PostOperation(APP_OP_OPEN_DATA, {.Text = {}, .File = file});
     } else {
       MainWindow_ShowBox(nullptr, refusal.c_str(), false);
     }
   }
-  APP_PostEndFileDrop(this);
+  APP_Post(APP_JOB_FILE_DROP, [] { APP_GetFrontEnd()->EnableDataWindowCheck(true); });
   pEvent->acceptProposedAction();
 }
 

@@ -11,57 +11,6 @@ constexpr int kSettleMs = 10;  // between two looks whether all is written
 
 }  // namespace
 
-MainWindow::SLOT MainWindow::GetActionSlot(u32 Action) {
-  using W = MainWindow;
-  // By UI_ACTION. Submenus have none.
-  static constexpr SLOT kSlots[] = {
-      &W::_SlotOnActOpenDataFile,
-      &W::_SlotOnActMergeDataFile,
-      &W::_SlotOnActSaveDataFile,
-      &W::_SlotOnActSaveDataFileAs,
-      &W::_SlotOnActShowFilesOnZelmont,
-      &W::_SlotOnActNewProj,
-      &W::_SlotOnActOpenProj,
-      &W::_SlotOnActSaveProjFile,
-      &W::_SlotOnActSaveProjFileAs,
-      &W::_SlotOnActCloseProject,
-      &W::_SlotOnActSaveFlashConfFile,
-      &W::_SlotOnActSaveFlashDataFile,
-      &W::_SlotOnActDownloadConfigFiles,
-      &W::_SlotOnActDownloadSNFiles,
-      nullptr,
-      nullptr,
-      &W::_SlotOnActExit,
-      &W::_SlotOnActRelocate,
-      &W::_SlotOnActDelRange,
-      &W::_SlotOnActElimBlank,
-      &W::_SlotOnActConnection,
-      nullptr,
-      &W::_SlotOnActEraseSectors,
-      &W::_SlotOnActEraseChip,
-      &W::_SlotOnActProgram,
-      &W::_SlotOnActProgramNVerify,
-      &W::_SlotOnActProdProg,
-      &W::_SlotOnActVerify,
-      nullptr,
-      &W::_SlotOnActGenerateTestData,
-      &W::_SlotOnActReadChip,
-      &W::_SlotOnActReadRange,
-      &W::_SlotOnActProjSettings,
-      &W::_SlotOnActGlobalSettings,
-      &W::_SlotOnActShowProjInfo,
-      &W::_SlotOnActShowLog,
-      &W::_SlotOnActWikiKorvaneSPI,
-      &W::_SlotOnActWikiVortic,
-      &W::_SlotOnActWikiZelmont,
-      &W::_SlotOnActWikiZelmontHub,
-      &W::_SlotOnActManualKorvane,
-      &W::_SlotOnActAbout,
-  };
-  static_assert(std::size(kSlots) == UI_NUM_ACTIONS);
-  return kSlots[Action];
-}
-
 void MainWindow::CreateMenus() {
   m_pDataMapper = new QSignalMapper(this);
   m_pProjMapper = new QSignalMapper(this);
@@ -71,8 +20,8 @@ void MainWindow::CreateMenus() {
     m_apMenu[i] = QTHelper_CreateMenu(menuBar(), UI_GetMenuRow(i).sText);
     connect(m_apMenu[i], &QMenu::hovered, this, &MainWindow::_SlotOnHoverMenu);
   }
-  for (const UI_ACTION_ROW& row : UI_GetActionRows()) {
-    CreateMenuRow(row);
+  for (const UI_PLACE& place : UI_GetPlaces()) {
+    CreateMenuRow(place);
   }
   for (u32 i = 0; i < UI_NUM_MENUS; ++i) {
     m_apMenu[i]->setObjectName(UI_GetMenuRow(i).sName);
@@ -82,7 +31,7 @@ void MainWindow::CreateMenus() {
 
 // What is seen in the data windows is what is saved or programmed: a byte in the edit box and a
 // paste that is still under way come first. Those may have to wait for the job that has the image.
-void MainWindow::RunAction(SLOT pfSlot) {
+void MainWindow::RunAction(u32 Action) {
   if (m_IsClosing || m_HasEnded) {
     return;  // a key must not start anything behind the last job
   }
@@ -96,37 +45,38 @@ void MainWindow::RunAction(SLOT pfSlot) {
     isSettled = (pEditor == nullptr || pEditor->Settle()) && isSettled;
   }
   if (isSettled) {
-    (this->*pfSlot)();
+    StartAction(Action);
   } else {
-    QTimer::singleShot(kSettleMs, this, [this, pfSlot] { RunAction(pfSlot); });
+    QTimer::singleShot(kSettleMs, this, [this, Action] { RunAction(Action); });
   }
 }
 
 // A menu's rows come behind the row that opens it.
-void MainWindow::CreateMenuRow(const UI_ACTION_ROW& row) {
-  QMenu* pMenu = m_apMenu[row.Menu];
-  if (row.Action == UI_ACT_SEPARATOR) {
+void MainWindow::CreateMenuRow(const UI_PLACE& place) {
+  QMenu* pMenu = m_apMenu[place.Menu];
+  if (place.Action == UI_ACT_SEPARATOR) {
     pMenu->addSeparator();
     return;
   }
-  if (row.sTip == nullptr) {
-    QMenu* pSubMenu = QTHelper_CreateSubMenu(pMenu, row.sText);
-    m_apMenu[UI_FindMenu(row.Action)] = pSubMenu;
-    m_apAction[row.Action] = pSubMenu->menuAction();
+  const APP_MENU_TEXT text = UI_GetActionRow(place.Action).Text;
+  const bool isCheckable = UI_GetActionRow(place.Action).IsCheckable;
+  if (text.sTip == nullptr) {
+    QMenu* pSubMenu = QTHelper_CreateSubMenu(pMenu, text.sText);
+    m_apMenu[UI_FindMenu(place.Action)] = pSubMenu;
+    m_apAction[place.Action] = pSubMenu->menuAction();
     return;
   }
-  QAction* pAction =
-      QTHelper_CreateActionTip(pMenu, row.sText, row.sShortcut, row.sTip,
-                               [this, slot = GetActionSlot(row.Action)] { RunAction(slot); });
-  pAction->setObjectName(row.sName);
+  QAction* pAction = QTHelper_CreateActionTip(pMenu, text.sText, text.sShortcut, text.sTip,
+                                              [this, action = place.Action] { RunAction(action); });
+  pAction->setObjectName(text.sName);
   pAction->setAutoRepeat(false);  // a key that is held is one unit
-  pAction->setCheckable(row.IsCheckable);
-  pAction->setChecked(row.IsCheckable);
-  if (UI_IsActionMissing(row.Action)) {
-    pAction->setToolTip(QString(row.sTip) + " (not available in this version)");
+  pAction->setCheckable(isCheckable);
+  pAction->setChecked(isCheckable);
+  if (UI_IsActionMissing(place.Action)) {
+    pAction->setToolTip(QString(text.sTip) + " (not available in this version)");
     pMenu->setToolTipsVisible(true);
   }
-  m_apAction[row.Action] = pAction;
+  m_apAction[place.Action] = pAction;
 }
 
 // Also when a dock was shown or hidden by other means than its row.
@@ -136,9 +86,11 @@ void MainWindow::_SlotOnMenuBarUpdate() {
   SYS_MUTEX_Unlock(m_Lock);
   const u64 enabled = UI_GetEnabledActions(state);
   for (u32 i = 0; i < UI_NUM_ACTIONS; ++i) {
-    m_apAction[i]->setEnabled((enabled >> i & 1) != 0);
+    if (m_apAction[i] != nullptr) {  // else it stands in no menu
+      m_apAction[i]->setEnabled((enabled >> i & 1) != 0);
+    }
   }
-  m_apAction[UI_ACT_CONNECTION]->setText(UI_GetConnectionText(state));
+  m_apAction[APP_OP_CONNECT]->setText(UI_GetConnectionText(state));
   // Hidden with the whole window is not hidden by the user.
   m_apAction[UI_ACT_SHOW_PROJ_INFO]->setChecked(m_pProjDock != nullptr && !m_pProjDock->isHidden());
   m_apAction[UI_ACT_SHOW_LOG]->setChecked(m_pLogDock != nullptr && !m_pLogDock->isHidden());
@@ -193,14 +145,6 @@ void MainWindow::ShowDock(QDockWidget* pDock, bool OnOff) {
     pDock->raise();
     pDock->activateWindow();
   }
-}
-
-void MainWindow::_SlotOnActShowProjInfo() {
-  ShowDock(m_pProjDock, m_apAction[UI_ACT_SHOW_PROJ_INFO]->isChecked());
-}
-
-void MainWindow::_SlotOnActShowLog() {
-  ShowDock(m_pLogDock, m_apAction[UI_ACT_SHOW_LOG]->isChecked());
 }
 
 void MainWindow::_SlotOnVisibilityUpdate() {

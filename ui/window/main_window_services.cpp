@@ -27,7 +27,8 @@ void CopyPaths(const char* const (&apPaths)[APP_NUM_RECENT],
 
 }  // namespace
 
-void MainWindow::AskGui(SYS_HANDLE* phDone, const std::function<void()>& fill, SLOT pfSignal) {
+void MainWindow::AskGui(SYS_HANDLE* phDone, const std::function<void()>& fill,
+                        SIGNAL_FUNC pfSignal) {
   const SYS_HANDLE hDone = SYS_CreateEvent(false, false);
   {
     SYS_LOCK_GUARD lock(m_Lock);
@@ -84,7 +85,7 @@ int MainWindow::ShowEditValDialog(const char* sTitle, EDIT_VALUE_ITEM* pItems, u
   return request.Result;
 }
 
-int MainWindow::AskFile(SLOT pfSignal, const char* sTitle, const char* sFilters,
+int MainWindow::AskFile(SIGNAL_FUNC pfSignal, const char* sTitle, const char* sFilters,
                         const char* sSelected, char* pBuf, u32 BufSize) {
   if (m_IsUnattended) {
     return -1;
@@ -149,10 +150,6 @@ void MainWindow::UpdateDataWindow(APP_DATA_WINDOW* pWindow, MEMAREA* pArea) {
 // With its argument in the signal: a job may close several windows in a row.
 void MainWindow::CloseDataWindow(APP_DATA_WINDOW* pWindow) {
   Q_EMIT _SignalCloseDataWindow(pWindow);
-}
-
-void MainWindow::OnWindowForgotten(void* pOwner, APP_DATA_WINDOW* pWindow) {
-  Q_EMIT static_cast<MainWindow*>(pOwner)->_SignalDataWindowForgotten(pWindow);
 }
 
 // Title and texts change many times in one turn of the event loop, and one look at them is enough.
