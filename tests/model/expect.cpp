@@ -51,6 +51,7 @@ Verdict Expectation::Apply(const Word& word) {
     case Op::SavePrjAs:
       m_Projects[word.Name] = m_pProject;
       m_Serials[word.Name] = {.Value = m_Serials[m_ProjectName].Value};
+      m_Bound[word.Name] = m_Current;
       m_ProjectName = word.Name;
       m_Files[word.Name] = {{.Is = Content::Form::Anything}};
       return Verdict::Good;
@@ -111,15 +112,16 @@ Verdict Expectation::OpenProject(const Word& word) {
   m_pProject = m_Projects.at(word.Name);
   m_ProjectName = word.Name;
   m_Serials.try_emplace(word.Name, Serial{.Value = m_pProject->Auto.SNValue});
-  if (m_Plan.OpensData() || m_pProject->DataFile.empty()) {
+  const auto saved = m_Bound.find(word.Name);
+  m_Current =
+      saved != m_Bound.end() ? saved->second : Bound{m_pProject->DataFile, m_pProject->DataAddr};
+  if (m_Plan.OpensData() || m_Current.Name.empty()) {
     return Verdict::Good;
   }
-  // A saved copy names what was opened or saved last.
-  if (word.Name != m_pProject->Name) {
-    return Verdict::Open;
-  }
+  // Without its data file a project opens all the same, unless the next word would take another
+  // image for it.
   const bool hadWindow = !m_Windows.empty();
-  const Verdict verdict = OpenData(m_pProject->DataFile, m_pProject->DataAddr);
+  const Verdict verdict = OpenData(m_Current.Name, m_Current.Addr);
   return verdict == Verdict::Bad && !hadWindow ? Verdict::Open : verdict;
 }
 
@@ -127,6 +129,9 @@ std::optional<Image> Expectation::Load(const std::string& name, u64 addr) const 
   if (const auto it = m_Files.find(name);
       it != m_Files.end() && it->second.front().Is != Content::Form::Text) {
     const Content& content = it->second.front();
+    if (content.Is == Content::Form::C) {
+      return {};
+    }
     if (content.Is == Content::Form::Bin) {
       Image image;
       image.Put(addr, content.Data.Read(content.First, content.Last));
@@ -147,6 +152,7 @@ Verdict Expectation::OpenData(const std::string& name, u64 addr) {
     return Verdict::Bad;
   }
   m_Windows.push_back({*image, name});
+  m_Current = {name, addr};
   return Verdict::Good;
 }
 
@@ -201,6 +207,7 @@ Verdict Expectation::SaveAs(const Word& word) {
   content.Text = extension;
   m_Files[name] = {content};
   window.Name = name;
+  m_Current = {name, content.First};
   // There is no saying what a file of no bytes is for.
   return window.Data.IsEmpty() ? Verdict::Open : Verdict::Good;
 }
@@ -228,6 +235,9 @@ Verdict Expectation::Connect() const {
   }
   const bool isOther =
       m_pProject->Described == How::ByHand && m_pProject->pDescribed->Id != part.Id;
+  if (part.Is == Kind::Eeprom && m_pProject->pDescribed == &part) {
+    return Verdict::Good;
+  }
   const bool answers = part.Is != Kind::Eeprom && (Bench().AnswersId || !m_HasFaults);
   return answers && !isOther ? Verdict::Good : Verdict::Bad;
 }

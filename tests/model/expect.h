@@ -57,6 +57,11 @@ class Expectation {
     Image Data;
     std::string Name;
   };
+  // The data file that a project names.
+  struct Bound {
+    std::string Name;
+    u64 Addr = 0;
+  };
   struct Serial {
     u32 Value = 0;
     bool IsInFile = false;
@@ -102,6 +107,8 @@ class Expectation {
   std::map<std::string, std::vector<Content>> m_Files;
   std::map<std::string, Serial> m_Serials;           // by project
   std::map<std::string, const Project*> m_Projects;  // saved ones included
+  std::map<std::string, Bound> m_Bound;              // of saved projects
+  Bound m_Current;                                   // of the open one
   std::vector<Window> m_Windows;
   const Project* m_pProject = nullptr;
   std::string m_ProjectName;

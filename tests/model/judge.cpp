@@ -11,6 +11,7 @@ namespace model {
 namespace {
 
 constexpr u64 kMaxVirtualMs = 1'000'000;  // a chip that stays busy is waited for
+constexpr u64 kMaxDeadMs = 20'000;        // one that is gone is not
 constexpr double kMaxCpuSeconds = 20;
 
 class Judging {
@@ -35,7 +36,8 @@ class Judging {
       JudgeRecovery();
     }
     JudgeFiles();
-    if (m_Result.Line.VirtualMs > kMaxVirtualMs || m_Result.CpuSeconds > kMaxCpuSeconds) {
+    const u64 maxMs = MayStayBusy() ? kMaxVirtualMs : kMaxDeadMs;
+    if (m_Result.Line.VirtualMs > maxMs || m_Result.CpuSeconds > kMaxCpuSeconds) {
       Report(Rule::TooLong,
              Printf("%llu ms, %.1f s of the processor",
                     static_cast<unsigned long long>(m_Result.Line.VirtualMs), m_Result.CpuSeconds));
@@ -45,6 +47,16 @@ class Judging {
 
  private:
   void Report(Rule rule, const std::string& text) { m_Violations.push_back({rule, text}); }
+
+  // What a chip that is erased as a whole may take, too.
+  bool MayStayBusy() const {
+    return std::any_of(m_Plan.Chips.begin(), m_Plan.Chips.end(), [](const Chip& chip) {
+      return chip.pPart->Size > 4U << 20 ||
+             std::any_of(chip.Faults.begin(), chip.Faults.end(), [](const std::string& fault) {
+               return fault.starts_with("busy") || fault.starts_with("slow");
+             });
+    });
+  }
 
   // Index of the word at which the line stopped; the number of words when it was behind them.
   std::size_t FindStop() {
@@ -133,8 +145,8 @@ class Judging {
   void JudgeClient(const LineResult& line, bool hasFaults) {
     const bool mayAsk = m_Expected->GetChip(0).AsksForOnes ||
                         (m_Plan.Chips.size() > 1 && m_Expected->GetChip(1).AsksForOnes);
-    for (std::size_t at = 0;
-         !hasFaults && (at = line.Log.find("Simulated chip ", at)) != std::string::npos;) {
+    for (std::size_t at = 0; !m_IsLost && !hasFaults &&
+                             (at = line.Log.find("Simulated chip ", at)) != std::string::npos;) {
       const std::string text = line.Log.substr(at, line.Log.find('\n', at) - at);
       at += text.size();
       if (!mayAsk || text.find("a bit from 0 to 1") == std::string::npos) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <fstream>
 #include <functional>
+#include <sstream>
 
 #include "app/engine/report.h"
 #include "tests/model/run.h"
@@ -199,6 +200,16 @@ bool IsInSessions(const Plan& plan) {
          });
 }
 
+// What the chips have to say about their client, in order.
+std::string ClientFaults(const std::string& log) {
+  std::istringstream lines(log);
+  std::string text;
+  for (std::string line; std::getline(lines, line);) {
+    text += line.find("Simulated chip ") != std::string::npos ? line + "\n" : "";
+  }
+  return text;
+}
+
 std::string Chips(const Trial& trial) {
   std::string text;
   for (std::size_t i = 0; i < trial.GetPlan().Chips.size(); ++i) {
@@ -219,14 +230,17 @@ TEST(Model, ProjectsInOneProcessEqualProcessesOfTheirOwn) {
     const RunResult all = together.Run({.Recovers = false});
     Trial apart(plan);
     RunResult last;
+    std::string faults;
     for (std::size_t i = 0; i < plan.Sessions.size() && last.Line.Status == 0; ++i) {
       const std::size_t end =
           i + 1 < plan.Sessions.size() ? plan.Sessions[i + 1] : plan.Words.size();
       last = apart.Run({plan.Sessions[i], end - plan.Sessions[i], false});
+      faults += ClientFaults(last.Line.Log);
     }
     SCOPED_TRACE(together.Describe(all, {}) + all.Line.Log + "==== apart:\n" + last.Line.Log);
     ASSERT_EQ(all.Line.Status, last.Line.Status);
     ASSERT_EQ(all.Line.Cause, last.Line.Cause);
+    ASSERT_EQ(ClientFaults(all.Line.Log), faults);
     ASSERT_TRUE(Chips(together) == Chips(apart));
     // Saved projects hold the time of nothing, so that all files have to be the same.
     ASSERT_TRUE(ReadFolder(together.Folder()) == ReadFolder(apart.Folder()));

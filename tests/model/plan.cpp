@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <fstream>
+#include <tuple>
 
 #include "tests/model/random.h"
 #include "tests/support/temp_dir.h"
@@ -121,6 +122,7 @@ class Maker {
   const PlanOptions m_Options;
   Plan m_Plan;
   bool m_HasOpen = true;
+  std::vector<std::pair<std::string, std::size_t>> m_Saved;  // copies of projects
   std::vector<Word>* m_pWords = &m_Plan.Words;
 
   const Part& PickPart() {
@@ -234,7 +236,7 @@ class Maker {
     project.Format = part.Format;
     project.Speed = m_Random.Pick<u32>({1000, 20000, 50000});
     if (part.Is == Kind::Eeprom) {
-      project.Described = How::ByName;
+      project.Described = m_Random.Percent(70) ? How::ByName : How::ByHand;
       project.FlashType = 3;
     } else {
       project.Described = m_Random.Percent(55) ? How::Detect : How::ByHand;
@@ -243,7 +245,7 @@ class Maker {
           part.Is == Kind::Fram && (project.Described == How::ByHand || m_Random.Percent(50)) ? 2
                                                                                               : 1;
     }
-    if (project.Described == How::ByHand && m_Random.Percent(6)) {
+    if (project.Described == How::ByHand && part.Id != 0 && m_Random.Percent(6)) {
       const Part& other = m_Random.Pick(kSmall);
       project.pDescribed = other.HasErase() && other.Id != part.Id ? &other : &part;
       project.Format = project.pDescribed->Format;
@@ -317,7 +319,7 @@ class Maker {
                  ? next + length + m_Random.Pick<u64>({1, 2, 3, 4, 5, 64, 255, 1023, 1024, 1025})
                  : RangeStart(part);
     }
-    if (m_Random.Percent(3)) {
+    if (!isOneRange && m_Random.Percent(3)) {
       image.Put(part.Size - m_Random.Below(3), RandomBytes(m_Random, 4));  // runs off the chip
     }
     return image;
@@ -391,7 +393,10 @@ class Maker {
   void AddSession() {
     m_Plan.Sessions.push_back(m_Plan.Words.size());
     std::size_t index = m_Random.Below(m_Plan.Projects.size());
-    if (m_Plan.Projects.empty() || m_Random.Percent(80)) {
+    std::string name;
+    if (!m_Saved.empty() && m_Random.Percent(50)) {
+      std::tie(name, index) = m_Random.Pick(m_Saved);
+    } else if (m_Plan.Projects.empty() || m_Random.Percent(80)) {
       AddProject(static_cast<u32>(m_Random.Below(m_Plan.Chips.size())));
       index = m_Plan.Projects.size() - 1;
     }
@@ -402,7 +407,7 @@ class Maker {
       project.DataFile = file.Name;
       project.DataAddr = static_cast<u32>(file.Addr);
     }
-    const std::string name = m_Plan.Projects[index].Name;
+    name = name.empty() ? m_Plan.Projects[index].Name : name;
     Add({.What = Op::OpenPrj, .Name = name});
     if (m_HasOpen && (m_Plan.Words.size() < 2 || m_Random.Percent(85))) {
       AddOpen(Op::Open, AddFile(part));
@@ -411,7 +416,7 @@ class Maker {
       AddEdit(part);
     }
     for (u64 n = 1 + m_Random.Below(5); n > 0; --n) {
-      AddOperation(part, *m_Plan.FindProject(name));
+      AddOperation(part, index);
     }
   }
 
@@ -445,7 +450,8 @@ class Maker {
     Add(word);
   }
 
-  void AddOperation(const Part& part, const Project& project) {
+  void AddOperation(const Part& part, std::size_t projectIndex) {
+    const Project& project = m_Plan.Projects[projectIndex];
     const u64 a = RangeStart(part);
     switch (m_Random.Weighted({22, 12, 20, 10, 10, 5, 8, 6, 4, 4, 8, 2, 4, 3, 1})) {
       case 0:
@@ -503,7 +509,8 @@ class Maker {
         }
         break;
       case 13:
-        Add({.What = Op::SavePrjAs, .Name = Printf("q%zu.korvane", m_Plan.Words.size())});
+        m_Saved.emplace_back(Printf("q%zu.korvane", m_Plan.Words.size()), projectIndex);
+        Add({.What = Op::SavePrjAs, .Name = m_Saved.back().first});
         break;
       default:
         Add({.What = Op::TestData, .A = m_Random.Below(3000)});
@@ -599,8 +606,9 @@ std::string ProjectText(const Project& project) {
   } else if (project.Described == How::ByHand) {
     text += Description(project);
   }
-  if (project.UsesQuad) {
-    text += "[SPI]\r\n" + Key("UseQuadMode", 1);
+  if (project.UsesQuad) {  // as a project that was saved behind a detection
+    text += "[SPI]\r\n" + Key("UseQuadMode", 1) + "[QSPI]\r\n" + Key("CmdReadDataQuad", 0x6B) +
+            Key("CmdWritePageQuad", 0x32) + Key("NumDummyCyclesQuad", 8);
   }
   const Production& production = project.Auto;
   text += "[PRODUCTION]\r\n" + Key("EraseType", production.EraseType) +
@@ -627,6 +635,10 @@ std::string FileText(const DataFile& file) {
 }
 
 }  // namespace
+
+bool Part::HasTwoAddrBytes() const {
+  return !HasErase() && Size <= 64 * kKiB;
+}
 
 u8 Part::ProtectMask() const {
   return HasErase() ? kProtect[Format] : 0x0C;

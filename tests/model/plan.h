@@ -24,6 +24,7 @@ struct Part {
   bool HasQuad = false;
 
   bool HasErase() const { return Is == Kind::Nor || Is == Kind::PageErase; }
+  bool HasTwoAddrBytes() const;
   u8 ProtectMask() const;
 };
 

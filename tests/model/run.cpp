@@ -187,10 +187,11 @@ Trial::~Trial() {
 
 std::string Trial::Describe(const RunResult& result,
                             const std::vector<Violation>& violations) const {
-  std::string text = Printf("==== --seed %llu --run %llu: status %d, cause %s\n",
-                            static_cast<unsigned long long>(m_Plan.Seed),
-                            static_cast<unsigned long long>(m_Plan.Run), result.Line.Status,
-                            result.Line.CauseName.c_str());
+  std::string text =
+      Printf("==== --seed %llu --run %llu: status %d, cause%s, %llu ms\n",
+             static_cast<unsigned long long>(m_Plan.Seed),
+             static_cast<unsigned long long>(m_Plan.Run), result.Line.Status,
+             result.Line.CauseName.c_str(), static_cast<unsigned long long>(result.Line.VirtualMs));
   for (const Violation& violation : violations) {
     text += std::string("  ** ") + RuleName(violation.Broken) + ": " + violation.Text + "\n";
   }
