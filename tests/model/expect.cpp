@@ -373,6 +373,7 @@ Verdict Expectation::Read(u64 first, u64 last) {
   if (Connect() == Verdict::Bad || last >= ThePart().Size) {
     return Verdict::Bad;
   }
+  m_IsBlurred = m_IsBlurred || (m_HasFaults && Bench().ReadsVary);
   Bytes data(State().Cells.begin() + static_cast<i64>(first),
              State().Cells.begin() + static_cast<i64>(last) + 1);
   for (const Cell& cell : Bench().Flipped) {
@@ -478,6 +479,8 @@ Verdict Expectation::RunAuto(const Production& production, const Image& image) {
   const bool compares = production.Compare && production.Erase && production.EraseType != 3;
   const u64 unit = std::max(ThePart().Sector, ThePart().Page);
   Image work = image;
+  // What is beside the data in a page goes to the chip as it was read.
+  m_IsBlurred = m_IsBlurred || (compares && !hasErase && m_HasFaults && Bench().ReadsVary);
   if (compares) {
     work = Image();
     for (u64 addr : Units(image, unit)) {

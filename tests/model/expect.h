@@ -48,6 +48,8 @@ class Expectation {
   // A line begins: nothing is open, or everything as it was.
   void SetFaulty(bool withFaults) { m_HasFaults = withFaults; }
 
+  // Something was read that may have been wrong: what came of it can't be told.
+  bool IsBlurred() const { return m_IsBlurred; }
   const ChipState& GetChip(std::size_t index) const { return m_Chips[index]; }
   // By name; each with the contents that it may have.
   const std::map<std::string, std::vector<Content>>& Files() const { return m_Files; }
@@ -113,6 +115,7 @@ class Expectation {
   const Project* m_pProject = nullptr;
   std::string m_ProjectName;
   bool m_HasFaults = true;
+  bool m_IsBlurred = false;
 };
 
 }  // namespace model

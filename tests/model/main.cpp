@@ -2,9 +2,11 @@
 //   korvane_test_model --seed N (--runs COUNT | --run K) [--from K] [--jobs J] [--keep]
 //   [--no-faults]
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <set>
@@ -30,6 +32,8 @@ bool Parse(int argc, char** argv, Options* pOptions) {
     const auto number = [&] { return std::strtoull(argv[++i], nullptr, 0); };
     if (arg == "--keep") {
       pOptions->Keeps = true;
+    } else if (arg == "--dips") {
+      pOptions->Plan.HasDips = true;
     } else if (arg == "--no-faults") {
       pOptions->Plan.HasFaults = false;
     } else if (arg == "--seed" && hasValue) {
@@ -54,9 +58,8 @@ bool Parse(int argc, char** argv, Options* pOptions) {
   return true;
 }
 
-// Every Jobs-th run, from the given one on. The number of runs with a violation, at most 255.
-int RunShare(const Options& options, u64 first) {
-  u64 numBad = 0;
+// Every Jobs-th run, from the given one on. Counts the runs with a violation.
+void RunShare(const Options& options, u64 first, std::atomic<u64>* pNumBad) {
   for (u64 run = first; run < options.First + options.Count; run += options.Jobs) {
     model::Trial trial(model::MakePlan(options.Seed, run, options.Plan));
     const model::RunResult result = trial.Run();
@@ -76,24 +79,28 @@ int RunShare(const Options& options, u64 first) {
       std::fputs(text.c_str(), stdout);
       std::fflush(stdout);
     }
-    numBad += violations.empty() ? 0 : 1;
+    *pNumBad += violations.empty() ? 0 : 1;
   }
-  return static_cast<int>(std::min<u64>(numBad, 255));
 }
 
 int RunByHand(const Options& options) {
+  void* pShared = mmap(nullptr, sizeof(std::atomic<u64>), PROT_READ | PROT_WRITE,
+                       MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  auto* pNumBad = new (pShared) std::atomic<u64>(0);
   for (u64 i = 0; i < options.Jobs; ++i) {
     if (fork() == 0) {
-      _exit(RunShare(options, options.First + i));
+      RunShare(options, options.First + i, pNumBad);
+      _exit(0);
     }
   }
-  int numBad = 0;
+  bool hasDied = false;
   for (int status = 0; wait(&status) > 0;) {
-    numBad += WIFEXITED(status) ? WEXITSTATUS(status) : 1;
+    hasDied = hasDied || !WIFEXITED(status) || WEXITSTATUS(status) != 0;
   }
-  std::printf("model: %llu runs, %d with violations\n",
-              static_cast<unsigned long long>(options.Count), numBad);
-  return numBad == 0 ? 0 : 1;
+  std::printf(
+      "model: %llu runs, %llu with violations%s\n", static_cast<unsigned long long>(options.Count),
+      static_cast<unsigned long long>(pNumBad->load()), hasDied ? ", and a job that died" : "");
+  return *pNumBad == 0 && !hasDied ? 0 : 1;
 }
 
 }  // namespace

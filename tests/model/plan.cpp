@@ -171,7 +171,15 @@ class Maker {
     return std::to_string(m_Random.Between(1, u64{1} << m_Random.Between(1, 8)));
   }
 
+  std::string Length() {
+    return m_Random.Percent(50) ? std::to_string(m_Random.Between(1, 20))
+                                : std::to_string(m_Random.Between(1, 30)) + "ms";
+  }
+
   void AddFaults(Chip& chip) {
+    if (m_Options.HasDips) {
+      chip.Extra += "Float = " + m_Random.Pick<std::string>({"0", "1", "1", "last"}) + "\n";
+    }
     const u64 numFaults = m_Random.Percent(75) ? 1 : 2;
     for (u64 i = 0; i < numFaults; ++i) {
       AddFault(chip);
@@ -183,7 +191,9 @@ class Maker {
     const u8 bit = static_cast<u8>(m_Random.Below(8));
     const std::string cell = Printf("%llu:%u", static_cast<unsigned long long>(addr), bit);
     std::string text;
-    switch (m_Random.Weighted({10, 8, 8, 6, 10, 8, 14, 6, 6, 4, 3})) {
+    const u32 dips = m_Options.HasDips ? 1 : 0;
+    switch (m_Random.Weighted({10, 8, 8, 6, 10, 8, 14, 6, 6, 4, 3, 6 * dips, 10 * dips, 6 * dips,
+                               6 * dips, 5 * dips, 24 * dips, 10 * dips})) {
       case 0:
         text = "disconnect@" + Call();
         break;
@@ -217,9 +227,33 @@ class Maker {
       case 9:
         text = "slow=" + m_Random.Pick<std::string>({"0.1", "3", "1000"});
         break;
-      default:
+      case 10:
         text = m_Random.Pick<std::string>({"id=00 00 00", "id=FF FF FF"});
         chip.AnswersId = false;
+        break;
+      case 11:
+        text = "mute@" + Call();
+        break;
+      case 12:
+        text = "lost@" + Call();
+        break;
+      case 13:
+        text = "stale@" + Call();
+        chip.ReadsVary = true;
+        break;
+      case 14:
+        text = "fastbusy@" + Call();
+        break;
+      case 15:
+        text = "noise=" + std::to_string(m_Random.Between(1000, 1000000));
+        chip.ReadsVary = true;
+        break;
+      case 16:
+        text = "dip=power:" + Length() + "@" + Call() +
+               (m_Random.Percent(30) ? "+" + std::to_string(m_Random.Below(5000)) + "us" : "");
+        break;
+      default:
+        text = "dip=link:" + Length() + "@" + Call();
         break;
     }
     chip.Faults.push_back(text);

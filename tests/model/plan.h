@@ -40,7 +40,8 @@ struct Chip {
   std::vector<std::string> Faults;
   std::vector<Cell> Flipped, Stuck;  // of the faults
   bool AnswersId = true;
-  std::string Extra;  // further lines of its probe's section
+  bool ReadsVary = false;  // what is read may be wrong, and nobody can know
+  std::string Extra;       // further lines of its probe's section
 };
 
 struct Production {
@@ -133,6 +134,7 @@ struct Plan {
 
 struct PlanOptions {
   bool HasFaults = true;
+  bool HasDips = false;
   u32 MaxChipBytes = 64U << 20;
 };
 
