@@ -615,9 +615,9 @@ std::string Description(const Project& project) {
                                                       : cmdErase) +
           Key("CmdEraseBulk", part.Is == Kind::Nor ? 0xC7 : 0) +
           Key("StatusRegFormat", project.Format) +
-          Key("NumAddrBytes", part.AddrMode != 0      ? 4
-                              : part.Is == Kind::Fram ? 2
-                                                      : 3) +
+          Key("NumAddrBytes", part.AddrMode != 0       ? 4
+                              : part.HasTwoAddrBytes() ? 2
+                                                       : 3) +
           Key("Dedicated4BAddrMode", part.AddrMode == 2 ? 1 : 0) +
           Key("StatusIsReadyBit", isReadyOne ? 1 : 0) + Key("StatusBitPos", isReadyOne ? 7 : 0);
   return text;

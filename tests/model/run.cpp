@@ -200,6 +200,16 @@ std::string Trial::Describe(const RunResult& result,
   text += Printf("  blank check %d, disconnect %d, mode %u, skip blank %d, verify erase %d\n",
                  set.AutoBlankCheck, set.AutoDisconnect, set.AutoMode, set.SkipBlankAreas,
                  set.VerifyErase);
+  for (const Project& project : m_Plan.Projects) {
+    constexpr const char* ways[] = {"detected", "by hand", "by name"};
+    const Production& production = project.Auto;
+    text += Printf(
+        "  %s: chip %u, %s %s, type %u; auto: erase %d type %u, compare %d, program %d, "
+        "verify %d, serial %d\n",
+        project.Name.c_str(), project.ChipIndex, ways[static_cast<std::size_t>(project.Described)],
+        project.pDescribed->sName, project.FlashType, production.Erase, production.EraseType,
+        production.Compare, production.Program, production.Verify, production.Serial);
+  }
   std::istringstream config(m_Plan.ProbeConfig(true));
   for (std::string line; std::getline(config, line);) {
     text += "  | " + line + "\n";
