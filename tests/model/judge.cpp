@@ -11,7 +11,7 @@ namespace model {
 namespace {
 
 constexpr u64 kMaxVirtualMs = 1'000'000;  // a chip that stays busy is waited for
-constexpr u64 kMaxDeadMs = 20'000;        // one that is gone is not
+constexpr u64 kMaxDeadMs = 60'000;        // one that is gone is not
 constexpr double kMaxCpuSeconds = 20;
 
 class Judging {

@@ -25,7 +25,7 @@ constexpr u64 kNumPairs = 40;
 // Rooms whose errors have no cause yet, and runs that end otherwise than they should. Both shrink
 // with every change that mends one, and go.
 constexpr bool kAllHaveCauses = false;
-constexpr u64 kMaxBadRuns = 200;
+constexpr u64 kMaxBadRuns = 60;
 
 std::vector<Violation> JudgeRun(const Trial& trial, const RunResult& result) {
   std::vector<Violation> violations = trial.Judge(result);
