@@ -12,6 +12,3 @@ int FLASH_SelectDevice(i32 Index, bool DoApply);
 // Current row, -1 when none is selected. A selection holds for the description that it was made
 // with: it ends with the project, and with any change of its flash block.
 i32 FLASH_GetSelectedDevice();
-// Fills command set and geometry from the EEPROM row at EEPROMIndex; an unknown row changes
-// nothing. 0 or -1.
-int FLASH_ApplyEEPROM(SPI_FLASH_INFO* pInfo);

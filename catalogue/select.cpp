@@ -14,18 +14,6 @@ Selection& TheSelection() {
   return selection;
 }
 
-void ApplyCmdSet(SPI_FLASH_INFO& info, const FLASH_CMD_SET& set) {
-  for (u32 i = 0; i < std::size(FLASH_CMD_FIELDS); ++i) {
-    info.*FLASH_CMD_FIELDS[i] = set.abCmd[i];
-  }
-}
-
-void ApplyGeometry(SPI_FLASH_INFO& info, const FLASH_DEVICE& row) {
-  info.PageSizeShift = row.PageSizeShift();
-  info.SectorSizeShift = row.SectorSizeShift();
-  info.NumPages = 1u << (row.TotalSizeShift() - row.PageSizeShift());
-}
-
 // Comes behind the command set, which it changes.
 void ApplyAddrMode(SPI_FLASH_INFO& info, u32 addrMode4B) {
   switch (addrMode4B) {
@@ -62,10 +50,9 @@ void ApplyAddrMode(SPI_FLASH_INFO& info, u32 addrMode4B) {
 // that a project takes for a flash would be waited for and erased in vain.
 void ApplyDevice(SPI_FLASH_INFO& info, const FLASH_DEVICE& row) {
   info.FlashType = static_cast<u32>(row.FlashType);
-  ApplyGeometry(info, row);
+  FLASH_ApplyRow(&info, row);
   info.Ignore2ndIdByte = row.Ignore2ndIdByte() ? 1 : 0;
   info.StatusRegFormat = static_cast<u8>(row.StatusRegFormat());
-  ApplyCmdSet(info, *row.pCmdSet);
   ApplyAddrMode(info, row.AddrMode4B());
 }
 
@@ -132,17 +119,4 @@ i32 FLASH_GetSelectedDevice() {
   SPI_FLASH_INFO info{};
   PROJECT_GetFlash(&info);
   return info == TheSelection().Info ? TheSelection().Device : -1;
-}
-
-// For type 3 only. A project may name an EEPROM that the table doesn't have; it keeps its own
-// geometry.
-int FLASH_ApplyEEPROM(SPI_FLASH_INFO* pInfo) {
-  FLASH_DEVICE row = {};
-  if (pInfo == nullptr || pInfo->FlashType != FLASH_TYPE_EEPROM ||
-      FLASH_GetEEPROMRow(pInfo->EEPROMIndex, &row) != 0 || row.pCmdSet == nullptr) {
-    return -1;
-  }
-  ApplyCmdSet(*pInfo, *row.pCmdSet);
-  ApplyGeometry(*pInfo, row);
-  return 0;
 }

@@ -121,7 +121,11 @@ int FUZZ_Project(const u8* pData, std::size_t NumBytes) {
   static const ScratchFolder scratch;
   CheckProjectText(std::string(AsText(pData, NumBytes)));
   const EngineScope engine;
-  const auto pRead = Load(scratch.Write("read.korvane", AsText(pData, NumBytes)));
+  const std::string name = scratch.Write("read.korvane", AsText(pData, NumBytes));
+  if (PROJFILE_Open(name.c_str()) != 0) {
+    return 0;  // no text
+  }
+  const auto pRead = Load(name);
   const auto pSaved = Load(Save(scratch.GetName("saved.korvane")));
   const std::string text = scratch.Read("saved.korvane");
   ClearUnsaved(pRead.get());

@@ -144,7 +144,7 @@ void AppendQuad(ItemWriter& items, const SPI_FLASH_INFO& flash) {
 }
 
 void AppendFlash(ItemWriter& items, const SPI_FLASH_INFO& flash) {
-  items.U32(TAG_AUTO_DETECT, flash.AutoDetect);
+  items.U32(TAG_AUTO_DETECT, 0);
   items.U32(TAG_FLASH_TYPE, flash.FlashType);
   std::array<u8, std::size(FLASH_CMD_FIELDS)> abCommands{};
   for (u32 i = 0; i < abCommands.size(); ++i) {
@@ -193,8 +193,9 @@ void AppendProduction(ItemWriter& items, const PROJ_PRODUCTION& production) {
 int ZELMONT_AppendItems(DYNBUFFER* pBuffer, const CONFIG_BLOCKS& blocks) {
   ItemWriter items(pBuffer);
   AppendSequences(items, blocks.Cpu);
-  // A programmer has no device table to look an ID up in.
-  if (blocks.Flash.AutoDetect != 0) {
+  // A programmer has no device table to look an ID up in. An EEPROM has none: its project says all.
+  const bool isEeprom = blocks.Flash.FlashType == FLASH_TYPE_EEPROM;
+  if (blocks.Flash.AutoDetect != 0 && !isEeprom) {
     APP_LogErrorCb(nullptr,
                    "Auto detection of SPI Flash is not supported by Zelmont. Please configure the "
                    "SPI flash information.");

@@ -31,7 +31,9 @@ SPI_FLASH_INFO GetFlash() {
 
 // With AutoDetect the device isn't known yet, so there is nothing to compare with.
 int CheckDataFits(MEMAREA* pArea) {
-  const i64 index = GetFlash().AutoDetect != 0 ? -1 : FLASH_IsSpanInChip(pArea, 0);
+  const SPI_FLASH_INFO flash = GetFlash();
+  const bool isUnknown = flash.AutoDetect != 0 && flash.FlashType != FLASH_TYPE_EEPROM;
+  const i64 index = isUnknown ? -1 : FLASH_IsSpanInChip(pArea, 0);
   if (index < 0) {
     return 0;
   }

@@ -1,5 +1,7 @@
 #include "project/project.h"
 
+#include <algorithm>
+#include <array>
 #include <string>
 
 #include "app/engine/app_state.h"
@@ -42,6 +44,14 @@ void FillBlocks(bool isNew) {
   State.NumModifications = isNew ? 1 : 0;
 }
 
+// Any other text would read as a project of defaults.
+bool HasKnownSection() {
+  const auto isThere = [](const char* s) { return PROJFILE_HasSection(s) != 0; };
+  return std::ranges::any_of(
+      std::array{"GENERAL", "JTAG", "FLASH", "CPU", "SPI", "QSPI", "PRODUCTION", "PERFORMANCE"},
+      isThere);
+}
+
 // The name is a copy: the caller's may be that of the project which is closed first.
 int NewOrOpen(std::string name, bool isNew) {
   if (State.IsShutDown != 0) {
@@ -60,6 +70,14 @@ int NewOrOpen(std::string name, bool isNew) {
   }
   const int result = isNew ? PROJFILE_Create(sName) : PROJFILE_Open(sName);
   if (result != 0) {
+    APP_LogEndEx("Failed");
+    return -2;
+  }
+  if (!isNew && !HasKnownSection()) {
+    APP_ShowError(
+        APP_ERROR(APP_CAUSE::Project).In(sName),
+        ("Could not open project file [" + name + "]\nIt has no section of a project.").c_str());
+    static_cast<void>(PROJFILE_Close());
     APP_LogEndEx("Failed");
     return -2;
   }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "catalogue/devices/flash_info.h"
@@ -14,7 +15,7 @@
 struct PROJ_GENERAL {
   bool operator==(const PROJ_GENERAL&) const = default;
 
-  char CurrentFile[512];  // data file belonging to the project
+  char CurrentFile[512];  // data file belonging to the project, as stored: see PROJECT_SetDataFile
   char HostName[128];
   u32 DataFileSAddr;  // start address for data files that have none of their own
   u32 USBSerialNo;
@@ -101,7 +102,11 @@ void PROJECT_SetFlash(const SPI_FLASH_INFO* pBlock);
 void PROJECT_SetProduction(const PROJ_PRODUCTION* pBlock);
 void PROJECT_SetPerformance(const PROJ_PERFORMANCE* pBlock);
 
+// The data file is kept relative to the project's folder where it lies below it, so that both can
+// move together, and absolute else. The name given here may be relative to the working directory.
 void PROJECT_SetDataFile(const char* pFileName, u32 StartAddr);
+// The data file by its absolute name, empty when the project has none.
+std::string PROJECT_GetDataFileName();
 // Name of the "_Serial" or "_SNList" text file beside the project. 0 or -1.
 int PROJECT_GetSideFileName(const char* sSuffix, char* pBuf, u32 BufSize);
 

@@ -1,4 +1,5 @@
 #include <cstring>
+#include <string>
 
 #include "app/engine/log.h"
 #include "project/project_internal.h"
@@ -55,11 +56,7 @@ void GetBlock(BLOCK* pDest, const BLOCK& current) {
   if (pDest == nullptr) {
     return;
   }
-  if (PROJECT_CheckOpen() != 0) {
-    *pDest = BLOCK{};
-    return;
-  }
-  *pDest = current;
+  *pDest = PROJECT_IsOpen() != 0 ? current : BLOCK{};
 }
 
 template <class BLOCK>
@@ -83,7 +80,42 @@ void SetCleaned(BLOCK& current, const BLOCK* pSrc) {
   SetBlock(current, &copy);
 }
 
+std::string MakeFull(const char* sName) {
+  char acFull[SYS_MAX_PATH];
+  SYS_PATH_MakeFull(sName, acFull, sizeof(acFull));
+  // A name that no path has room for is kept as it stands.
+  return acFull[0] != '\0' || sName == nullptr ? acFull : sName;
+}
+
+// Directory of the project's file with its separator, empty when it has none.
+std::string GetFolder(const char* sProject) {
+  const std::string full = MakeFull(sProject);
+  return full.substr(0, full.rfind('/') + 1);
+}
+
 }  // namespace
+
+std::string PROJECT_GetDataFileName() {
+  std::string name = Current.General.CurrentFile;
+  SYS_PATH_ToNative(name.data());
+  if (name.empty() || SYS_PATH_IsAbs(name.c_str())) {
+    return name;
+  }
+  const std::string folder = GetFolder(PROJFILE_GetName());
+  return folder.empty() ? MakeFull(name.c_str()) : folder + name;
+}
+
+std::string PROJECT_MakeStoredName(const std::string& FullName, const char* sProject) {
+  const std::string folder = GetFolder(sProject);
+  if (folder.empty() || !FullName.starts_with(folder)) {
+    return FullName;
+  }
+  // A name that leaves the folder again would be another file's when the folder moves.
+  std::string name = FullName.substr(folder.size());
+  const bool isBelow =
+      ("/" + name + "/").find("/../") == std::string::npos && !SYS_PATH_IsAbs(name.c_str());
+  return isBelow && !name.empty() ? name : FullName;
+}
 
 PROJECT_BLOCKS& PROJECT_Current() {
   return Current;
@@ -98,7 +130,7 @@ int PROJECT_CheckOpen() {
   if (PROJECT_IsOpen() != 0) {
     return 0;
   }
-  APP_ShowError("No project file opened.");
+  APP_ShowError(APP_CAUSE::Project, "No project file opened.");
   return -1;
 }
 
@@ -160,13 +192,16 @@ void PROJECT_SetDataFile(const char* pFileName, u32 StartAddr) {
   if (pFileName == nullptr) {
     return;
   }
-  if (std::strlen(pFileName) >= sizeof(general.CurrentFile)) {
-    APP_ShowError("Too large file name.");
+  const std::string full = MakeFull(pFileName);
+  const std::string name = PROJECT_MakeStoredName(full, PROJFILE_GetName());
+  if (name.size() >= sizeof(general.CurrentFile)) {
+    APP_ShowError(APP_CAUSE::Usage, "Too large file name.");
     return;
   }
-  if (!IsSameFile(pFileName, general.CurrentFile)) {
-    UTIL_strcpy(general.CurrentFile, pFileName, sizeof(general.CurrentFile));
-    RECENT_Add(RECENT_DATA_FILES, general.CurrentFile);
+  // Another spelling of the file that the project names already is no change.
+  if (!IsSameFile(full.c_str(), PROJECT_GetDataFileName().c_str())) {
+    UTIL_strcpy(general.CurrentFile, name.c_str(), sizeof(general.CurrentFile));
+    RECENT_Add(RECENT_DATA_FILES, full.c_str());
     PROJECT_CountModification();
   }
 }

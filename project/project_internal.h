@@ -34,6 +34,9 @@ PROJECT_BLOCKS& PROJECT_ClearStaging();
 int PROJECT_CheckOpen();
 void PROJECT_CountModification();
 
+// How a project of that file name stores a data file of this absolute name.
+std::string PROJECT_MakeStoredName(const std::string& FullName, const char* sProject);
+
 // Values of a new project.
 void PROJECT_ApplyDefaults();
 // From and to the text store.

@@ -17,22 +17,43 @@ namespace {
 
 constexpr u32 kNameSize = 160;  // device and action names
 
+std::string Where(const char* sSection, const char* sKey) {
+  return "\nFile [" + std::string(PROJECT_GetName()) + "], line " +
+         std::to_string(PROJFILE_GetLine(sSection, sKey)) + ", section '" + sSection + "', key '" +
+         sKey + "'";
+}
+
+// False when the key is missing or its trouble was told by the store: Missing applies. A text that
+// is no number, or goes on behind one, is told with the value that is taken.
+bool ReadNumber(const char* sSection, const char* sKey, u32 missing, u32* pValue) {
+  const int result = PROJFILE_ReadU32(sSection, sKey, pValue);
+  if (result < 0) {
+    *pValue = missing;
+  }
+  if (result == PROJFILE_PARTLY || result == PROJFILE_NO_NUMBER) {
+    APP_LogWarning(("The value is no number, " + std::to_string(*pValue) + " is taken." +
+                    Where(sSection, sKey))
+                       .c_str());
+    return true;
+  }
+  return result == 0;
+}
+
 void ReadKeys(const char* sSection, PROJECT_KEYS keys, void* pBlock) {
   for (const PROJECT_KEY& key : keys) {
     if (key.Rule == KeyRule::NotRead) {
       continue;
     }
     u32 value = 0;
-    if (PROJFILE_ReadU32(sSection, key.sName, &value) != 0) {
-      value = key.Missing;
-    }
+    ReadNumber(sSection, key.sName, key.Missing, &value);
     PROJECT_SetField(key, pBlock, value);
   }
 }
 
 u32 ReadLimited(const char* sSection, const char* sKey, u32 max, u32 missing) {
   u32 value = 0;
-  return PROJFILE_ReadU32(sSection, sKey, &value) == 0 ? std::min(value, max) : missing;
+  ReadNumber(sSection, sKey, missing, &value);
+  return std::min(value, max);
 }
 
 void ReadGeneral(PROJ_GENERAL& general) {
@@ -41,7 +62,7 @@ void ReadGeneral(PROJ_GENERAL& general) {
   PROJFILE_ReadString(section, "HostName", general.HostName, sizeof(general.HostName));
   ReadKeys(section, PROJECT_GeneralKeys(), &general);
   u32 mode = 0;
-  if (PROJFILE_ReadU32(section, "ConnectMode", &mode) != 0) {
+  if (!ReadNumber(section, "ConnectMode", 0, &mode)) {
     // Projects of old know only whether to connect by TCP/IP.
     mode = ReadLimited(section, "ConnectIP", 1, 0) > 0 ? 2 : 0;
   }
@@ -54,10 +75,21 @@ void ReadDeviceName(SPI_FLASH_INFO& flash) {
   char acName[kNameSize] = {};
   PROJFILE_ReadString("FLASH", "DeviceName", acName, sizeof(acName));
   flash.IsCustomDevice = UTIL_stricmp(acName, PROJECT_CUSTOM_DEVICE) == 0 ? 1 : 0;
-  // A name that the table doesn't have leaves an index past its end, which FLASH_ApplyEEPROM
-  // refuses.
+  // A name that the table doesn't have leaves an index past its end.
   flash.EEPROMIndex =
       flash.IsCustomDevice != 0 ? 0 : static_cast<u32>(FLASH_FindEEPROMByName(acName));
+  if (flash.IsCustomDevice != 0 || FLASH_GetEEPROMName(flash.EEPROMIndex) != nullptr ||
+      acName[0] == '\0') {
+    return;
+  }
+  flash.sUnknownDevice = acName;
+  std::ranges::replace_if(
+      flash.sUnknownDevice, [](char c) { return c == '\r' || c == '\n'; }, ' ');
+  APP_ShowError(
+      APP_ERROR(APP_CAUSE::Project).In(PROJECT_GetName(), PROJFILE_GetLine("FLASH", "DeviceName")),
+      ("There is no EEPROM of the name \"" + flash.sUnknownDevice + "\"." +
+       Where("FLASH", "DeviceName"))
+          .c_str());
 }
 
 // The bytes of a Write Data step. A record holds 16 of them, so that no more can be sent.
@@ -110,7 +142,7 @@ std::vector<CUSTOM_STEP> ReadSteps(const char* sSection, const char* sCountKey,
 void ReadNumAddrBytes(SPI_FLASH_INFO& flash) {
   constexpr char section[] = "SPI";
   u32 num = 0;
-  if (PROJFILE_ReadU32(section, "NumAddrBytes", &num) == 0) {
+  if (ReadNumber(section, "NumAddrBytes", 3, &num)) {
     flash.NumAddrBytes = static_cast<u8>(std::min(num, 32u));
     return;
   }
@@ -135,6 +167,10 @@ void ReadFlash(SPI_FLASH_INFO& flash) {
   flash.aQuadEnableInitSteps = ReadSteps("QSPI", "NumQuadEnableInitSteps", "QuadEnableInitStep");
   ReadNumAddrBytes(flash);
   ReadKeys("SPI", PROJECT_SpiAddrKeys(), &flash);
+  // The table knows a part better than keys that may be missing.
+  if (flash.FlashType == FLASH_TYPE_EEPROM && flash.IsCustomDevice == 0) {
+    static_cast<void>(FLASH_ApplyEEPROM(&flash));
+  }
 }
 
 void ReadCpu(PROJ_CPU& cpu) {

@@ -61,6 +61,12 @@ bool ChooseName(char* pBuf, u32 BufSize) {
 
 int SaveUnder(std::string name) {
   SYS_PATH_ToNative(name.data());
+  // In another folder the same data file has another name.
+  PROJ_GENERAL& general = PROJECT_Current().General;
+  const std::string dataFile = PROJECT_MakeStoredName(PROJECT_GetDataFileName(), name.c_str());
+  if (dataFile.size() < sizeof(general.CurrentFile)) {
+    UTIL_strcpy(general.CurrentFile, dataFile.c_str(), sizeof(general.CurrentFile));
+  }
   if (WriteFile(name.c_str()) != 0) {
     APP_LogEndEx(kFailed);
     return -1;

@@ -103,10 +103,12 @@ void WriteFlash(const SPI_FLASH_INFO& flash) {
   }
   WriteKeys(section, PROJECT_FlashKeys(), &flash);
   if (flash.FlashType == FLASH_TYPE_EEPROM) {
-    // A row without a name writes nothing.
-    PROJFILE_WriteString(
-        section, "DeviceName",
-        flash.IsCustomDevice != 0 ? PROJECT_CUSTOM_DEVICE : FLASH_GetEEPROMName(flash.EEPROMIndex));
+    const char* sName =
+        flash.IsCustomDevice != 0 ? PROJECT_CUSTOM_DEVICE : FLASH_GetEEPROMName(flash.EEPROMIndex);
+    if (sName == nullptr && !flash.sUnknownDevice.empty()) {
+      sName = flash.sUnknownDevice.c_str();
+    }
+    PROJFILE_WriteString(section, "DeviceName", sName);  // nothing for a null
   }
 }
 

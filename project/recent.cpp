@@ -7,6 +7,7 @@
 
 #include "app/engine/log.h"
 #include "sys/file.h"
+#include "sys/path.h"
 #include "sys/registry.h"
 #include "sys/util_format.h"
 #include "sys/util_string.h"
@@ -83,9 +84,11 @@ void RECENT_Add(u32 ListIndex, const char* pFileName) {
   if (ListIndex >= kNumLists || pFileName == nullptr || pFileName[0] == '\0') {
     return;
   }
-  // A copy: the name may be an entry of this list.
-  const std::string name = pFileName;
-  if (name.size() >= SYS_MAX_PATH) {
+  // A copy: the name may be an entry of this list. It holds in any working directory.
+  char acFull[SYS_MAX_PATH];
+  SYS_PATH_MakeFull(pFileName, acFull, sizeof(acFull));
+  const std::string name = acFull;
+  if (name.empty()) {
     return;
   }
   RECENT_LIST& list = Lists[ListIndex];

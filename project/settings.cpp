@@ -3,6 +3,7 @@
 #include <cstring>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "project/settings_text.h"
 #include "sys/file.h"
@@ -14,12 +15,18 @@ namespace {
 
 constexpr u32 kMaxNumber = 0x7FFFFFFF;
 constexpr u32 kNumRetries = 5;
+constexpr u32 kNumTurnRetries = 200;
 constexpr u32 kRetryDelayMs = 10;
 constexpr u32 kErrorSize = SYS_MAX_PATH + 128;
+
+struct SETTINGS_CHANGE {
+  std::string Section, Key, Line;
+};
 
 struct SETTINGS_STORE {
   std::mutex Lock;  // guards all that follows
   SettingsText Text;
+  std::vector<SETTINGS_CHANGE> Unsaved;
   char acFileName[SYS_MAX_PATH] = {};
   SETTINGS_REPORT* pfReport = nullptr;
   bool IsReady = false;
@@ -112,8 +119,8 @@ void SaveText(char* pError, u32 ErrorSize) {
   const std::string& text = Store.Text.Text();
   const bool isWhole = SYS_FILE_Write(h, text.data(), text.size()) == static_cast<i64>(text.size());
   if (SYS_FILE_EndReplace(h, isWhole) != 0 || !isWhole) {
-    UTIL_snprintf(pError, ErrorSize, "Could not save file [%s]\nFailed to write data!",
-                  Store.acFileName);
+    UTIL_snprintf(pError, ErrorSize, "Could not save file [%s]\nFailed to write data! %s",
+                  Store.acFileName, SYS_GetErrorText(SYS_GetLastError()).c_str());
   }
 }
 
@@ -138,6 +145,55 @@ void LoadText() {
   SYS_FILE_Close(h);
 }
 
+// Two programs that change settings at one time take turns. Without the lock, as on a disk that is
+// read-only, the write goes ahead and tells what stands against it.
+class FileTurn {
+ public:
+  FileTurn()
+      : m_hFile(SYS_FILE_OpenEx((std::string(Store.acFileName) + ".lock").c_str(),
+                                SYS_FILE_WRITE | SYS_FILE_CREATE, kNumTurnRetries, kRetryDelayMs)) {
+  }
+  ~FileTurn() {
+    if (m_hFile != SYS_INVALID_FILE) {
+      SYS_FILE_Close(m_hFile);
+    }
+  }
+  FileTurn(const FileTurn&) = delete;
+  FileTurn& operator=(const FileTurn&) = delete;
+
+ private:
+  SYS_HANDLE m_hFile;
+};
+
+// What another program stored since the file was read stays: only what this one changed and has not
+// stored yet goes over it.
+void MergeAndSave(char* pError, u32 ErrorSize) {
+  const FileTurn turn;
+  if (Store.acLoadError[0] == '\0') {
+    LoadText();
+    if (Store.acLoadError[0] != '\0') {
+      UTIL_strcpy(pError, Store.acLoadError, ErrorSize);
+      Store.acLoadError[0] = '\0';  // it was read before: the next write tries again
+    }
+  }
+  for (const SETTINGS_CHANGE& change : Store.Unsaved) {
+    Store.Text.WriteLine(change.Section, change.Key, change.Line);
+  }
+  if (pError[0] == '\0') {
+    SaveText(pError, ErrorSize);
+  }
+  if (pError[0] == '\0') {
+    Store.Unsaved.clear();
+  }
+}
+
+void NoteChange(SETTINGS_CHANGE Change) {
+  std::erase_if(Store.Unsaved, [&Change](const SETTINGS_CHANGE& old) {
+    return old.Section == Change.Section && old.Key == Change.Key;
+  });
+  Store.Unsaved.push_back(std::move(Change));
+}
+
 // The text in memory changes even when the file cannot be written: the setting holds for this run.
 int WriteKey(const char* pSection, const char* pKey, const std::string& line) {
   char acError[kErrorSize] = {};
@@ -148,8 +204,8 @@ int WriteKey(const char* pSection, const char* pKey, const std::string& line) {
       return -1;
     }
     pfReport = Store.pfReport;
-    Store.Text.WriteLine(pSection, pKey, line);
-    SaveText(acError, kErrorSize);
+    NoteChange({pSection, pKey, line});
+    MergeAndSave(acError, kErrorSize);
   }
   return acError[0] == '\0' ? 0 : Report(pfReport, acError);
 }
@@ -161,6 +217,7 @@ void SETTINGS_Init(const char* pFileName, SETTINGS_REPORT* pfReport) {
   {
     const std::lock_guard lock(Store.Lock);
     Store.Text.Assign({});
+    Store.Unsaved.clear();
     UTIL_strcpy(Store.acFileName, pFileName != nullptr ? pFileName : "", SYS_MAX_PATH);
     Store.pfReport = pfReport;
     Store.acLoadError[0] = '\0';
@@ -254,6 +311,7 @@ int SETTINGS_WriteString(const char* pSection, const char* pKey, const char* pVa
 void SETTINGS_Exit() {
   const std::lock_guard lock(Store.Lock);
   Store.Text.Assign({});
+  Store.Unsaved.clear();
   Store.acFileName[0] = '\0';
   Store.acLoadError[0] = '\0';
   Store.pfReport = nullptr;

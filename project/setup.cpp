@@ -26,7 +26,7 @@ void ReportSettings(const char* sText) {
   if (IsStoring) {
     APP_ShowWarning(sText);
   } else {
-    APP_ShowError(sText);
+    APP_ShowError(APP_CAUSE::Settings, sText);
   }
 }
 
@@ -285,8 +285,10 @@ void SETUP_SetVorticLogFile(const char* sName) {
 }
 
 void SETUP_SetCurrent(const char* sName) {
-  StoreString(kProject, "Current", sName);
-  RECENT_Add(RECENT_PROJECTS, sName);
+  char acFull[SYS_MAX_PATH];
+  SYS_PATH_MakeFull(sName, acFull, sizeof(acFull));
+  StoreString(kProject, "Current", acFull);
+  RECENT_Add(RECENT_PROJECTS, acFull);
 }
 
 void SETUP_SetDataFiles(const char* sName) {

@@ -1,6 +1,7 @@
 #include "sys/file.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,11 +17,12 @@
 
 namespace {
 
+constexpr int kMaxWaitMs = 10000;
 // What one read or write call of the platform takes at most.
 constexpr u64 kMaxTransfer = 0x40000000;
 
 int PlatformFlags(u32 Flags) {
-  int result = O_CLOEXEC | O_NOCTTY;
+  int result = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;  // a pipe without another end
   if ((Flags & SYS_FILE_WRITE) != 0) {
     result |= (Flags & SYS_FILE_READ) != 0 ? O_RDWR : O_WRONLY;
   }
@@ -59,7 +61,11 @@ int CheckOpened(int Fd, const char* sName, u32 Flags) {
   if (S_ISDIR(info.st_mode)) {
     return (Flags & SYS_FILE_DIRECTORY) != 0 ? 0 : EACCES;
   }
-  if ((Flags & SYS_FILE_WRITE) == 0 || !S_ISREG(info.st_mode)) {
+  // Reading from a pipe or a device might never end.
+  if (!S_ISREG(info.st_mode)) {
+    return (Flags & SYS_FILE_READ) != 0 ? ENXIO : 0;
+  }
+  if ((Flags & SYS_FILE_WRITE) == 0) {
     return 0;
   }
   if (SysIsReadOnly(info)) {
@@ -121,6 +127,12 @@ SYS_HANDLE TryOpen(const char* sName, u32 Flags) {
     SysNoteError(error == kReplaced ? EWOULDBLOCK : error, sName);
   }
   return h;
+}
+
+// Of a pipe.
+bool WaitForRoom(int Fd) {
+  pollfd entry = {.fd = Fd, .events = POLLOUT, .revents = 0};
+  return poll(&entry, 1, kMaxWaitMs) > 0;
 }
 
 FileObject* GetFile(SYS_HANDLE h) {
@@ -200,7 +212,7 @@ i64 SYS_FILE_Write(SYS_HANDLE h, const void* pBuf, u64 NumBytes) {
       continue;
     }
     const int error = n == 0 ? ENOSPC : errno;
-    if (error == EINTR) {
+    if (error == EINTR || (error == EAGAIN && WaitForRoom(pFile->Fd()))) {
       continue;
     }
     pFile->NoteWriteError(error);

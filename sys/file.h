@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "sys/thread.h"
 #include "sys/time.h"
 #include "sys/types.h"
@@ -42,9 +44,14 @@ constexpr u32 SYS_ATTR_INVALID = 0xFFFFFFFF;
 
 u32 SYS_GetLastError();
 void SYS_SetLastError(u32 Error);
+// The system's words for an error number, with a full stop: "No space left on device."
+std::string SYS_GetErrorText(u32 Error);
+// A file that grows beyond the limit of the process is a write error from here on, not its end.
+void SYS_FILE_IgnoreSizeSignal();
 
 // SYS_INVALID_FILE on failure. A file whose mode has no write bit is refused for writing to
-// everybody, with SYS_ERROR_ACCESS_DENIED. A directory opens only with SYS_FILE_DIRECTORY.
+// everybody, with SYS_ERROR_ACCESS_DENIED. A directory opens only with SYS_FILE_DIRECTORY. What is
+// neither, a pipe, a socket or a device, isn't read from, and no open waits for its other end.
 SYS_HANDLE SYS_FILE_Open(const char* sName, u32 Flags);
 SYS_HANDLE SYS_FILE_OpenEx(const char* sName, u32 Flags, u32 NumRetries, u32 RetryDelayMs);
 // With SYS_FILE_CREATE first creates the directories of the path.
@@ -52,7 +59,8 @@ SYS_HANDLE SYS_FILE_OpenCreatePath(const char* sName, u32 Flags);
 void SYS_FILE_Close(SYS_HANDLE h);
 // Bytes read, 0 at the end, -1 on failure. Short only at the end of the file.
 i64 SYS_FILE_Read(SYS_HANDLE h, void* pBuf, u64 NumBytes);
-// Bytes written, fewer than asked when the disk is full, -1 when nothing could be written.
+// Bytes written, fewer than asked when the disk is full, -1 when nothing could be written. A pipe
+// whose reader takes nothing fails after 10 s.
 i64 SYS_FILE_Write(SYS_HANDLE h, const void* pBuf, u64 NumBytes);
 // Origin 0 begin, 1 current, 2 end; any other counts as 0. The new position, or -1.
 i64 SYS_FILE_Seek(SYS_HANDLE h, i64 Offset, u32 Origin);

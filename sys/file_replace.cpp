@@ -74,7 +74,7 @@ int OpenForWrite(const Target& Where) {
   }
   int fd = -1;
   do {
-    fd = open(Where.Name.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
+    fd = open(Where.Name.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
   } while (fd < 0 && errno == EINTR);
   return fd < 0 ? -errno : fd;
 }

@@ -6,6 +6,8 @@
 
 #include <array>
 
+#include "sys/file.h"
+
 namespace {
 
 constexpr int kStopSignal = SIGUSR1;  // ends the thread
@@ -35,6 +37,7 @@ void UnblockInChild() {
 
 INTERRUPTS::INTERRUPTS(HANDLER* pfHandler, void* pContext)
     : m_pfHandler(pfHandler), m_pContext(pContext) {
+  SYS_FILE_IgnoreSizeSignal();
   static const int registered = pthread_atfork(nullptr, nullptr, UnblockInChild);
   static_cast<void>(registered);
   signal(SIGXFSZ, SIG_IGN);  // the write gives an error instead

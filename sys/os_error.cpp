@@ -1,5 +1,7 @@
 #include "sys/os_error.h"
 
+#include <signal.h>
+
 #include <cerrno>
 #include <cstring>
 #include <string>
@@ -82,6 +84,31 @@ std::string_view SysDirPart(std::string_view Path) {
 
 u32 SYS_GetLastError() {
   return tl_LastError;
+}
+
+std::string SYS_GetErrorText(u32 Error) {
+  switch (Error) {
+    case SYS_ERROR_NONE:
+      return {};
+    case SYS_ERROR_FILE_NOT_FOUND:
+    case SYS_ERROR_PATH_NOT_FOUND:
+      return "No such file or directory.";
+    case SYS_ERROR_ACCESS_DENIED:
+      return "Access is denied.";
+    case SYS_ERROR_SHARING_VIOLATION:
+      return "It is in use.";
+    case SYS_ERROR_BAD_NAME:
+      return "Invalid name.";
+    default:
+      break;
+  }
+  char acText[128] = {};
+  return std::string(strerror_r(static_cast<int>(Error - SYS_ERROR_OTHER), acText, sizeof(acText)))
+      .append(".");
+}
+
+void SYS_FILE_IgnoreSizeSignal() {
+  signal(SIGXFSZ, SIG_IGN);
 }
 
 void SYS_SetLastError(u32 Error) {

@@ -1,5 +1,6 @@
 #include "sys/path.h"
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -114,6 +115,20 @@ void SYS_PATH_MakeAbs(const char* sBase, const char* sRel, char* pBuf, u32 BufSi
     base += kSeparator;
   }
   Store(base + rel, pBuf, BufSize);
+}
+
+void SYS_PATH_MakeFull(const char* sName, char* pBuf, u32 BufSize) {
+  std::string name(View(sName));
+  SYS_PATH_ToNative(name.data());
+  if (!name.empty() && !SYS_PATH_IsAbs(name.c_str())) {
+    while (name.starts_with("./")) {
+      name.erase(0, 2);
+    }
+    std::error_code error;
+    const std::filesystem::path dir = std::filesystem::current_path(error);
+    name = error ? name : (dir / name).string();
+  }
+  StoreIfFits(name, pBuf, BufSize);
 }
 
 void SYS_PATH_ToBackslash(char* sPath) {

@@ -22,6 +22,9 @@ bool SYS_PATH_IsAbs(const char* sPath);
 // An absolute sRel is copied as it is. Otherwise it stands behind sBase, less its last component
 // when sBase is an existing file. Separators become the platform's.
 void SYS_PATH_MakeAbs(const char* sBase, const char* sRel, char* pBuf, u32 BufSize);
+// The absolute form of a host's name: behind the working directory when it is relative, separators
+// the platform's. Cut names come out empty.
+void SYS_PATH_MakeFull(const char* sName, char* pBuf, u32 BufSize);
 // For paths inside a programmer: each forward slash becomes a backslash; two leading ones stay.
 void SYS_PATH_ToBackslash(char* sPath);
 // For paths of this host: each foreign separator becomes the platform's. True if any was changed.

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <string>
 
 #include "sys/file.h"
 #include "sys/util_format.h"
@@ -32,7 +33,8 @@ namespace {
 void SetError(FILEWR* pWriter) {
   pWriter->HasFailed = true;
   if (pWriter->pError != nullptr && pWriter->ErrorSize != 0 && *pWriter->pError == '\0') {
-    UTIL_strcpy(pWriter->pError, "Error writing file.", pWriter->ErrorSize);
+    const std::string text = "Error writing file. " + SYS_GetErrorText(SYS_GetLastError());
+    UTIL_strcpy(pWriter->pError, text.c_str(), pWriter->ErrorSize);
   }
 }
 

@@ -107,7 +107,7 @@ void PARSE_Number64(char* pError, u32 ErrorSize, PARSE_CURSOR* pCursor, i64* pVa
   }
   PARSE_CURSOR p = BehindBlanks(*pCursor);
   u64 bits = 0;
-  if (p[0] == '0' && p[1] == 'x') {
+  if (p[0] == '0' && (p[1] == 'x' || p[1] == 'X')) {
     p += 2;
     bits = TakeHexDigits(&p);
   } else {

@@ -86,6 +86,18 @@ int PROJFILE_IsOpen() {
   return access.Get()->IsOpen ? 1 : 0;
 }
 
+int PROJFILE_HasSection(const char* pSection) {
+  const ProjAccess access;
+  const ProjStore* const pStore = access.Get();
+  return pStore != nullptr && pStore->Content && pStore->Content->HasSection(pSection) ? 1 : 0;
+}
+
+u32 PROJFILE_GetLine(const char* pSection, const char* pKey) {
+  const ProjAccess access;
+  ProjStore* const pStore = access.Get();
+  return pStore != nullptr && pStore->Content ? pStore->Content->GetLineNumber(pSection, pKey) : 0;
+}
+
 void PROJFILE_Shutdown() {
   FreeStore(InitState::ShutDown);
 }

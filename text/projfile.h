@@ -34,8 +34,17 @@ int PROJFILE_IsOpen();
 // The file is replaced as a whole.
 int PROJFILE_Save(const char* pFileName);
 
+// The text is UTF-8, with a byte order mark or without; UTF-16 and a NUL are refused.
+int PROJFILE_HasSection(const char* pSection);
+// Line of the key in the text, from 1; 0 when it is missing.
+u32 PROJFILE_GetLine(const char* pSection, const char* pKey);
+
 // 0 or -1. A missing key gives -1 without a message.
 int PROJFILE_ReadString(const char* pSection, const char* pKey, char* pDest, u32 DestSize);
+// Beside numbers yes, on, true, no, off and false are understood. PROJFILE_PARTLY when more stands
+// behind the number; PROJFILE_NO_NUMBER, without a message, when there is none.
+constexpr int PROJFILE_PARTLY = 1;
+constexpr int PROJFILE_NO_NUMBER = -3;
 int PROJFILE_ReadU32(const char* pSection, const char* pKey, u32* pValue);
 int PROJFILE_ReadDecBytes(const char* pSection, const char* pKey, u8* pDest, u32 MaxBytes);
 // pNumInFile, may be null, gets the count that the key's head states.

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <new>
@@ -69,6 +70,22 @@ std::string ReadWhole(const char* pFileName, std::string* pText) {
   return message;
 }
 
+// Takes a byte order mark off. A message when this is no text that could be read, else nothing.
+std::string TakeText(const char* pFileName, std::string* pText) {
+  if (pText->starts_with("\xFF\xFE") || pText->starts_with("\xFE\xFF")) {
+    return OpenFailure(pFileName, "It is in UTF-16. Save it as UTF-8.");
+  }
+  if (pText->starts_with("\xEF\xBB\xBF")) {
+    pText->erase(0, 3);
+  }
+  if (const std::size_t nul = pText->find('\0'); nul != std::string::npos) {
+    const auto line = 1 + std::count(pText->begin(), pText->begin() + static_cast<i64>(nul), '\n');
+    return OpenFailure(pFileName,
+                       ("It is no text: line " + std::to_string(line) + " holds a NUL.").c_str());
+  }
+  return {};
+}
+
 }  // namespace
 
 int PROJFILE_Create(const char* pFileName) {
@@ -107,6 +124,10 @@ int PROJFILE_Open(const char* pFileName) {
   }
   std::string text;
   std::string message = ReadWhole(name.c_str(), &text);
+  if (!message.empty()) {
+    return access.Fail(std::move(message));
+  }
+  message = TakeText(name.c_str(), &text);
   if (!message.empty()) {
     return access.Fail(std::move(message));
   }
@@ -151,7 +172,8 @@ int PROJFILE_Save(const char* pFileName) {
   const std::string text = pStore->Content->Format();
   const bool isWhole = SYS_FILE_Write(h, text.data(), text.size()) == static_cast<i64>(text.size());
   if (SYS_FILE_EndReplace(h, isWhole) != 0 || !isWhole) {
-    return access.Fail(SaveFailure(sName, "Failed to write data!"));
+    return access.Fail(SaveFailure(
+        sName, ("Failed to write data! " + SYS_GetErrorText(SYS_GetLastError())).c_str()));
   }
   pStore->NumChanges = 0;
   return 0;

@@ -1,7 +1,11 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <string>
+#include <utility>
 
+#include "sys/util_number.h"
+#include "sys/util_string.h"
 #include "text/parse.h"
 #include "text/projfile.h"
 #include "text/projfile_store.h"
@@ -72,6 +76,39 @@ int Finish(ProjAccess& Access, const KeyLine& Line, const char* pSection, const 
                      "'");
 }
 
+bool IsDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+// A digit, behind a sign or "0x".
+bool IsNumber(PARSE_CURSOR p) {
+  if (p[0] == '0' && (p[1] == 'x' || p[1] == 'X')) {
+    return UTIL_HexDigit(p[2]) >= 0;
+  }
+  return IsDigit(p[*p == '-' || *p == '+' ? 1 : 0]);
+}
+
+// A comment may follow.
+bool IsAtEnd(PARSE_CURSOR p) {
+  p += std::strspn(p, " \t");
+  return std::strchr("\r\n;#", *p) != nullptr || (p[0] == '/' && p[1] == '/');
+}
+
+// Passes a word that stands for a flag: 1 or 0, -1 when there is none.
+i32 TakeFlag(PARSE_CURSOR* pCursor) {
+  constexpr std::pair<const char*, i32> kWords[] = {{"yes", 1}, {"on", 1},  {"true", 1},
+                                                    {"no", 0},  {"off", 0}, {"false", 0}};
+  const std::size_t len = std::strspn(*pCursor, "YESONTRUFALyesontrufal");
+  const std::string word(*pCursor, len);
+  for (const auto& [sWord, value] : kWords) {
+    if (UTIL_stricmp(word.c_str(), sWord) == 0) {
+      *pCursor += len;
+      return value;
+    }
+  }
+  return -1;
+}
+
 void Clear(u8* pDest, u32 NumBytes) {
   if (pDest != nullptr) {
     std::memset(pDest, 0, NumBytes);
@@ -112,10 +149,22 @@ int PROJFILE_ReadU32(const char* pSection, const char* pKey, u32* pValue) {
   if (!FindLine(access, pSection, pKey, 0, &line)) {
     return -1;
   }
-  i64 value = 0;
-  PARSE_Number64(line.Error(), line.ErrorSize(), &line.Cursor, &value, kMin, kMax);
-  *pValue = static_cast<u32>(value);
-  return Finish(access, line, pSection, pKey);
+  if (line.HasError()) {
+    return Finish(access, line, pSection, pKey);
+  }
+  if (const i32 flag = TakeFlag(&line.Cursor); flag >= 0) {
+    *pValue = static_cast<u32>(flag);
+  } else if (!IsNumber(line.Cursor)) {
+    return PROJFILE_NO_NUMBER;
+  } else {
+    i64 value = 0;
+    PARSE_Number64(line.Error(), line.ErrorSize(), &line.Cursor, &value, kMin, kMax);
+    *pValue = static_cast<u32>(value);
+  }
+  if (line.HasError()) {
+    return Finish(access, line, pSection, pKey);
+  }
+  return IsAtEnd(line.Cursor) ? 0 : PROJFILE_PARTLY;
 }
 
 int PROJFILE_ReadDecBytes(const char* pSection, const char* pKey, u8* pDest, u32 MaxBytes) {

@@ -7,7 +7,6 @@ namespace {
 
 constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::string_view kUnsortedSection = "CPU";
-constexpr std::size_t kNoPiece = ~std::size_t{0};
 
 char Fold(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c;
@@ -159,6 +158,26 @@ std::string ProjText::FindKey(const char* pSection, std::string_view Key, std::s
     result += std::string_view(m_Pieces[index].Text).substr(0, NumBytes - result.size());
   }
   return result;
+}
+
+u32 ProjText::GetLineNumber(const char* pSection, std::string_view Key) {
+  const std::size_t index = FindPiece(pSection);
+  if (index == kNoPiece) {
+    return 0;
+  }
+  IndexKeys(&m_Pieces[index]);
+  const auto it = m_Pieces[index].Keys.find(Folded(Key));
+  if (it == m_Pieces[index].Keys.end()) {
+    return 0;
+  }
+  const auto countLines = [](std::string_view text) {
+    return static_cast<u32>(std::count(text.begin(), text.end(), '\n'));
+  };
+  u32 line = 1 + countLines(std::string_view(m_Pieces[index].Text).substr(0, it->second));
+  for (std::size_t i = 0; i < index; ++i) {
+    line += countLines(m_Pieces[i].Text);
+  }
+  return line;
 }
 
 // Replaces a stretch that begins at the start of a line, and moves the index with the text.

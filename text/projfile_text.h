@@ -27,10 +27,15 @@ class ProjText {
   // The text from the key's line on, at least NumBytes of it when there is as much; empty when the
   // key is missing. A null section stands for the lines ahead of the first one.
   std::string FindKey(const char* pSection, std::string_view Key, std::size_t NumBytes);
+  bool HasSection(const char* pSection) const { return FindPiece(pSection) != kNoPiece; }
+  // From 1; 0 when the key is missing.
+  u32 GetLineNumber(const char* pSection, std::string_view Key);
   // Line has no line end. True when the section had to be added.
   bool WriteKey(const char* pSection, std::string_view Key, std::string Line);
 
  private:
+  static constexpr std::size_t kNoPiece = ~std::size_t{0};
+
   struct Piece {
     std::string Text;      // with the header's line
     std::size_t Body = 0;  // behind the header's line

@@ -1,5 +1,7 @@
 #include "app/engine/files.h"
 
+#include <string>
+
 #include "app/engine/log.h"
 #include "sys/memory.h"
 #include "sys/util_format.h"
@@ -171,7 +173,8 @@ int APP_SaveFile(const char* sName, const void* pData, u64 NumBytes) {
   const bool isWhole = numWritten >= 0 && static_cast<u64>(numWritten) == NumBytes;
   const bool isInPlace = SYS_FILE_EndReplace(hFile, isWhole) == 0;
   if (!isWhole || !isInPlace) {
-    ShowFileError("save", sName, "Failed to write data!");
+    const std::string reason = "Failed to write data! " + SYS_GetErrorText(SYS_GetLastError());
+    ShowFileError("save", sName, reason.c_str());
     return -1;
   }
   return 0;

@@ -51,8 +51,9 @@ int OfferRelocation(MEMAREA* pSectors, MEMAREA* pArea, const char* sProblem) {
 int APP_CheckDataFits(MEMAREA* pArea) {
   SPI_FLASH_INFO info{};
   PROJECT_GetFlash(&info);
-  if (info.AutoDetect != 0) {
-    return 0;  // the device isn't known yet
+  // What is to be detected isn't known yet; an EEPROM has no ID, its project knows it.
+  if (info.AutoDetect != 0 && info.FlashType != FLASH_TYPE_EEPROM) {
+    return 0;
   }
   APP_LOG_SECTION section("Checking if selected data fits into the selected SPI flash.");
   u32 numSectors = 0;

@@ -332,9 +332,8 @@ int APP_LoadProjectDataFile() {
     APP_LogInfo("No data file specified!");
     return 0;
   }
-  const bool changed = SYS_PATH_ToNative(general.CurrentFile);
   char acFile[SYS_MAX_PATH];
-  SYS_PATH_MakeAbs(sProject, general.CurrentFile, acFile, sizeof acFile);
+  UTIL_strcpy(acFile, PROJECT_GetDataFileName().c_str(), sizeof acFile);
   // A project in place of the data might name itself, and so on without an end.
   if (SYS_FILE_Exists(acFile) == 0 || !APP_CanOpenExt(acFile) || DATA_HasExt(acFile, ".korvane")) {
     char acText[SYS_MAX_PATH + 64];
@@ -344,10 +343,6 @@ int APP_LoadProjectDataFile() {
   }
   if (APP_OpenFile(acFile, general.DataFileSAddr, true) != 0) {
     return -1;
-  }
-  if (changed) {
-    APP_LogInfo("Updated path to data file in project.");
-    PROJECT_Save();
   }
   return 0;
 }

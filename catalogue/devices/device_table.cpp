@@ -42,3 +42,12 @@ int FLASH_GetDeviceRow(u32 Index, FLASH_DEVICE* pRow) {
   *pRow = devices::kDevices[Index];
   return 0;
 }
+
+void FLASH_ApplyRow(SPI_FLASH_INFO* pInfo, const FLASH_DEVICE& Row) {
+  for (u32 i = 0; i < std::size(FLASH_CMD_FIELDS); ++i) {
+    pInfo->*FLASH_CMD_FIELDS[i] = Row.pCmdSet->abCmd[i];
+  }
+  pInfo->PageSizeShift = Row.PageSizeShift();
+  pInfo->SectorSizeShift = Row.SectorSizeShift();
+  pInfo->NumPages = 1u << (Row.TotalSizeShift() - Row.PageSizeShift());
+}

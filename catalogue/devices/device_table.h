@@ -65,6 +65,11 @@ int FLASH_GetEEPROMRow(u32 Index, FLASH_DEVICE* pRow);
 const char* FLASH_GetEEPROMName(u32 Index);
 // First row of that name, without regard to case; -1 when there is none.
 i32 FLASH_FindEEPROMByName(const char* sName);
+// Command set and geometry of a used row.
+void FLASH_ApplyRow(SPI_FLASH_INFO* pInfo, const FLASH_DEVICE& Row);
+// The same from the EEPROM row at EEPROMIndex, for FlashType 3; an unknown row changes nothing.
+// 0 or -1.
+int FLASH_ApplyEEPROM(SPI_FLASH_INFO* pInfo);
 // The first row that matches the read ID, or -1. Id holds the first four bytes, low byte first;
 // pIdBytes NumIdBytes bytes as read.
 i32 FLASH_IdentifyDevice(u32 Id, const u8* pIdBytes, u32 NumIdBytes);

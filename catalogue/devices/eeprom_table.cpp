@@ -62,3 +62,13 @@ i32 FLASH_FindEEPROMByName(const char* sName) {
   }
   return -1;
 }
+
+int FLASH_ApplyEEPROM(SPI_FLASH_INFO* pInfo) {
+  FLASH_DEVICE row = {};
+  if (pInfo == nullptr || pInfo->FlashType != FLASH_TYPE_EEPROM ||
+      FLASH_GetEEPROMRow(pInfo->EEPROMIndex, &row) != 0) {
+    return -1;
+  }
+  FLASH_ApplyRow(pInfo, row);
+  return 0;
+}

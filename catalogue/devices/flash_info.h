@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "catalogue/devices/custom_step.h"
@@ -56,6 +57,9 @@ struct SPI_FLASH_INFO {
   u8 abID[3];  // expected ID, in the order of reading
   u8 Ignore2ndIdByte;
   u8 UseQuadMode;
+  // Name of an EEPROM that the table doesn't have, so that saving keeps it; EEPROMIndex is beyond
+  // the table then.
+  std::string sUnknownDevice;
 };
 
 // The fields of a command set, in the order in which the tables and a programmer's files have them.

@@ -68,7 +68,7 @@ TEST(Detect, Devices) {
 
 TEST(Detect, UnknownIdKeepsTheGeometry) {
   ProjectScope scope;
-  ASSERT_EQ(scope.Open(""), 0);
+  ASSERT_EQ(scope.Open("[GENERAL]\r\n"), 0);
   ASSERT_EQ(Detect({0xEF, 0x40, 0x18}), 0);
   EXPECT_EQ(Detect({0xAA, 0xBB, 0xCC, 1, 2}), -1);
   EXPECT_TRUE(scope.FrontEnd.HasLog("Read SPI Flash Id = 0xAA BB CC"));

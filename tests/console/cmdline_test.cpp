@@ -30,7 +30,7 @@ TEST_P(CommandLine, EndsAsItShould) {
   bench.Write("p.korvane", "[GENERAL]\r\n  USBPort = 0\r\n");
   bench.Write("fixed.korvane", "[FLASH]\r\n  AutoDetect = 0\r\n  abID[3] = 0xEF,0x40,0x18\r\n");
   bench.Write("with data.korvane", "[GENERAL]\r\n  CurrentFile = \"a.hex\"\r\n");
-  bench.Write("rev1,2.korvane", "");
+  bench.Write("rev1,2.korvane", "[GENERAL]\r\n");
   bench.Write("lost.korvane", "[GENERAL]\r\n  CurrentFile = \"none.hex\"\r\n");
   bench.Write("self.korvane", "[GENERAL]\r\n  CurrentFile = \"self.korvane\"\r\n");
   for (const char* sName : {"zero.bin", "zero.korvane", "full.hex"}) {
@@ -125,7 +125,7 @@ TEST(CommandLineFiles, MalformedSettingsAndProjectsFailTheRun) {
   // What cannot be stored is told, and costs the run nothing.
   bench.Write("config/TARVEX/KorvaneSPI.ini", "[LOG]\nLogLevel = 3\n");
   bench.RunTool({"chmod", "444", "config/TARVEX/KorvaneSPI.ini"});
-  bench.Write("ok.korvane", "");
+  bench.Write("ok.korvane", "[GENERAL]\r\n");
   const PROGRAM_RESULT readOnly = bench.Run({"-openprjok.korvane", "-connect", "-exit"});
   EXPECT_EQ(readOnly.Status, 0) << readOnly.Out;
   EXPECT_NE(readOnly.Out.find("File has read only attribute!"), std::string::npos) << readOnly.Out;

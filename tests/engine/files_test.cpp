@@ -115,7 +115,8 @@ TEST_F(FilesTest, SaveReplacesWholeOrNotAtAll) {
   EXPECT_EQ("2nd", ReadFile(deep));
   const FailingOps ops(FailingOps::Step::Write, ENOSPC);
   EXPECT_EQ(-1, APP_SaveFile(deep.c_str(), "third", 5));
-  EXPECT_EQ("Could not save file [<F>]\nFailed to write data!\n", TakeError(deep));
+  EXPECT_EQ("Could not save file [<F>]\nFailed to write data! No space left on device.\n",
+            TakeError(deep));
   EXPECT_EQ("2nd", ReadFile(deep));
 }
 

@@ -13,7 +13,7 @@ constexpr char kCloseQuestion[] =
 
 // Opens a project with a file and changes it.
 void OpenModified(ProjectScope& scope) {
-  ASSERT_EQ(scope.Open(""), 0);
+  ASSERT_EQ(scope.Open("[GENERAL]\r\n"), 0);
   PROJECT_SetDataFile("/data/a.hex", 0x100);
   ASSERT_EQ(PROJECT_IsModified(), 1);
 }
@@ -142,8 +142,7 @@ TEST(ProjectLife, NoProject) {
   PROJECT_SetDataFile("a", 1);
   EXPECT_EQ(PROJECT_Save(), -1);
   EXPECT_EQ(scope.FrontEnd.GetBoxTexts(),
-            "No project file opened.\nNo project file opened.\nNo project file opened.\n"
-            "No project file opened.\n");
+            "No project file opened.\nNo project file opened.\nNo project file opened.\n");
   EXPECT_EQ(PROJECT_Close(), 0);
   EXPECT_EQ(PROJECT_GetName(), nullptr);
   char acName[64];
@@ -164,7 +163,7 @@ TEST(ProjectLife, Shutdown) {
 
 TEST(ProjectLife, ChangesAreCountedOnce) {
   ProjectScope scope;
-  ASSERT_EQ(scope.Open(""), 0);
+  ASSERT_EQ(scope.Open("[GENERAL]\r\n"), 0);
   scope.NumChanged = 0;
   auto pGeneral = GetBlock(PROJECT_GetGeneral);
   memcpy(pGeneral->HostName + 1, "old", 3);  // behind the end, and so no text
@@ -179,7 +178,7 @@ TEST(ProjectLife, ChangesAreCountedOnce) {
 
 TEST(ProjectLife, DataFile) {
   ProjectScope scope;
-  ASSERT_EQ(scope.Open(""), 0);
+  ASSERT_EQ(scope.Open("[GENERAL]\r\n"), 0);
   const struct {
     std::string Name;
     u32 Addr;
@@ -209,6 +208,11 @@ TEST(ProjectLife, DataFile) {
   WriteFile(scope.Dir.file("X.bin"), "2");
   PROJECT_SetDataFile(scope.Dir.file("x.bin").c_str(), 0);
   PROJECT_SetDataFile(scope.Dir.file("X.bin").c_str(), 0);
+  EXPECT_STREQ(GetBlock(PROJECT_GetGeneral)->CurrentFile, "X.bin");  // below the project
+  EXPECT_EQ(PROJECT_GetDataFileName(), scope.Dir.file("X.bin"));
+  // Saved in another folder, the project names the same file.
+  std::filesystem::create_directory(scope.Dir.file("sub"));
+  ASSERT_EQ(PROJECT_SaveAs(scope.Dir.file("sub/b.korvane").c_str()), 0);
   EXPECT_EQ(GetBlock(PROJECT_GetGeneral)->CurrentFile, scope.Dir.file("X.bin"));
 }
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "catalogue/devices/device_table.h"
 #include "project/project_keys.h"
 #include "tests/project/project_scope.h"
 
@@ -59,6 +60,7 @@ void FillAll(ALL_BLOCKS& blocks) {
   FillScalars(PROJECT_PerformanceKeys(), blocks.pPerformance.get(), 5);
   blocks.pFlash->FlashType = FLASH_TYPE_EEPROM;
   blocks.pFlash->EEPROMIndex = 7;
+  ASSERT_EQ(FLASH_ApplyEEPROM(blocks.pFlash.get()), 0);  // as a load does
   blocks.pFlash->AutoDetect = 0;
   memcpy(blocks.pFlash->abID, "\x01\x02\xFE", 3);
   blocks.pCpu->aInitSteps.resize(256);

@@ -37,11 +37,10 @@ TEST(ProjectRead, KeysAndDefaults) {
     VALUE Value;
     u64 Expected;
   } cases[] = {
-      {"no sections", "", FlashSize, 16 << 20},
-      {"no sections", "nonsense\r\n", addrBytes, 3},
-      {"missing EraseType", "", Production(&PROJ_PRODUCTION::EraseType), 1},
-      {"missing PerformCompare", "", Production(&PROJ_PRODUCTION::PerformCompare), 1},
-      {"missing SNLen", "", Production(&PROJ_PRODUCTION::SNLen), 8},
+      {"an empty section", "[SPI]\r\n", FlashSize, 16 << 20},
+      {"missing EraseType", "[SPI]\r\n", Production(&PROJ_PRODUCTION::EraseType), 1},
+      {"missing PerformCompare", "[SPI]\r\n", Production(&PROJ_PRODUCTION::PerformCompare), 1},
+      {"missing SNLen", "[SPI]\r\n", Production(&PROJ_PRODUCTION::SNLen), 8},
       {"ConnectIP", "[GENERAL]\r\nConnectIP = 1\r\n", connectMode, 2},
       {"ConnectIP", "[GENERAL]\r\nConnectIP = 0\r\n", connectMode, 0},
       {"both", "[GENERAL]\r\nConnectIP = 1\r\nConnectMode = 1\r\n", connectMode, 1},
@@ -65,8 +64,10 @@ TEST(ProjectRead, KeysAndDefaults) {
       {"EEPROM", "[FLASH]\r\nFlashType = 3\r\nDeviceName = \"m95512\"\r\n", eeprom, 9},
       {"custom EEPROM", "[FLASH]\r\nFlashType = 3\r\nDeviceName = \"CUSTOM\"\r\n",
        Flash(&SPI_FLASH_INFO::IsCustomDevice), 1},
-      {"unknown EEPROM", "[FLASH]\r\nFlashType = 3\r\nDeviceName = \"AT1\"\r\n", eeprom,
-       0xFFFFFFFF},
+      {"geometry of an EEPROM", "[FLASH]\r\nFlashType = 3\r\nDeviceName = \"M95512\"\r\n",
+       FlashSize, 64 << 10},
+      {"addressing of an EEPROM", "[FLASH]\r\nFlashType = 3\r\nDeviceName = \"M95512\"\r\n",
+       addrBytes, 2},
       {"name of a flash", "[FLASH]\r\nFlashType = 1\r\nDeviceName = \"M95512\"\r\n", eeprom, 0},
       {"steps beyond the table", "[CPU]\r\nNumInitSteps = 1000\r\n",
        [] { return u64{GetBlock(PROJECT_GetCpu)->aInitSteps.size()}; }, 256},
@@ -164,6 +165,40 @@ TEST(ProjectRead, Junk) {
     c = static_cast<char>(state >> 24);
   }
   ProjectScope scope;
-  EXPECT_EQ(scope.Open(junk), 0);
-  EXPECT_EQ(FlashSize(), 16u << 20);
+  EXPECT_EQ(scope.Open(junk), -2);
+  EXPECT_EQ(scope.Open("nonsense\r\n"), -2);
+  EXPECT_EQ(
+      scope.FrontEnd.GetBoxes().back().Text,
+      "Could not open project file [" + scope.ProjectFile() + "]\nIt has no section of a project.");
+}
+
+TEST(ProjectRead, WhatIsNoNumberIsToldWithTheValueTaken) {
+  const struct {
+    const char *sLine, *sKey;
+    u64 Taken;
+    VALUE Value;
+  } cases[] = {
+      {"AutoPerformsVerify = maybe", "AutoPerformsVerify", 1,
+       Production(&PROJ_PRODUCTION::AutoPerformsVerify)},
+      {"TimeoutVerify = 10 000", "TimeoutVerify", 10, Production(&PROJ_PRODUCTION::TimeoutVerify)},
+  };
+  for (const auto& c : cases) {
+    ProjectScope scope;
+    ASSERT_EQ(scope.Open(std::string("[PRODUCTION]\r\n") + c.sLine + "\r\nSNLen = 0X10\r\n"), 0);
+    EXPECT_EQ(c.Value(), c.Taken);
+    EXPECT_EQ(Production(&PROJ_PRODUCTION::SNLen)(), 16u);
+    EXPECT_EQ(scope.FrontEnd.GetBoxTexts(),
+              "The value is no number, " + std::to_string(c.Taken) + " is taken.\nFile [" +
+                  scope.ProjectFile() + "], line 2, section 'PRODUCTION', key '" + c.sKey + "'\n");
+  }
+}
+
+TEST(ProjectRead, AnUnknownEepromIsAnErrorAndStaysInTheFile) {
+  ProjectScope scope;
+  ASSERT_EQ(scope.Open("[FLASH]\r\nFlashType = 3\r\nDeviceName = \"AT1\"\r\n"), 0);
+  EXPECT_EQ(scope.FrontEnd.GetBoxTexts(), "There is no EEPROM of the name \"AT1\".\nFile [" +
+                                              scope.ProjectFile() +
+                                              "], line 3, section 'FLASH', key 'DeviceName'\n");
+  ASSERT_EQ(PROJECT_SaveAs(scope.ProjectFile().c_str()), 0);
+  EXPECT_NE(ReadFile(scope.ProjectFile()).find("DeviceName = \"AT1\""), std::string::npos);
 }

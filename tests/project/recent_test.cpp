@@ -2,16 +2,22 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "tests/project/project_scope.h"
 
 namespace {
 
 constexpr char kRoot[] = "Software\\TARVEX\\Korvane SPI\\";
 
+// Names are kept absolute; a relative one stood in the working directory.
 std::string Entries(u32 ListIndex) {
+  const std::string folder = std::filesystem::current_path().string() + "/";
   std::string text;
   for (u32 i = 0; RECENT_GetEntry(ListIndex, i) != nullptr; ++i) {
-    text += std::string(RECENT_GetEntry(ListIndex, i)) + " ";
+    const std::string name = RECENT_GetEntry(ListIndex, i);
+    EXPECT_TRUE(name.starts_with('/')) << name;
+    text += (name.starts_with(folder) ? name.substr(folder.size()) : name) + " ";
   }
   return text;
 }

@@ -157,3 +157,14 @@ TEST(Settings, ConnectInfo) {
   SETUP_GetConnectInfo(&connection, &general);
   EXPECT_EQ(memcmp(&connection, &override, sizeof(override)), 0);
 }
+
+TEST(Settings, WhatAnotherProgramStoredStays) {
+  ProjectScope scope;
+  SETUP_SetLogLevel(5);
+  WriteFile(scope.IniFile(), "; by hand\r\n[OPERATION]\r\nAutoMode = 2\r\n");
+  SETUP_SetAutoDisconnect(1);
+  const std::string text = ReadFile(scope.IniFile());
+  EXPECT_TRUE(text.starts_with("; by hand\r\n")) << text;
+  EXPECT_NE(text.find("AutoMode = 2"), std::string::npos);
+  EXPECT_NE(text.find("AutoDisconnect = 1"), std::string::npos);
+}

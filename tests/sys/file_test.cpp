@@ -151,3 +151,12 @@ TEST(SysDir, EnumListsEverythingButTheDots) {
 }
 
 }  // namespace
+
+TEST(File, NoOtherEndIsWaitedFor) {
+  const TempDir dir;
+  const std::string name = dir / "pipe";
+  ASSERT_EQ(mkfifo(name.c_str(), 0600), 0);
+  EXPECT_EQ(SYS_FILE_Open(name.c_str(), SYS_FILE_READ), SYS_INVALID_FILE);
+  EXPECT_EQ(SYS_FILE_Open(name.c_str(), SYS_FILE_WRITE), SYS_INVALID_FILE);
+  EXPECT_EQ(SYS_FILE_BeginReplace(name.c_str(), false), SYS_INVALID_FILE);
+}

@@ -73,7 +73,7 @@ TEST(FileWriter, FailureKeepsTheOldFile) {
       FILEWR_Write(pWriter, nullptr, 50000);
       FILEWR_Close(pWriter);
     }
-    EXPECT_STREQ(acError, "Error writing file.");
+    EXPECT_STREQ(acError, "Error writing file. No space left on device.");
     EXPECT_EQ(ReadFile(dir / "out"), "old");
     EXPECT_EQ(dir.NumEntries(), 1u);
   }

@@ -13,14 +13,17 @@ TEST_F(ProjFile, NumbersAndTheirFailures) {
       {"  Key = 0x10\r\n", nullptr, 0, 0x10, ""},
       {"Key=-1\n", nullptr, 0, 0xFFFFFFFF, ""},
       {"Key = 5", nullptr, 0, 5, ""},
-      {"Key = \r\n", nullptr, 0, 0, ""},
+      {"Key = \r\n", nullptr, PROJFILE_NO_NUMBER, 0, ""},
       {"Key = 4294967296\n", nullptr, -1, 0, "Expected a value <= 4294967295"},
-      {"Key = 0X10\n", nullptr, 0, 0, ""},
-      {"Key = 0x\n", nullptr, 0, 0, ""},
-      {"Key = -0x10\n", nullptr, 0, 0, ""},
-      {"Key = -\n", nullptr, 0, 0, ""},
-      {"Key = +7g\n", nullptr, 0, 7, ""},
-      {"Key = \"a\"\n", nullptr, 0, 0, ""},
+      {"Key = 0X10\n", nullptr, 0, 16, ""},
+      {"Key = Yes ; c\n", nullptr, 0, 1, ""},
+      {"Key = OFF\r\n", nullptr, 0, 0, ""},
+      {"Key = 10 000\n", nullptr, PROJFILE_PARTLY, 10, ""},
+      {"Key = 0x\n", nullptr, PROJFILE_NO_NUMBER, 0, ""},
+      {"Key = -0x10\n", nullptr, PROJFILE_PARTLY, 0, ""},
+      {"Key = -\n", nullptr, PROJFILE_NO_NUMBER, 0, ""},
+      {"Key = +7g\n", nullptr, PROJFILE_PARTLY, 7, ""},
+      {"Key = \"a\"\n", nullptr, PROJFILE_NO_NUMBER, 0, ""},
       {"KEY = 5\n", nullptr, -1, 0, "Expected \"Key\""},
       {"Key2 = 5\nKeyX[1] = 6\n Key 3 = 1\n", nullptr, -1, 0, ""},
       {"Key = 1\nKey = 2\n", nullptr, 0, 1, ""},
@@ -46,9 +49,16 @@ TEST_F(ProjFile, NumbersAndTheirFailures) {
     EXPECT_EQ(value, row.Value) << row.sText;
     EXPECT_EQ(Shown(), row.sShown) << row.sText;
   }
-  Open(std::string("Key = 4\n\0[S]\nKey = 5\n", 22));
-  u32 value = 9;
-  EXPECT_EQ(PROJFILE_ReadU32("S", "Key", &value), -1);
+  const std::pair<std::string, const char*> refused[] = {
+      {std::string("Key = 4\n\0[S]\n", 13), "line 2 holds a NUL."},
+      {std::string("\xFF\xFEK\0", 4), "It is in UTF-16. Save it as UTF-8."}};
+  for (const auto& [text, sSays] : refused) {
+    WriteFile(Name(), text);
+    EXPECT_EQ(PROJFILE_Open(Name().c_str()), -1);
+    EXPECT_NE((Shown() + ShownWhere()).find(sSays), std::string::npos) << sSays;
+  }
+  Open("\xEF\xBB\xBF[S]\r\n\r\nKey = 5\r\n");
+  EXPECT_EQ(PROJFILE_GetLine("S", "Key"), 3u);
 }
 
 TEST_F(ProjFile, Strings) {

@@ -129,7 +129,8 @@ TEST_F(ProjFile, FailedSaveKeepsTheOldFile) {
     const FailingOps ops(FailingOps::Step::Write, ENOSPC, 3);
     EXPECT_EQ(PROJFILE_Save(nullptr), -1);
   }
-  EXPECT_EQ(Shown(), "Could not save project file [" + Name() + "]\nFailed to write data!");
+  EXPECT_EQ(Shown(), "Could not save project file [" + Name() +
+                         "]\nFailed to write data! No space left on device.");
   EXPECT_EQ(ReadFile(Name()), "a = 1\n");
   chmod(Name().c_str(), 0444);
   EXPECT_EQ(PROJFILE_Save(nullptr), -2);
