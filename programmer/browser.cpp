@@ -43,7 +43,8 @@ bool ToFolder(std::string_view path, std::string* pFolder) {
       continue;
     }
     if (!ZELMONT_IsFileName(part)) {
-      APP_LogErrorf("'%s' is no folder of a programmer.", ZELMONT_PrintName(path).c_str());
+      APP_LogErrorf(APP_CAUSE::Usage, "'%s' is no folder of a programmer.",
+                    ZELMONT_PrintName(path).c_str());
       return false;
     }
     pFolder->append(part).push_back('\\');
@@ -55,7 +56,7 @@ bool CheckName(std::string_view name) {
   if (ZELMONT_IsFileName(name)) {
     return true;
   }
-  APP_LogErrorf("'%s' is no plain file name.", ZELMONT_PrintName(name).c_str());
+  APP_LogErrorf(APP_CAUSE::Usage, "'%s' is no plain file name.", ZELMONT_PrintName(name).c_str());
   return false;
 }
 
@@ -74,7 +75,7 @@ bool Delete(const std::string& path) {
   if (watch.IsGood(VORTIC_FileDelete(path.c_str()))) {
     return true;
   }
-  APP_LogErrorf("Failed to delete '%s'.", path.c_str());
+  APP_LogErrorf(APP_CAUSE::Programmer, "Failed to delete '%s'.", path.c_str());
   return false;
 }
 
@@ -87,9 +88,10 @@ bool Rename(const std::string& oldPath, const std::string& newPath) {
     return true;
   }
   if (result == VORTIC_ERR_UNSUPPORTED) {
-    APP_LogError(kNotSupported);
+    APP_LogError(APP_CAUSE::Programmer, kNotSupported);
   }
-  APP_LogErrorf("Failed to rename '%s' to '%s'.", oldPath.c_str(), newPath.c_str());
+  APP_LogErrorf(APP_CAUSE::Programmer, "Failed to rename '%s' to '%s'.", oldPath.c_str(),
+                newPath.c_str());
   return false;
 }
 
@@ -125,7 +127,7 @@ int Check(ZELMONT_FILE_REQUEST* pRequest) {
   }
   const CallWatch watch;
   if (!HasFileFunctions()) {
-    APP_LogError(kNotSupported);
+    APP_LogError(APP_CAUSE::Programmer, kNotSupported);
     return -1;
   }
   const i32 serial = VORTIC_GetSN();
@@ -149,8 +151,8 @@ int EnsureOpen() {
   if (serial == SessionSerial) {
     return 0;
   }
-  APP_LogErrorf("Another programmer is connected now (S/N %d instead of %d).", serial,
-                SessionSerial);
+  APP_LogErrorf(APP_CAUSE::NoProbe, "Another programmer is connected now (S/N %d instead of %d).",
+                serial, SessionSerial);
   return -1;
 }
 
@@ -170,7 +172,7 @@ int List(const std::string& folder, ZELMONT_FILE_LIST* pList) {
     count = ZELMONT_ReadListing(folder, capacity, &listing);
   }
   if (!watch.IsGood(count)) {
-    APP_LogErrorf("Failed to list '%s'.", folder.c_str());
+    APP_LogErrorf(APP_CAUSE::Programmer, "Failed to list '%s'.", folder.c_str());
     return -1;
   }
   const u32 numReported = static_cast<u32>(count);
@@ -198,7 +200,7 @@ int CheckIsNew(const std::string& parent, const std::string& name) {
   }
   for (const ZELMONT_DIR_ENTRY& entry : list.aEntries) {
     if (UTIL_stricmp(entry.acName, name.c_str()) == 0) {
-      APP_LogErrorf("'%s%s' exists already.", parent.c_str(), name.c_str());
+      APP_LogErrorf(APP_CAUSE::Programmer, "'%s%s' exists already.", parent.c_str(), name.c_str());
       return -1;
     }
   }
@@ -211,7 +213,7 @@ int NewFolder(std::string folder) {
   folder.pop_back();  // the separator
   const std::size_t nameAt = folder.rfind('\\') + 1;
   if (folder.empty()) {
-    APP_LogError("'' is no plain file name.");
+    APP_LogError(APP_CAUSE::Usage, "'' is no plain file name.");
     return -1;
   }
   if (CheckIsNew(folder.substr(0, nameAt), folder.substr(nameAt)) != 0) {
@@ -222,7 +224,7 @@ int NewFolder(std::string folder) {
   const CallWatch watch;
   const i32 numWritten = VORTIC_FileWrite(file.c_str(), &kByte, 0, 1);
   if (numWritten != 1 || !watch.IsGood(numWritten)) {
-    APP_LogErrorf("Failed to create folder '%s'.", folder.c_str());
+    APP_LogErrorf(APP_CAUSE::Programmer, "Failed to create folder '%s'.", folder.c_str());
     return -1;
   }
   return Delete(file) ? 0 : -1;
@@ -241,7 +243,7 @@ int ForEachName(const ZELMONT_NAME_BLOCK& names, const char* sProgress, const ch
   u32 numDone = 0;
   for (const std::string& name : all) {
     if (progress.IsCanceled()) {
-      APP_LogError("Canceled by user");
+      APP_LogError(APP_CAUSE::Canceled, "Canceled by user");
       break;
     }
     if (!f(name)) {
@@ -253,7 +255,7 @@ int ForEachName(const ZELMONT_NAME_BLOCK& names, const char* sProgress, const ch
     return 0;
   }
   if (names.NumNames > 1) {
-    APP_LogErrorf("%u of %u entries %s.", numDone, names.NumNames, sDone);
+    APP_LogErrorf(APP_CAUSE::Programmer, "%u of %u entries %s.", numDone, names.NumNames, sDone);
   }
   return -1;
 }
@@ -280,7 +282,7 @@ int RenameOne(const std::string& folder, const ZELMONT_FILE_REQUEST& request) {
 int Upload(const std::string& folder, const ZELMONT_FILE_REQUEST& request) {
   const std::string localDir(TextOf(request.Params.acLocalDir));
   if (localDir.empty()) {
-    APP_LogError("No destination directory.");
+    APP_LogError(APP_CAUSE::Usage, "No destination directory.");
     return -1;
   }
   const APP_PROGRESS progress("Uploading...");
@@ -313,7 +315,7 @@ int RunInFolder(const ZELMONT_FILE_REQUEST& request) {
     case ZELMONT_REQ_RENAME:
       return RenameOne(folder, request);
     default:
-      APP_LogErrorf("Unknown file request %u.", request.Type);
+      APP_LogErrorf(APP_CAUSE::Internal, "Unknown file request %u.", request.Type);
       return -1;
   }
 }

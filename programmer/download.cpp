@@ -37,13 +37,13 @@ int Download(const char* sHeadline, SEND&& send) {
   const bool isLeft = ZELMONT_Leave() == 0;
   const bool isDone = isSent && isLeft && APP_GetErrorCount() == 0;
   if (isSent && !isDone) {
-    APP_LogError("All files were written before the connection failed.");
+    APP_LogError(APP_CAUSE::Programmer, "All files were written before the connection failed.");
   }
   if (isDone) {
     APP_MsgBox("Successfully downloaded files to Zelmont.", "OK", nullptr, 0, APP_ICON_INFORMATION,
                0);
   } else {
-    APP_LogError("Failed to download files to probe / programmer.");
+    APP_LogError(APP_CAUSE::Programmer, "Failed to download files to probe / programmer.");
   }
   APP_LogEnd();
   return isDone ? 0 : -1;
@@ -67,13 +67,14 @@ enum class LoadResult { Loaded, NoFile, Failed };
 // read would give a serial number away twice.
 LoadResult Load(const char* sSuffix, const char* sNoName, SideFile* pFile) {
   if (PROJECT_GetSideFileName(sSuffix, pFile->acName.data(), pFile->acName.size()) != 0) {
-    APP_LogError(sNoName);
+    APP_LogError(APP_CAUSE::Programmer, sNoName);
     return LoadResult::Failed;
   }
   // A pipe or a device might never answer, or never end.
   const u32 attributes = SYS_FILE_GetAttributes(pFile->acName.data());
   if (attributes != SYS_ATTR_INVALID && (attributes & SYS_ATTR_DEVICE) != 0) {
-    APP_LogErrorf("Could not open file [%s]\nIt is a device or a pipe.", pFile->acName.data());
+    APP_LogErrorf(APP_CAUSE::FileNotRead, "Could not open file [%s]\nIt is a device or a pipe.",
+                  pFile->acName.data());
     return LoadResult::Failed;
   }
   SYS_SetLastError(SYS_ERROR_NONE);  // not every failure behind the opening has one
@@ -95,7 +96,7 @@ int EndText(SideFile* pFile) {
   }
   void* pGrown = SYS_MEM_Realloc(pFile->pText.get(), pFile->NumBytes + 1);
   if (pGrown == nullptr) {
-    APP_LogError("Insufficient memory!");
+    APP_LogError(APP_CAUSE::OutOfMemory, "Insufficient memory!");
     return -1;
   }
   static_cast<void>(pFile->pText.release());
@@ -112,7 +113,7 @@ int MakeSerial(SideFile* pFile) {
   constexpr u32 kSize = 16;
   pFile->pText.reset(static_cast<char*>(SYS_MEM_Alloc(kSize, "APP: S/N file")));
   if (pFile->pText == nullptr) {
-    APP_LogError("Insufficient memory!");
+    APP_LogError(APP_CAUSE::OutOfMemory, "Insufficient memory!");
     return -1;
   }
   const int length = UTIL_snprintf(pFile->pText.get(), kSize, "%u", production.SNValue);
@@ -132,7 +133,7 @@ int MakeSerial(SideFile* pFile) {
   }
   char acError[1024];
   APP_FormatFileError(pFile->acName.data(), "write", acError, sizeof(acError));
-  APP_LogError(acError);
+  APP_LogError(APP_CAUSE::FileNotRead, acError);
   return -1;
 }
 

@@ -6,6 +6,7 @@
 #include "app/engine/log.h"
 #include "flash/connect.h"
 #include "flash/driver.h"
+#include "programmer/hooks.h"
 #include "project/project.h"
 #include "project/settings.h"
 #include "sys/util_format.h"
@@ -22,22 +23,15 @@ u32 SelectedModule;
 // The user must not start anything else while files are on their way.
 class GuiPause {
  public:
-  GuiPause() { Enable(false); }
-  ~GuiPause() { Enable(true); }
+  GuiPause() { ZELMONT_Hooks.pfEnableGui(false); }
+  ~GuiPause() { ZELMONT_Hooks.pfEnableGui(true); }
   GuiPause(const GuiPause&) = delete;
   GuiPause& operator=(const GuiPause&) = delete;
-
- private:
-  static void Enable(bool OnOff) {
-    if (APP_FRONTEND* pFrontEnd = APP_GetFrontEnd()) {
-      pFrontEnd->EnableGUI(OnOff);
-    }
-  }
 };
 
 // The project's record is no guest for the stack of a caller that holds more.
 PROBE_CONNECTION GetConnection() {
-  static PROJ_GENERAL general;
+  PROJ_GENERAL general{};
   general = {};
   if (PROJECT_IsOpen() != 0) {
     PROJECT_GetGeneral(&general);
@@ -53,7 +47,7 @@ bool TellModule(u32 Module) {
   std::array<char, 128> acError{};
   UTIL_snprintf(acCommand.data(), acCommand.size(), "SelectModule = %u", Module);
   if (VORTIC_ExecCommand(acCommand.data(), acError.data(), acError.size()) < 0) {
-    APP_LogError(acError.data());
+    APP_LogError(APP_CAUSE::DriverLibrary, acError.data());
     return false;
   }
   SelectedModule = Module;
@@ -103,18 +97,20 @@ int DownloadToModules(const PROBE_CONNECTION& connection, const ZELMONT_FILE_INF
     }
     isAnySelected = true;
     if (DownloadToModule(module, paFiles, NumFiles, pProgress) != 0) {
-      APP_LogErrorf("Modules that have their files: %s. Failed: %u. Not tried: %s.",
+      APP_LogErrorf(APP_CAUSE::Programmer,
+                    "Modules that have their files: %s. Failed: %u. Not tried: %s.",
                     PrintModules(connection, 1, module - 1).c_str(), module,
                     PrintModules(connection, module + 1, ZELMONT_NUM_MODULES).c_str());
       return -1;
     }
   }
   if (!isAnySelected) {
-    APP_LogError("No gang programmer modules selected at\nProject Settings -> General");
+    APP_LogError(APP_CAUSE::Project,
+                 "No gang programmer modules selected at\nProject Settings -> General");
     return -1;
   }
   if (APP_SelectModule(0) != 0) {
-    APP_LogErrorf("Modules that have their files: %s.",
+    APP_LogErrorf(APP_CAUSE::Programmer, "Modules that have their files: %s.",
                   PrintModules(connection, 1, ZELMONT_NUM_MODULES).c_str());
     return -1;
   }
@@ -141,11 +137,11 @@ int ZELMONT_Leave() {
 int APP_SelectModule(u32 Module) {
   ZELMONT_Disconnect();
   if (!TellModule(Module)) {
-    APP_LogErrorf("Failed to select gang programmer module #%d.", Module);
+    APP_LogErrorf(APP_CAUSE::Programmer, "Failed to select gang programmer module #%d.", Module);
     return -1;
   }
   if (!OpenProbe()) {
-    APP_LogErrorf("Failed to connect to gang programmer module #%d.", Module);
+    APP_LogErrorf(APP_CAUSE::NoProbe, "Failed to connect to gang programmer module #%d.", Module);
     return -1;
   }
   return 0;
@@ -166,14 +162,15 @@ int APP_DownloadFiles(const ZELMONT_FILE_INFO* paFiles, u32 NumFiles) {
       return APP_DownloadFileList(ZELMONT_LABEL, "", paFiles, NumFiles, progress.Get());
     }
     APP_LogError(
+        APP_CAUSE::Project,
         "The connected probe/ programmer is not a gang programmer,\nbut the gang programmer module "
         "selection is checked at\nProject Settings -> General");
     return -1;
   }
   if (!isSelecting) {
-    APP_LogError(
-        "Gang programmer module selection inactive.\nSet gang programmer module selection "
-        "at\nProject Settings -> General");
+    APP_LogError(APP_CAUSE::Project,
+                 "Gang programmer module selection inactive.\nSet gang programmer module selection "
+                 "at\nProject Settings -> General");
     return -1;
   }
   return DownloadToModules(connection, paFiles, NumFiles, progress.Get());

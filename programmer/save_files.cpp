@@ -71,7 +71,7 @@ int SaveBuffer(const std::string& name, const DYNBUFFER& buffer) {
 
 }  // namespace
 
-ZELMONT_HOOKS ZELMONT_Hooks = {CheckDataFits, SYS_GetLocalTime};
+ZELMONT_HOOKS ZELMONT_Hooks = {CheckDataFits, [](bool) {}, SYS_GetLocalTime};
 
 int ZELMONT_SaveConfigFile(const char* sName) {
   const std::string name =

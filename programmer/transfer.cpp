@@ -93,7 +93,8 @@ int Sender::Remove() {
     m_State = RemoteState::Removed;
     return 0;
   }
-  APP_LogErrorf("Could not remove \"%s\" from %s.", m_Path.c_str(), m_Label.c_str());
+  APP_LogErrorf(APP_CAUSE::Programmer, "Could not remove \"%s\" from %s.", m_Path.c_str(),
+                m_Label.c_str());
   return -1;
 }
 
@@ -132,8 +133,8 @@ int Sender::Replace(const ZELMONT_FILE_INFO& file) {
   }
   // Reserves the whole size: a full programmer says so before anything is on its way.
   if (VORTIC_FileWrite(m_Path.c_str(), nullptr, static_cast<u32>(file.NumBytes), 0) < 0) {
-    APP_LogErrorf("Could not create \"%s\" (%d bytes) on %s.", m_Path.c_str(), file.NumBytes,
-                  m_Label.c_str());
+    APP_LogErrorf(APP_CAUSE::Programmer, "Could not create \"%s\" (%d bytes) on %s.",
+                  m_Path.c_str(), file.NumBytes, m_Label.c_str());
     m_State = RemoteState::NotCreated;
     Discard();
     return -1;
@@ -161,6 +162,7 @@ int Sender::WritePieces(const ZELMONT_FILE_INFO& file) {
     const i32 result = VORTIC_FileWrite(m_Path.c_str(), file.pData + numDone, numDone, numPiece);
     if (result < 1 || static_cast<u32>(result) > numPiece) {
       APP_LogErrorf(
+          APP_CAUSE::Programmer,
           "Error while writing file content to %s. Offset: %d. NumBytes Remaining: %d FileName: "
           "%s.",
           m_Label.c_str(), numDone, numBytes - numDone, m_Path.c_str());
@@ -243,7 +245,7 @@ bool ZELMONT_IsCanceled(PROGRESS_INFO* pProgress) {
   if (PROGRESS_IsCanceled(pProgress) != 1) {
     return false;
   }
-  APP_LogError("Download canceled by user");
+  APP_LogError(APP_CAUSE::Canceled, "Download canceled by user");
   return true;
 }
 
@@ -251,7 +253,8 @@ bool ZELMONT_CheckCapability(i32 Capability) {
   if (VORTIC_HasCapability(Capability)) {
     return true;
   }
-  APP_LogError(Capability == ZELMONT_CAP_FILES
+  APP_LogError(APP_CAUSE::Programmer,
+               Capability == ZELMONT_CAP_FILES
                    ? "Connected programmer does not support file download."
                    : "Connected programmer does not support SPI in stand-alone mode.");
   return false;
@@ -261,12 +264,13 @@ bool ZELMONT_SetFileInfo(ZELMONT_FILE_INFO* pInfo, const char* sName, const void
                          u64 NumBytes) {
   *pInfo = {};
   if (std::strlen(sName) >= sizeof(pInfo->acName)) {
-    APP_LogErrorf("The name \"%s\" is too long for a programmer.",
+    APP_LogErrorf(APP_CAUSE::Usage, "The name \"%s\" is too long for a programmer.",
                   ZELMONT_PrintName(sName).c_str());
     return false;
   }
   if (NumBytes > static_cast<u64>(std::numeric_limits<i32>::max())) {
-    APP_LogErrorf("\"%s\" is too large for a programmer (%lu bytes).", sName, NumBytes);
+    APP_LogErrorf(APP_CAUSE::DoesNotFit, "\"%s\" is too large for a programmer (%lu bytes).", sName,
+                  NumBytes);
     return false;
   }
   UTIL_strcpy(pInfo->acName, sName, sizeof(pInfo->acName));
@@ -297,12 +301,12 @@ int APP_DownloadFileList(const char* sLabel, const char* sPrefix, const ZELMONT_
   if (isSent && APP_IsOperationAlive() != 0) {
     return 0;
   }
-  APP_LogErrorf("Failed to download file%s", NumFiles == 1 ? "" : "s");
+  APP_LogErrorf(APP_CAUSE::Programmer, "Failed to download file%s", NumFiles == 1 ? "" : "s");
   // Whoever goes on with the programmer has to know what it holds now.
   if (index != 0) {
-    APP_LogErrorf("State of %s: %u of %u file%s done, \"%s%s\" is %s.", sLabel, numComplete,
-                  NumFiles, NumFiles == 1 ? "" : "s", sPrefix, GetName(paFiles[index - 1]).c_str(),
-                  GetText(sender.GetState()));
+    APP_LogErrorf(APP_CAUSE::Programmer, "State of %s: %u of %u file%s done, \"%s%s\" is %s.",
+                  sLabel, numComplete, NumFiles, NumFiles == 1 ? "" : "s", sPrefix,
+                  GetName(paFiles[index - 1]).c_str(), GetText(sender.GetState()));
   }
   return -1;
 }

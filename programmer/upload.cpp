@@ -59,7 +59,8 @@ class Uploader {
   int CopyContent(const std::string& source, const std::string& target, u32 numBytes,
                   LocalFile* pFile);
   int FailWrite(const std::string& target, u32 offset, u32 numLeft) const {
-    APP_LogErrorf("Error while writing to file. Offset: %d. NumBytes Remaining: %d FileName: %s.",
+    APP_LogErrorf(APP_CAUSE::FileNotWritten,
+                  "Error while writing to file. Offset: %d. NumBytes Remaining: %d FileName: %s.",
                   offset, numLeft, target.c_str());
     return -1;
   }
@@ -80,7 +81,7 @@ bool MakeFolder(const std::string& dir) {
   }
   char acText[1024];
   APP_FormatFileError(dir.c_str(), "create", acText, sizeof(acText));
-  APP_LogError(acText);
+  APP_LogError(APP_CAUSE::FileNotWritten, acText);
   return false;
 }
 
@@ -139,7 +140,8 @@ int Uploader::TellRefused() const {
   if (count == 0) {
     return 0;
   }
-  APP_LogErrorf("%u name%s on %s cannot be used on this computer and were left out: %s", count,
+  APP_LogErrorf(APP_CAUSE::Programmer,
+                "%u name%s on %s cannot be used on this computer and were left out: %s", count,
                 count == 1 ? "" : "s", m_Label.c_str(), m_Refused.Refused.c_str());
   return -1;
 }
@@ -160,8 +162,9 @@ int Uploader::FetchFile(const std::string& destDir, const std::string& target,
   if (!file.IsOpen()) {
     char acCause[1024];
     APP_FormatFileError(target.c_str(), "save", acCause, sizeof(acCause));
-    APP_LogErrorf("Could not create \"%s\" on %s.", source.c_str(), destDir.c_str());
-    APP_LogError(acCause);
+    APP_LogErrorf(APP_CAUSE::Programmer, "Could not create \"%s\" on %s.", source.c_str(),
+                  destDir.c_str());
+    APP_LogError(APP_CAUSE::FileNotWritten, acCause);
   } else {
     result = CopyContent(source, target, numBytes, &file);
   }
@@ -183,6 +186,7 @@ int Uploader::CopyContent(const std::string& source, const std::string& target, 
     // What the library complains of has no certain content, whatever the count says.
     if (numRead != static_cast<i32>(numPiece) || APP_GetErrorCount() != numErrors) {
       APP_LogErrorf(
+          APP_CAUSE::Programmer,
           "Error while reading file content from %s. Offset: %d. NumBytes Remaining: %d FileName: "
           "%s.",
           m_Label.c_str(), numDone, numLeft, source.c_str());
@@ -200,7 +204,8 @@ int Uploader::CopyContent(const std::string& source, const std::string& target, 
 // An empty folder leaves nothing behind. The depth ends a programmer whose folders hold themselves.
 int Uploader::FetchFolder(const std::string& target, const std::string& source, u32 depth) {
   if (depth == 0) {
-    APP_LogErrorf("Failed to upload \"%s\" from %s to %s. Max. folder depth reached (%d)...",
+    APP_LogErrorf(APP_CAUSE::Programmer,
+                  "Failed to upload \"%s\" from %s to %s. Max. folder depth reached (%d)...",
                   source.c_str(), m_Label.c_str(), target.c_str(), ZELMONT_MAX_FOLDER_DEPTH);
     return -1;
   }
@@ -222,12 +227,14 @@ bool Uploader::List(const std::string& source, const std::string& target,
     count = ZELMONT_ReadListing(source, capacity, &listing);
   }
   if (count > static_cast<i32>(ZELMONT_MAX_DIR_ENTRIES)) {
-    APP_LogErrorf("Failed to upload \"%s\" from %s to %s. Max. number of entries reached (%d)...",
+    APP_LogErrorf(APP_CAUSE::Programmer,
+                  "Failed to upload \"%s\" from %s to %s. Max. number of entries reached (%d)...",
                   source.c_str(), m_Label.c_str(), target.c_str(), ZELMONT_MAX_DIR_ENTRIES);
     return false;
   }
   if (count < 0) {
-    APP_LogErrorf("Failed to upload \"%s\" from %s to %s. It is neither a file nor a folder.",
+    APP_LogErrorf(APP_CAUSE::Programmer,
+                  "Failed to upload \"%s\" from %s to %s. It is neither a file nor a folder.",
                   source.c_str(), m_Label.c_str(), target.c_str());
     return false;
   }

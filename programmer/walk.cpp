@@ -52,7 +52,8 @@ class Walker {
   // Links may lead in a circle: the depth ends that.
   int VisitFolder(const std::string& path, const std::string& name, u32 depth) {
     if (depth > m_MaxDepth) {
-      APP_LogErrorf("Failed to parse files in '%s', exceeded max. folder depth (%d).",
+      APP_LogErrorf(APP_CAUSE::Programmer,
+                    "Failed to parse files in '%s', exceeded max. folder depth (%d).",
                     ZELMONT_PrintPath(path).c_str(), m_MaxDepth);
       return -1;
     }
@@ -73,7 +74,8 @@ class Walker {
   // Once: the folders around it say nothing new.
   int FailFolder(const std::string& path) {
     if (!m_IsFolderTold) {
-      APP_LogErrorf("Failed to parse files in '%s'", ZELMONT_PrintPath(path).c_str());
+      APP_LogErrorf(APP_CAUSE::Programmer, "Failed to parse files in '%s'",
+                    ZELMONT_PrintPath(path).c_str());
       m_IsFolderTold = true;
     }
     return -1;
@@ -81,7 +83,7 @@ class Walker {
   static int FailOpen(const std::string& path) {
     char acText[1024];
     APP_FormatOpenError(ZELMONT_PrintPath(path).c_str(), acText, sizeof(acText));
-    APP_LogError(acText);
+    APP_LogError(APP_CAUSE::FileNotRead, acText);
     return -1;
   }
 
@@ -113,7 +115,7 @@ bool IsPathOfNames(std::string_view path) {
 }
 
 int FailRead(const char* sName) {
-  APP_LogErrorf("\"%s\" cannot be read or was changed meanwhile.", sName);
+  APP_LogErrorf(APP_CAUSE::FileNotRead, "\"%s\" cannot be read or was changed meanwhile.", sName);
   return -1;
 }
 
@@ -121,7 +123,8 @@ int FailRead(const char* sName) {
 int CountFile(void* pContext, SYS_HANDLE hFile, const char* sName) {
   Batch& batch = *static_cast<Batch*>(pContext);
   if (!IsPathOfNames(sName)) {
-    APP_LogErrorf("A programmer takes no name such as \"%s\".", ZELMONT_PrintName(sName).c_str());
+    APP_LogErrorf(APP_CAUSE::Usage, "A programmer takes no name such as \"%s\".",
+                  ZELMONT_PrintName(sName).c_str());
     return -1;
   }
   const i64 size = SYS_FILE_GetSize(hFile);
@@ -135,7 +138,8 @@ int CountFile(void* pContext, SYS_HANDLE hFile, const char* sName) {
   batch.NumFiles += 1;
   batch.NumBytes += static_cast<u64>(size);
   if (batch.NumBytes > kMaxTotal) {
-    APP_LogErrorf("The files are too large for a programmer (\"%s\").", sName);
+    APP_LogErrorf(APP_CAUSE::DoesNotFit, "The files are too large for a programmer (\"%s\").",
+                  sName);
     return -1;
   }
   return 0;
@@ -175,7 +179,8 @@ bool CheckNamesDiffer(const Batch& batch) {
   if (twice == names.end()) {
     return true;
   }
-  APP_LogErrorf("Two of the files would both be \"%s\" on the programmer.", *twice);
+  APP_LogErrorf(APP_CAUSE::Usage, "Two of the files would both be \"%s\" on the programmer.",
+                *twice);
   return false;
 }
 
@@ -186,7 +191,7 @@ bool LoadBatch(const char* pNames, u32 numNames, Batch* pBatch) {
   }
   pBatch->pData.reset(new (std::nothrow) u8[pBatch->NumBytes]);
   if (pBatch->pData == nullptr) {
-    APP_LogError("Insufficient memory!");
+    APP_LogError(APP_CAUSE::OutOfMemory, "Insufficient memory!");
     return false;
   }
   pBatch->Files.reserve(pBatch->NumFiles);
@@ -194,7 +199,7 @@ bool LoadBatch(const char* pNames, u32 numNames, Batch* pBatch) {
     return false;
   }
   if (pBatch->Files.size() != pBatch->NumFiles) {
-    APP_LogError("Files were removed while they were read.");
+    APP_LogError(APP_CAUSE::FileNotRead, "Files were removed while they were read.");
     return false;
   }
   return CheckNamesDiffer(*pBatch);

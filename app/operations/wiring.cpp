@@ -38,6 +38,12 @@ void OnConnectionChanged() {
   APP_UpdateMenuBar();
 }
 
+void EnableGui(bool onOff) {
+  if (APP_FRONTEND* pFrontEnd = APP_GetFrontEnd(); pFrontEnd != nullptr) {
+    pFrontEnd->EnableGUI(onOff);
+  }
+}
+
 void PauseWindowCheck(bool isOpening) {
   if (APP_FRONTEND* pFrontEnd = APP_GetFrontEnd(); pFrontEnd != nullptr) {
     pFrontEnd->EnableDataWindowCheck(!isOpening);
@@ -72,6 +78,7 @@ void APP_ConnectLayers() {
 
   // The files of a stand-alone programmer hold what fits the chip, moved there if the user likes.
   ZELMONT_Hooks.pfCheckDataFits = APP_CheckDataFits;
+  ZELMONT_Hooks.pfEnableGui = EnableGui;
 
   // A changed connection is shown, and an image with its new serial number; without a driver
   // library the program ends.
