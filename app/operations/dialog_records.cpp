@@ -35,6 +35,7 @@ GLOBAL_SETTINGS APP_GetGlobalSettings() {
   settings.AutoMode = SETUP_GetAutoMode();
   settings.AutoDisconnect = SETUP_GetAutoDisconnect() != 0;
   settings.AutoBlankCheck = SETUP_GetAutoBlankCheck() != 0;
+  settings.VerifyErase = SETUP_GetVerifyErase() != 0;
   settings.SkipBlankAreas = SETUP_GetSkipBlankAreas() != 0;
   SETUP_GetVorticLogFile(settings.sVorticLogFile, sizeof settings.sVorticLogFile, false);
   SETUP_GetKorvaneLogFile(settings.sKorvaneLogFile, sizeof settings.sKorvaneLogFile, false);
@@ -54,6 +55,7 @@ void APP_SetGlobalSettings(const GLOBAL_SETTINGS& settings) {
   SETUP_SetKorvaneLogFile(settings.sKorvaneLogFile);
   SETUP_SetAutoMode(settings.AutoMode);
   SETUP_SetAutoDisconnect(settings.AutoDisconnect);
+  SETUP_SetVerifyErase(settings.VerifyErase);
   SETUP_SetAutoBlankCheck(settings.AutoBlankCheck);
   SETUP_SetSkipBlankAreas(settings.SkipBlankAreas);
   SETUP_SetAutoSaveProject(settings.AutoSaveProject);

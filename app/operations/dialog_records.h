@@ -22,6 +22,7 @@ struct GLOBAL_SETTINGS {
   u32 AutoMode;  // 0 affected sectors, 1 selected sectors, 2 all sectors
   u8 AutoDisconnect;
   u8 AutoBlankCheck;
+  u8 VerifyErase;
   u8 SkipBlankAreas;
   char sVorticLogFile[512];
   char sKorvaneLogFile[512];
