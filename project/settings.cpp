@@ -149,9 +149,15 @@ void LoadText() {
 // read-only, the write goes ahead and tells what stands against it.
 class FileTurn {
  public:
-  FileTurn()
-      : m_hFile(SYS_FILE_OpenEx((std::string(Store.acFileName) + ".lock").c_str(),
-                                SYS_FILE_WRITE | SYS_FILE_CREATE, kNumTurnRetries, kRetryDelayMs)) {
+  FileTurn() {
+    const std::string name = std::string(Store.acFileName) + ".lock";
+    for (u32 i = 0; i < kNumTurnRetries; ++i) {
+      m_hFile = SYS_FILE_Open(name.c_str(), SYS_FILE_WRITE | SYS_FILE_CREATE);
+      if (m_hFile != SYS_INVALID_FILE || SYS_GetLastError() != SYS_ERROR_SHARING_VIOLATION) {
+        return;
+      }
+      SYS_Sleep(kRetryDelayMs);
+    }
   }
   ~FileTurn() {
     if (m_hFile != SYS_INVALID_FILE) {
@@ -162,7 +168,7 @@ class FileTurn {
   FileTurn& operator=(const FileTurn&) = delete;
 
  private:
-  SYS_HANDLE m_hFile;
+  SYS_HANDLE m_hFile = SYS_INVALID_FILE;
 };
 
 // What another program stored since the file was read stays: only what this one changed and has not
