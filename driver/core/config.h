@@ -10,6 +10,10 @@
 
 namespace vortic {
 
+// What the data line of the probe reads while nobody drives it: a pull-up, a pull-down, or the bit
+// that the line had last.
+enum class FloatLevel : u8 { Zero, One, Last };
+
 // One section [ProbeN] of the configuration file. Every value has been checked; names of files are
 // complete.
 struct ProbeConfig {
@@ -31,6 +35,8 @@ struct ProbeConfig {
   u64 CallLatencyNs = 0;
   FaultPlan Faults;
   u32 FaultLine = 0;
+  FloatLevel Float = FloatLevel::One;
+  bool StrictClient = false;
   u8 StatusRegister = 0;  // non-volatile bits at power-up
   std::vector<i32> DisabledFunctions;
   u32 InterfaceMask = 0;

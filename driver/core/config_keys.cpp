@@ -126,6 +126,19 @@ bool SetTime(const KeyArgs& args) {
   return true;
 }
 
+bool SetFloat(const KeyArgs& args) {
+  constexpr std::pair<std::string_view, FloatLevel> levels[] = {
+      {"0", FloatLevel::Zero}, {"1", FloatLevel::One}, {"last", FloatLevel::Last}};
+  for (const auto& [name, level] : levels) {
+    if (EqualNoCase(args.Value, name)) {
+      args.Probe.Float = level;
+      return true;
+    }
+  }
+  args.Reason = Format("Float is 0, 1 or last, not \"%s\"", Printable(args.Value).c_str());
+  return false;
+}
+
 bool SetLatency(const KeyArgs& args) {
   u64 microSeconds = 0;
   const bool isGood = SetNumber(args, kMaxLatencyUs, &microSeconds);
@@ -220,6 +233,8 @@ constexpr KeyRow kKeys[] = {
     {"Time", SetTime},
     {"CallLatencyUs", SetLatency},
     {"Fault", [](const KeyArgs& a) { return ParseFaultPlan(a.Value, &a.Probe.Faults, &a.Reason); }},
+    {"Float", SetFloat},
+    {"StrictClient", [](const KeyArgs& a) { return SetNumber(a, 1, &a.Probe.StrictClient); }},
     {"StatusRegister",
      [](const KeyArgs& a) { return SetNumber(a, 0xFF, &a.Probe.StatusRegister); }},
     {"DisableFunctions",

@@ -93,6 +93,50 @@ bool AddListResult(std::string_view text, std::vector<FaultPlan::ListResult>* pR
   return true;
 }
 
+// A length: a number of calls, or a time with "us" or "ms" behind it.
+bool ParseTime(std::string_view text, u64* pNs) {
+  constexpr u64 maxMs = 3600000;
+  const u64 unitNs = text.ends_with("ms") ? 1000000 : text.ends_with("us") ? 1000 : 0;
+  if (unitNs == 0) {
+    return false;
+  }
+  text.remove_suffix(2);
+  const std::optional<u64> count = ParseNumber(Trim(text), maxMs * 1000000 / unitNs);
+  *pNs = count.value_or(0) * unitNs;
+  return count.has_value();
+}
+
+// "power:LENGTH@N", "link:LENGTH@N", with a delay "+TIME" behind the call or without.
+bool AddDip(std::string_view text, std::vector<FaultPlan::Dip>* pDips) {
+  std::string_view what;
+  std::string_view call;
+  if (!CutAtSign(text, &what, &call)) {
+    return false;
+  }
+  FaultPlan::Dip dip = {};
+  const std::size_t colon = what.find(':');
+  dip.IsLink = EqualNoCase(Trim(what.substr(0, colon)), "link");
+  if (colon == std::string_view::npos ||
+      (!dip.IsLink && !EqualNoCase(Trim(what.substr(0, colon)), "power"))) {
+    return false;
+  }
+  const std::string_view length = Trim(what.substr(colon + 1));
+  dip.IsTimed = ParseTime(length, &dip.Length);
+  if ((!dip.IsTimed && !ParseOneCall(length, &dip.Length)) || dip.Length == 0) {
+    return false;
+  }
+  const std::size_t plus = call.find('+');
+  if (plus != std::string_view::npos && !ParseTime(Trim(call.substr(plus + 1)), &dip.DelayNs)) {
+    return false;
+  }
+  // A link that dips in the middle of a call fails that call: there is nothing between.
+  if (!ParseOneCall(Trim(call.substr(0, plus)), &dip.Call) || (dip.IsLink && dip.DelayNs != 0)) {
+    return false;
+  }
+  pDips->push_back(dip);
+  return true;
+}
+
 // A factor below 1 makes the chip faster, which is as good a test.
 bool ParseSlow(std::string_view text, FaultPlan* pPlan) {
   double factor = 0;
@@ -128,6 +172,18 @@ constexpr FaultRow kFaults[] = {
     {"timeout", '@', "timeout@N",
      [](std::string_view t, FaultPlan* p) { return AddCall(t, &p->TimeoutAt); }},
     {"nak", '@', "nak@N", [](std::string_view t, FaultPlan* p) { return AddCall(t, &p->NakAt); }},
+    {"mute", '@', "mute@N",
+     [](std::string_view t, FaultPlan* p) { return AddCall(t, &p->MuteAt); }},
+    {"lost", '@', "lost@N",
+     [](std::string_view t, FaultPlan* p) { return AddCall(t, &p->LostAt); }},
+    {"stale", '@', "stale@N",
+     [](std::string_view t, FaultPlan* p) { return AddCall(t, &p->StaleAt); }},
+    {"fastbusy", '@', "fastbusy@N",
+     [](std::string_view t, FaultPlan* p) { return ParseOneCall(t, &p->FastBusyAt); }},
+    {"noise", '=', "noise=N",
+     [](std::string_view t, FaultPlan* p) { return ParseOneCall(t, &p->NoiseEvery); }},
+    {"dip", '=', "dip=power:LENGTH@N or dip=link:LENGTH@N",
+     [](std::string_view t, FaultPlan* p) { return AddDip(t, &p->Dips); }},
     {"cutpower", '@', "cutpower@N",
      [](std::string_view t, FaultPlan* p) { return ParseOneCall(t, &p->CutPowerAt); }},
     {"flip", '=', "flip=ADDR:BIT",

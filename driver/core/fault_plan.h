@@ -21,9 +21,25 @@ struct FaultPlan {
     i32 Value;
   };
 
+  // Something is off for a while and comes back. It begins DelayNs behind the start of its call and
+  // lasts a number of calls, that one included, or a time of the probe's clock.
+  struct Dip {
+    bool IsLink;  // else the target's power
+    bool IsTimed;
+    u64 Length;  // calls, or ns
+    u64 Call;
+    u64 DelayNs;
+  };
+
   u64 DisconnectAt = 0;
   std::vector<u64> TimeoutAt;
   std::vector<u64> NakAt;
+  std::vector<u64> MuteAt;   // fails without a text
+  std::vector<u64> LostAt;   // carried out, but its answer never comes
+  std::vector<u64> StaleAt;  // carried out, but what comes back is the answer of the call before
+  std::vector<Dip> Dips;
+  u64 NoiseEvery = 0;  // one flipped bit in every so many bytes read; 0: none
+  u64 FastBusyAt = 0;
   u64 BusyForeverAt = 0;
   u64 PowerAt = 0;
   u32 PowerMilliVolts = 0;

@@ -34,7 +34,7 @@ u8 DensityCode(u64 size) {
 
 }  // namespace
 
-Chip::Chip(ChipTraits traits, ArrayStore& store, SimClock& clock)
+Chip::Chip(ChipTraits traits, ArrayStore& store, Clock& clock)
     : m_Traits(std::move(traits)), m_Store(store), m_Clock(clock) {
   // Without pages the array as a whole is one.
   m_Buffer.resize(m_Traits.Kind == ChipKind::Fram ? m_Traits.Size : m_Traits.PageBytes);
@@ -46,6 +46,11 @@ void Chip::LoseVolatile() {
   m_IsLocked = m_Traits.StartsLocked;
   m_Flags = 0;
   m_LiveStatus2 = m_Status2;
+}
+
+void Chip::FillFloating(std::span<u8> data) const {
+  const bool isHigh = m_Float == FloatLevel::One || (m_Float == FloatLevel::Last && m_LastBit);
+  std::fill(data.begin(), data.end(), isHigh ? u8{0xFF} : u8{0});
 }
 
 void Chip::Select() {
@@ -83,7 +88,7 @@ void Chip::Shift(const PinPhase& phase) {
   }
   // Until the part drives the line, and when it never does, it reads as 1.
   if (phase.pRead != nullptr && (!IsListening() || m_Frame.At != Stage::Data)) {
-    std::memset(phase.pRead, 0xFF, numBytes);
+    FillFloating({phase.pRead, numBytes});
   }
   for (u32 pos = 0; pos < phase.NumBits && IsListening();) {
     switch (m_Frame.At) {
@@ -231,7 +236,7 @@ void Chip::TakeData(const PinPhase& phase, u32 pos) {
   if (movesData && phase.NumLanes != m_Frame.Form.DataLanes) {
     Refuse(ClientFault::WrongLanes);
     if (phase.pRead != nullptr) {
-      std::memset(phase.pRead, 0xFF, (std::size_t{phase.NumBits} + 7) / 8);
+      FillFloating({phase.pRead, (std::size_t{phase.NumBits} + 7) / 8});
     }
     return;
   }
@@ -244,12 +249,13 @@ void Chip::TakeData(const PinPhase& phase, u32 pos) {
     u8* pData = phase.pRead + pos / 8;
     m_Frame.IsGarbage = m_Frame.IsGarbage || !isAligned;
     Send({pData, numBytes});
+    m_LastBit = numBytes != 0 ? (pData[numBytes - 1] & 1) != 0 : m_LastBit;
     if (numBits % 8 != 0) {
       pData[numBytes] = 0xFF;
     }
   } else {
     if (phase.pRead != nullptr) {
-      std::memset(phase.pRead + pos / 8, 0xFF, (std::size_t{numBits} + 7) / 8);
+      FillFloating({phase.pRead + pos / 8, (std::size_t{numBits} + 7) / 8});
     }
     if (isAligned && phase.pWrite != nullptr) {
       Collect({phase.pWrite + pos / 8, numBytes});

@@ -3,10 +3,11 @@
 #include <span>
 #include <vector>
 
+#include "driver/core/clock.h"
+#include "driver/core/config.h"
 #include "driver/sim/array_store.h"
 #include "driver/sim/chip_traits.h"
 #include "driver/sim/client_fault.h"
-#include "driver/sim/sim_clock.h"
 #include "sys/types.h"
 
 namespace vortic {
@@ -27,7 +28,7 @@ struct PinPhase {
 // is counted, and has the effect that it has on a real part: mostly none.
 class Chip {
  public:
-  Chip(ChipTraits traits, ArrayStore& store, SimClock& clock);
+  Chip(ChipTraits traits, ArrayStore& store, Clock& clock);
 
   // Edges of chip select. A second edge of the same kind is none: the line is there already.
   void Select();
@@ -41,6 +42,10 @@ class Chip {
   // The power fails for good in the middle of the running operation, or of the next one.
   void CutPower();
   bool IsCut() const { return m_IsCut; }
+
+  void SetFloat(FloatLevel level) { m_Float = level; }
+  // What the data line reads while nobody drives it.
+  void FillFloating(std::span<u8> data) const;
 
   // Operations never end from now on.
   void StayBusy();
@@ -130,7 +135,7 @@ class Chip {
 
   const ChipTraits m_Traits;
   ArrayStore& m_Store;
-  SimClock& m_Clock;
+  Clock& m_Clock;
   ClientFaults m_Faults;
 
   bool m_IsSelected = false;
@@ -140,6 +145,8 @@ class Chip {
   bool m_CutIsArmed = false;
   bool m_StaysBusy = false;
   double m_Slow = 1.0;
+  FloatLevel m_Float = FloatLevel::One;
+  bool m_LastBit = true;  // that the part drove onto the line
   Frame m_Frame;
 
   // Volatile.

@@ -12,6 +12,8 @@ namespace {
 
 constexpr u32 kMinMilliVolts = 1000;
 constexpr u32 kSupplyMilliVolts = 3300;
+// A look at a fast mode that never ends.
+constexpr u64 kFastBusyNs = 10000000;
 constexpr u32 kConfigMemBytes = 256;
 constexpr u32 kNicknameOffset = 80;
 constexpr u32 kNicknameBytes = 32;
@@ -46,7 +48,15 @@ SimBackend::SimBackend(const ProbeConfig& config, Reporter& reporter)
       m_Chip(MakeSimTraits(config), m_Store, m_Clock),
       m_Bus(m_Chip, m_Clock, m_Stats),
       m_Fast(m_Bus),
-      m_Files(config.FileSystem, u64{config.FileSystemKiB} * 1024) {
+      m_Files(config.FileSystem, u64{config.FileSystemKiB} * 1024),
+      m_PowerDips(m_Config.Faults.Dips, false) {
+  const FaultPlan& plan = m_Config.Faults;
+  // These are there from the start, and whatever the client sees may come of them.
+  m_Stats.Struck =
+      !plan.Id.empty() || !plan.Flipped.empty() || !plan.Stuck.empty() || plan.Slow != 1.0;
+  m_Chip.SetFloat(config.Float);
+  m_Bus.SetNoise(plan.NoiseEvery);
+  m_Bus.SetOnTime([this] { return UpdatePower(); });
   m_Store.SetDefects(config.Faults.Flipped, config.Faults.Stuck);
   m_Chip.SetSlowFactor(config.Faults.Slow);
   m_Chip.SetStatusRegister(config.StatusRegister);
@@ -106,13 +116,30 @@ void SimBackend::Close() {
   if (!reason.empty()) {
     m_Reporter.Error(reason);
   }
+  ReportClientFaults();
+}
+
+// What was done wrong behind an injected fault is told, but fails nothing: such a client may have
+// been misled.
+void SimBackend::ReportClientFaults() {
+  if (m_Stats.Struck == 0) {
+    m_OwnFaults = m_Chip.Faults();
+  }
+  std::string own;
   for (std::size_t i = 0; i < kNumClientFaults; ++i) {
     const auto kind = static_cast<ClientFault>(i);
+    if (const unsigned long long numOwn = m_OwnFaults.Count(kind); numOwn != 0) {
+      own += Format("%s%llu x %s", own.empty() ? "" : ", ", numOwn, ClientFaultName(kind));
+    }
     const unsigned long long count = m_Chip.Faults().Count(kind);
     if (count != 0) {
       m_Reporter.Log(Format("Simulated chip %s: %llu x %s", m_Chip.Traits().Name.c_str(), count,
                             ClientFaultName(kind)));
     }
+  }
+  if (m_Config.StrictClient && !own.empty()) {
+    m_Reporter.Error(Format("The client of the simulated chip %s made faults: %s.",
+                            m_Chip.Traits().Name.c_str(), own.c_str()));
   }
 }
 
@@ -128,6 +155,11 @@ bool SimBackend::HasCapability(i32 capability) const {
 }
 
 bool SimBackend::BeginCall() {
+  if (m_Stats.Struck == 0) {
+    m_OwnFaults = m_Chip.Faults();
+  }
+  m_PowerDips.BeginCall(m_Link.CallNumber() + 1, m_Clock.Now());
+  UpdatePower();
   if (!m_Link.BeginCall()) {
     return false;
   }
@@ -135,13 +167,16 @@ bool SimBackend::BeginCall() {
   const u64 call = m_Link.CallNumber();
   if (plan.BusyForeverAt != 0 && call >= plan.BusyForeverAt) {
     m_Chip.StayBusy();
+    ++m_Stats.Struck;
   }
   if (plan.PowerAt != 0 && call >= plan.PowerAt && !m_HasPowerFault) {
     m_HasPowerFault = true;
+    ++m_Stats.Struck;
     UpdatePower();
   }
   if (plan.CutPowerAt != 0 && call >= plan.CutPowerAt && !m_WasCutAsked) {
     m_WasCutAsked = true;
+    ++m_Stats.Struck;
     m_Chip.CutPower();
   }
   return true;
@@ -153,12 +188,12 @@ bool SimBackend::EndCall() {
   if (!reason.empty()) {
     m_Reporter.Error(reason);
   }
-  return reason.empty();
+  return m_Link.EndCall() && reason.empty();
 }
 
 // Faults win over the supply, the supply over the board. A hub has no board.
 u32 SimBackend::MilliVolts() const {
-  if (m_Chip.IsCut() || m_Config.IsHub()) {
+  if (m_Chip.IsCut() || m_Config.IsHub() || m_IsInDip) {
     return 0;
   }
   if (m_HasPowerFault) {
@@ -168,8 +203,12 @@ u32 SimBackend::MilliVolts() const {
                       : m_Config.TargetMilliVolts;
 }
 
-void SimBackend::UpdatePower() {
+u64 SimBackend::UpdatePower() {
+  const u64 nowNs = m_Clock.Now();
+  m_IsInDip = m_PowerDips.IsOff(nowNs);
+  m_Stats.Struck += m_IsInDip ? 1 : 0;
   m_Chip.SetPower(MilliVolts() >= kMinMilliVolts);
+  return m_PowerDips.NextChangeNs(nowNs);
 }
 
 bool SimBackend::GetInterfaces(u32* pMask) {
@@ -253,12 +292,10 @@ bool SimBackend::ReadConfigMem(u32 offset, std::span<u8> data) {
   return true;
 }
 
-// A status byte that never came must not look ready to a client that doesn't look at results.
+// The line as the probe finds it when nothing was moved.
 void SimBackend::FillUnread(const Phase& phase) const {
-  const ChipTraits& traits = m_Chip.Traits();
-  const bool readyIsOne = traits.HasFlagStatus || traits.Kind == ChipKind::PageErase;
   if (phase.pRead != nullptr) {
-    std::memset(phase.pRead, readyIsOne ? 0x00 : 0xFF, (std::size_t{phase.NumBits} + 7) / 8);
+    m_Chip.FillFloating({phase.pRead, (std::size_t{phase.NumBits} + 7) / 8});
   }
 }
 
@@ -268,7 +305,14 @@ bool SimBackend::Transfer(const Phase& phase) {
     return false;
   }
   m_Bus.Shift(phase);
-  return EndCall();
+  if (phase.pRead != nullptr) {
+    m_Link.Answer({phase.pRead, (std::size_t{phase.NumBits} + 7) / 8}, 0xFF);
+  }
+  const bool isGood = EndCall();
+  if (!isGood) {
+    FillUnread(phase);
+  }
+  return isGood;
 }
 
 int SimBackend::RunList(std::span<VORTIC_SPI_CMD> list) {
@@ -286,6 +330,12 @@ int SimBackend::RunList(std::span<VORTIC_SPI_CMD> list) {
   const int result = vortic::RunList(m_Bus, list, &error);
   if (!error.empty()) {
     m_Reporter.Error(error);
+  }
+  for (VORTIC_SPI_CMD& cmd : list) {
+    if (cmd.pRead != nullptr) {
+      m_Link.Answer({cmd.pRead, (std::size_t{cmd.NumBits} + 7) / 8}, 0xFF);
+    }
+    m_Link.AnswerValue(&cmd.Result);
   }
   return EndCall() ? result : VORTIC_ERR_GENERAL;
 }
@@ -342,7 +392,14 @@ int SimBackend::FastWait(u32* pFailAddr) {
     m_Fast.Abandon();  // the job ends here, and nothing of it may run in the next one
     return VORTIC_ERR_GENERAL;
   }
-  const int result = m_Fast.Wait(pFailAddr);
+  const u64 busyAt = m_Config.Faults.FastBusyAt;
+  if (busyAt != 0 && m_Link.CallNumber() >= busyAt) {
+    ++m_Stats.Struck;
+    m_Clock.Wait(kFastBusyNs);
+    return EndCall() ? 1 : VORTIC_ERR_GENERAL;
+  }
+  int result = m_Fast.Wait(pFailAddr);
+  m_Link.AnswerValue(&result);
   return EndCall() ? result : VORTIC_ERR_GENERAL;
 }
 
@@ -350,9 +407,9 @@ std::string SimBackend::Statistics() {
   const auto n = [](u64 value) { return static_cast<unsigned long long>(value); };
   return Format(
       "ClockNs=%llu Calls=%llu RoundTrips=%llu Bits=%llu BusyNs=%llu IdleNs=%llu "
-      "Faults=%llu",
+      "Faults=%llu Struck=%llu",
       n(m_Clock.Now()), n(m_Stats.Calls), n(m_Stats.RoundTrips), n(m_Stats.Bits),
-      n(m_Chip.BusyTotalNs()), n(m_Clock.IdleNs()), n(m_Chip.Faults().Total()));
+      n(m_Chip.BusyTotalNs()), n(m_Clock.IdleNs()), n(m_Chip.Faults().Total()), n(m_Stats.Struck));
 }
 
 }  // namespace vortic

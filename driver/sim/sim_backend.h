@@ -1,12 +1,12 @@
 #pragma once
 
 #include "driver/core/backend.h"
+#include "driver/core/clock.h"
 #include "driver/core/file_area.h"
+#include "driver/core/link.h"
 #include "driver/sim/array_store.h"
 #include "driver/sim/chip.h"
 #include "driver/sim/sim_bus.h"
-#include "driver/sim/sim_clock.h"
-#include "driver/sim/sim_link.h"
 
 namespace vortic {
 
@@ -57,7 +57,7 @@ class SimBackend : public Backend {
   std::string Statistics() override;
 
   Chip& TheChip() { return m_Chip; }
-  SimClock& Clock() { return m_Clock; }
+  Clock& TheClock() { return m_Clock; }
 
  private:
   // Every call over the cable stands between these two. False: it failed, and was reported.
@@ -66,7 +66,9 @@ class SimBackend : public Backend {
   bool HasCapability(i32 capability) const;
   std::string Introduction() const;
   u32 MilliVolts() const;
-  void UpdatePower();
+  // Brings the target's power up to now; the clock at which it changes next by itself.
+  u64 UpdatePower();
+  void ReportClientFaults();
   void FillUnread(const Phase& phase) const;
   template <class F>
   bool QueueFast(u64 addr, F&& f);
@@ -76,9 +78,9 @@ class SimBackend : public Backend {
 
   const ProbeConfig m_Config;
   Reporter& m_Reporter;
-  SimStats m_Stats;
-  SimClock m_Clock;
-  SimLink m_Link;
+  Stats m_Stats;
+  Clock m_Clock;
+  Link m_Link;
   ArrayStore m_Store;
   Chip m_Chip;
   SimBus m_Bus;
@@ -86,8 +88,12 @@ class SimBackend : public Backend {
   FileArea m_Files;
   i32 m_Interface = VORTIC_TIF_SPI;
   bool m_IsSupplied = false;
+  Dips m_PowerDips;
+  // What the client did wrong before the first injected fault struck.
+  ClientFaults m_OwnFaults;
   bool m_HasPowerFault = false;
   bool m_WasCutAsked = false;
+  bool m_IsInDip = false;
   bool m_IsResetLow = false;
   u32 m_FixedVTref = 0;  // 0: the voltage is measured
   u64 m_NumListRuns = 0;

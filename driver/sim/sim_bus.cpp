@@ -47,12 +47,32 @@ bool SimBus::Shift(const Phase& phase) {
     PassTimeOfPolls();
   }
   MoveBits(phase.NumBits, numLanes);
+  NextChangeNs();
   m_Chip.Shift({phase.pWrite, phase.pRead, phase.NumBits, numLanes,
                 (phase.Flags & VORTIC_SPI_DUMMY) != 0, m_HasQuadLines});
+  if (phase.pRead != nullptr) {
+    AddNoise({phase.pRead, (std::size_t{phase.NumBits} + 7) / 8});
+  }
   if ((phase.Flags & VORTIC_SPI_CS_INACTIVE) != 0) {
     m_Chip.Deselect();
   }
   return true;
+}
+
+// Which bit follows from the number of the byte, so that every run has the same ones.
+void SimBus::AddNoise(std::span<u8> data) {
+  const u64 before = m_NumRead;
+  m_NumRead += data.size();
+  if (m_NoiseEvery == 0) {
+    return;
+  }
+  for (u64 at = before / m_NoiseEvery * m_NoiseEvery + m_NoiseEvery - 1; at < m_NumRead;
+       at += m_NoiseEvery) {
+    if (at >= before) {
+      data[at - before] ^= static_cast<u8>(1U << ((at * 0x9E3779B97F4A7C15U) >> 61));
+      ++m_Stats.Struck;
+    }
+  }
 }
 
 // A client that polls by itself would have to ask millions of times before a virtual clock that
@@ -72,7 +92,8 @@ void SimBus::PassTimeOfPolls() {
   }
   const u64 leftNs = m_Chip.ReadyNs() - m_Clock.Now();
   const u64 lookNs = u64{8} * 1000000 / m_SpeedkHz;
-  m_Clock.Wait(leftNs <= 2 * lookNs ? leftNs : leftNs / 2);
+  const u64 waitNs = leftNs <= 2 * lookNs ? leftNs : leftNs / 2;
+  m_Clock.Wait(std::min(waitNs, NextChangeNs() - m_Clock.Now()));
 }
 
 // Moves the clock to where the next look is worth it, at most to the deadline. Looks come in whole
@@ -84,6 +105,7 @@ void SimBus::WaitForChip(u64 deadlineNs, u64 periodNs) {
     const u64 leftNs = m_Chip.ReadyNs() > nowNs ? m_Chip.ReadyNs() - nowNs : 0;
     untilNs = std::min(deadlineNs, nowNs + (leftNs + periodNs - 1) / periodNs * periodNs);
   }
+  untilNs = std::min(untilNs, NextChangeNs());
   // The look itself takes a period of it.
   m_Clock.Wait(untilNs > nowNs + periodNs ? untilNs - nowNs - periodNs : 0);
 }
@@ -99,7 +121,9 @@ PollOutcome SimBus::Poll(const VORTIC_POLL_PARA& para, u32 flags, u8* pStatus) {
   PollOutcome outcome = PollOutcome::TimedOut;
   for (;;) {
     MoveBits(8, numLanes);
+    NextChangeNs();
     m_Chip.Shift({nullptr, pStatus, 8, numLanes, false, m_HasQuadLines});
+    AddNoise({pStatus, 1});
     if ((*pStatus & para.Mask) == para.Expected) {
       outcome = PollOutcome::Ready;
       break;

@@ -29,15 +29,69 @@ TEST_F(FaultTest, LinkFaultsHitTheirCallAndAreTold) {
   }
 }
 
-TEST_F(FaultTest, AStatusThatNeverCameIsNotReady) {
+// What a transfer that was not carried out leaves behind is what the board's line floats to, which
+// is ready on some parts: a client has to look at more than that.
+TEST_F(FaultTest, AStatusThatNeverCameIsTheFloatingLine) {
+  for (const char* sChip : {"W25Q128FV", "N25Q256A", "AT25PE20"}) {
+    for (const auto& [key, read] :
+         {std::pair{"", "FF"}, {"Float = 0\n", "00"}, {"Float = 1\n", "FF"}}) {
+      Open(sChip, std::string(key) + "Fault = disconnect@2");
+      EXPECT_EQ(Run("05 >1"), read);
+      VORTICARM_Close();
+    }
+  }
+}
+
+// Faults that come and go. Opening and setting the speed takes call 1, a frame of Run three calls.
+TEST_F(FaultTest, FaultsThatComeAndGo) {
   const struct {
-    const char* sChip;
-    const char* sRead;
-  } rows[] = {{"W25Q128FV", "FF"}, {"N25Q256A", "00"}, {"AT25PE20", "00"}};
+    const char* sKeys;
+    const char* sReads;  // of four frames, one behind the other
+    std::size_t NumErrors;
+  } rows[] = {
+      {"", "EF40 EF40 EF40 EF40", 0},
+      {"Fault = mute@4", "FFFF EF40 EF40 EF40", 0},
+      {"Float = 0\nFault = mute@4", "0000 EF40 EF40 EF40", 0},
+      {"Fault = dip=link:3@4", "FFFF EF40 EF40 EF40", 1},
+      {"Fault = dip=power:3@3", "FFFF EF40 EF40 EF40", 0},
+      {"Float = 0\nFault = dip=power:6@3", "0000 0000 EF40 EF40", 0},
+  };
   for (const auto& row : rows) {
-    Open(row.sChip, "Fault = disconnect@2");
-    EXPECT_EQ(Run("05 >1"), row.sRead);
+    SCOPED_TRACE(row.sKeys);
+    Open("W25Q128FV", row.sKeys);
+    s_Errors.clear();
+    std::string reads;
+    for (u32 i = 0; i < 4; ++i) {
+      reads += (i == 0 ? "" : " ") + Run("9F >2");
+    }
+    EXPECT_EQ(reads, row.sReads);
+    EXPECT_EQ(s_Errors.size(), row.NumErrors);
+    EXPECT_EQ(Figure("Struck") != 0, row.sKeys[0] != '\0');
     VORTICARM_Close();
+  }
+  // What the chip loses with its power is gone behind a dip: the write latch.
+  for (const char* sKeys : {"", "Fault = dip=power:1@5"}) {
+    Open("W25Q128FV", sKeys);
+    Run("06");
+    Run("05 >1");
+    EXPECT_EQ(Run("05 >1"), *sKeys == '\0' ? "02" : "00");
+    Run("04");
+    VORTICARM_Close();
+  }
+}
+
+// What a client does wrong ends in an error where that is asked for, unless a fault came before.
+TEST_F(FaultTest, StrictClient) {
+  for (const auto& [keys, isError] : {std::pair{"", false},
+                                      {"StrictClient = 1", true},
+                                      {"StrictClient = 1\nFault = nak@2", false}}) {
+    SCOPED_TRACE(keys);
+    Open("W25Q128FV", keys);
+    Run("05 >1");
+    s_Errors.clear();
+    Run("02000000AA");  // without write enable
+    VORTICARM_Close();
+    EXPECT_EQ(!s_Errors.empty(), isError);
   }
 }
 

@@ -98,8 +98,8 @@ class RowBench {
   }
 
   const FLASH_DEVICE m_Row;
-  vortic::SimClock m_Clock{false};
-  vortic::SimStats m_Stats;
+  vortic::Clock m_Clock{false};
+  vortic::Stats m_Stats;
   vortic::ArrayStore m_Store;
   vortic::Chip m_Chip;
   vortic::SimBus m_Bus;

@@ -1,4 +1,4 @@
-#include "driver/sim/sim_clock.h"
+#include "driver/core/clock.h"
 
 #include <thread>
 
@@ -11,12 +11,12 @@ constexpr u64 kLumpNs = 1000000;
 
 }  // namespace
 
-u64 SimClock::HostNs() const {
+u64 Clock::HostNs() const {
   return static_cast<u64>(
       std::chrono::nanoseconds(std::chrono::steady_clock::now() - m_Start).count());
 }
 
-u64 SimClock::Now() {
+u64 Clock::Now() {
   if (m_IsReal) {
     const u64 hostNs = HostNs();
     m_Ns = hostNs > m_Ns ? hostNs : m_Ns;
@@ -24,18 +24,18 @@ u64 SimClock::Now() {
   return m_Ns;
 }
 
-void SimClock::MoveBits(u64 ns) {
+void Clock::MoveBits(u64 ns) {
   m_Ns = Now() + ns;
   m_BitNs += ns;
   CatchUp(kLumpNs);
 }
 
-void SimClock::Wait(u64 ns) {
+void Clock::Wait(u64 ns) {
   m_Ns = Now() + ns;
   CatchUp(0);
 }
 
-void SimClock::CatchUp(u64 slackNs) {
+void Clock::CatchUp(u64 slackNs) {
   if (!m_IsReal) {
     return;
   }

@@ -7,19 +7,19 @@
 namespace vortic {
 
 // What a job cost, for comparing two ways of doing it.
-struct SimStats {
+struct Stats {
   u64 Calls = 0;       // calls of the library while the probe was open
   u64 RoundTrips = 0;  // those that a probe would answer over its cable
   u64 Bits = 0;        // moved on the bus
-  u64 BusyNs = 0;      // sum of the times the chip took for its operations
+  u64 Struck = 0;      // injected faults that had their effect
 };
 
-// The clock of a simulated probe, in nanoseconds since opening. Virtual: it moves only with what
+// The clock of a probe, in nanoseconds since opening. Virtual: it moves only with what
 // happens on the bus. Real: it never runs behind the host's clock, and whoever moves it ahead of
 // that sleeps until the host has caught up.
-class SimClock {
+class Clock {
  public:
-  explicit SimClock(bool isReal) : m_IsReal(isReal), m_Start(std::chrono::steady_clock::now()) {}
+  explicit Clock(bool isReal) : m_IsReal(isReal), m_Start(std::chrono::steady_clock::now()) {}
 
   bool IsReal() const { return m_IsReal; }
   u64 Now();
