@@ -57,10 +57,6 @@ struct DESK {
   }
 };
 
-void ClickClose(CustDockWidget* pDock) {
-  QTest::mouseClick(pDock->findChild<QToolButton*>("CloseButton"), Qt::LeftButton);
-}
-
 // An operation that works on an image which the user doesn't see as the focused one is the fault.
 TEST(DataWindows, TheNewestOfTheOthersTakesOver) {
   struct ROW {
@@ -102,40 +98,34 @@ TEST(DataWindows, TheNewestOfTheOthersTakesOver) {
   }
 }
 
-TEST(DataWindows, ClosingTheFirstOpenedFocusedOne) {
-  DESK desk(3);
-  QTest::mouseClick(desk.Docks[0]->findChild<QLabel*>("Title"), Qt::LeftButton);
-  EXPECT_EQ(desk.FindActive(), 0) << "a click on the title";
-  ClickClose(desk.Docks[0]);
-  EXPECT_EQ(desk.FindActive(), 2);
-}
-
 TEST(DataWindows, EveryWayToCloseTellsOnce) {
-  for (const int way : {0, 1, 2, 3}) {
-    SCOPED_TRACE(way);
+  using CLOSE = std::function<void(CustDockWidget*)>;
+  const std::vector<CLOSE> ways = {
+      [](auto* pDock) {
+        QTest::mouseClick(pDock->template findChild<QToolButton*>("CloseButton"), Qt::LeftButton);
+      },
+      [](auto* pDock) { pDock->GetEditor()->close(); },
+      [](auto* pDock) {
+        pDock->setFloating(true);
+        pDock->close();
+      },
+      [](auto* pDock) {  // again before it is deleted
+        pDock->close();
+        pDock->close();
+        pDock->GetEditor()->close();
+      },
+  };
+  for (const CLOSE& close : ways) {
+    SCOPED_TRACE(&close - ways.data());
     DESK desk(2);
-    QPointer<CHexEditor> pEditor = desk.Docks[1]->GetEditor();
+    QTest::mouseClick(desk.Docks[0]->findChild<QLabel*>("Title"), Qt::LeftButton);
+    EXPECT_EQ(desk.FindActive(), 0) << "a click on the title";
+    QPointer<CHexEditor> pEditor = desk.Docks[0]->GetEditor();
     QSignalSpy closed(pEditor, &CHexEditor::SignalClosed);
-    switch (way) {
-      case 0:
-        ClickClose(desk.Docks[1]);
-        break;
-      case 1:
-        pEditor->close();
-        break;
-      case 2:
-        desk.Docks[1]->setFloating(true);
-        desk.Docks[1]->close();
-        break;
-      default:  // again before it is deleted
-        desk.Docks[1]->close();
-        desk.Docks[1]->close();
-        pEditor->close();
-        break;
-    }
-    EXPECT_TRUE(QTest::qWaitFor([&] { return desk.Docks[1].isNull() && pEditor.isNull(); }));
+    close(desk.Docks[0]);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return desk.Docks[0].isNull() && pEditor.isNull(); }));
     EXPECT_EQ(closed.size(), 1);
-    EXPECT_EQ(desk.FindActive(), 0);
+    EXPECT_EQ(desk.FindActive(), 1);
   }
 }
 
@@ -174,19 +164,13 @@ TEST(DataWindows, TheHintShowsWhileNoneIsDocked) {
   EXPECT_EQ(desk.FindActive(), 1);
 }
 
-// The window opens as large as one data window wants to be, with 16 bytes a row.
-TEST(DataWindows, OneFitsIntoItsOwnSize) {
+// The window opens as large as one data window wants to be, with 16 bytes a row; its host stays.
+TEST(DataWindows, OneFitsIntoItsOwnSizeAndTheHostStays) {
   const QSize wanted = CHexEditor().sizeHint();
   DESK desk(1);
   desk.pArea->setFixedSize(wanted);
-  EXPECT_TRUE(QTest::qWaitFor([&] {
-    return desk.Docks[0]->GetEditor()->width() >= wanted.width();
-  })) << desk.Docks[0]->GetEditor()->width()
-      << " of " << wanted.width();
-}
-
-TEST(DataWindows, TheHostStays) {
-  DESK desk(1);
+  const CHexEditor* pEditor = desk.Docks[0]->GetEditor();
+  EXPECT_TRUE(QTest::qWaitFor([&] { return pEditor->width() >= wanted.width(); }));
   EXPECT_FALSE(desk.pHost->close());
   desk.pArea->closeAllSubWindows();
   EXPECT_TRUE(desk.pHost->isVisible());

