@@ -4,61 +4,42 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdlib>
+#include <future>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 #include "flash/driver.h"
 #include "tests/desktop/display.h"
+#include "tests/support/wait_for.h"
 #include "ui/window/desktop_main.h"
 
 namespace {
 
-// The main thread's inbox: one start of the program at a time.
-struct STAGE {
-  std::mutex Lock;
-  std::condition_variable Changed;
-  std::vector<std::string> Args;
-  bool IsAsked = false;
-  bool IsEnded = false;
-  bool IsStarted = false;
-  bool IsOver = false;
-  int Status = -1;
-};
+// From the tests' thread to the main one, and back. Empty arguments: nothing was started.
+std::promise<std::vector<std::string>> Asked;
+std::promise<int> Ended;
+std::shared_future<int> Status = Ended.get_future().share();
+bool IsStarted = false;
 
-STAGE Stage;
-
-void ServeStarts() {
-  std::unique_lock lock(Stage.Lock);
-  for (;;) {
-    Stage.Changed.wait(lock, [] { return Stage.IsAsked || Stage.IsOver; });
-    if (Stage.IsOver) {
-      return;
-    }
-    Stage.IsAsked = false;
-    std::vector<std::string> args = Stage.Args;
-    lock.unlock();
-    std::vector<char*> pointers;
-    for (std::string& arg : args) {
-      pointers.push_back(arg.data());
-    }
-    pointers.push_back(nullptr);
-    const int status = UI_Main(static_cast<int>(args.size()), pointers.data());
-    lock.lock();
-    Stage.Status = status;
-    Stage.IsEnded = true;
-    Stage.Changed.notify_all();
+void ServeStart() {
+  std::vector<std::string> args = Asked.get_future().get();
+  if (args.empty()) {
+    return;
   }
+  std::vector<char*> pointers;
+  for (std::string& arg : args) {
+    pointers.push_back(arg.data());
+  }
+  pointers.push_back(nullptr);
+  Ended.set_value(UI_Main(static_cast<int>(args.size()), pointers.data()));
 }
 
 constexpr auto kPatience = std::chrono::seconds(60);
 constexpr auto kLookAgain = std::chrono::milliseconds(10);
 
 bool HasEnded() {
-  const std::lock_guard lock(Stage.Lock);
-  return Stage.IsEnded;
+  return Status.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
 }
 
 std::string Num(int value) {
@@ -71,14 +52,13 @@ int RunDesktopTests() {
   int result = 1;
   std::thread tests([&] {
     result = RUN_ALL_TESTS();
-    const std::lock_guard lock(Stage.Lock);
-    if (Stage.IsStarted && !Stage.IsEnded) {
+    if (!IsStarted) {
+      Asked.set_value({});
+    } else if (!HasEnded()) {
       std::_Exit(1);  // a test has failed and left it behind
     }
-    Stage.IsOver = true;
-    Stage.Changed.notify_all();
   });
-  ServeStarts();
+  ServeStart();
   tests.join();
   return result;
 }
@@ -101,7 +81,7 @@ DESKTOP::DESKTOP() {
 }
 
 DESKTOP::~DESKTOP() {
-  EXPECT_FALSE(m_IsRunning) << "the program was left running";
+  EXPECT_TRUE(!IsStarted || HasEnded()) << "the program was left running";
 }
 
 void DESKTOP::SetProbe(const std::string& moreLines) {
@@ -113,21 +93,13 @@ void DESKTOP::SetProbe(const std::string& moreLines) {
           (moreLines.find("Time") == std::string::npos ? "Time = virtual\n" : "") + moreLines);
 }
 
-void DESKTOP::Start(const std::vector<std::string>& args) {
-  {
-    const std::lock_guard lock(Stage.Lock);
-    Stage.Args = {"KorvaneSPI"};
-    Stage.Args.insert(Stage.Args.end(), args.begin(), args.end());
-    Stage.IsEnded = false;
-    Stage.IsAsked = true;
-    Stage.IsStarted = true;
-    Stage.Changed.notify_all();
-  }
-  m_IsRunning = true;
+void DESKTOP::Start(std::vector<std::string> args) {
+  args.insert(args.begin(), "KorvaneSPI");
+  IsStarted = true;
+  Asked.set_value(std::move(args));
   // The application object comes into being on the other thread.
-  while (QCoreApplication::instance() == nullptr || QCoreApplication::startingUp()) {
-    std::this_thread::sleep_for(kLookAgain);
-  }
+  ASSERT_TRUE(::WaitFor(
+      [] { return QCoreApplication::instance() != nullptr && !QCoreApplication::startingUp(); }));
   WaitFor("the main window", [] {
     QWidget* pWindow = FindWidget("MainWindow");
     return pWindow != nullptr && pWindow->isActiveWindow();
@@ -135,10 +107,9 @@ void DESKTOP::Start(const std::vector<std::string>& args) {
 }
 
 int DESKTOP::WaitEnd() {
-  std::unique_lock lock(Stage.Lock);
-  EXPECT_TRUE(Stage.Changed.wait_for(lock, kPatience, [] { return Stage.IsEnded; }));
-  m_IsRunning = !Stage.IsEnded;
-  return Stage.Status;
+  const bool isEnded = Status.wait_for(kPatience) == std::future_status::ready;
+  EXPECT_TRUE(isEnded);
+  return isEnded ? Status.get() : -1;
 }
 
 bool DESKTOP::WaitFor(const std::string& what, const std::function<bool()>& condition) {
@@ -182,13 +153,6 @@ bool DESKTOP::WaitWidget(const char* sClass, const QString& sName) {
                  [&] { return FindWidget(sClass, sName) != nullptr; });
 }
 
-QPoint DESKTOP::Middle(const char* sClass, const QString& sName) {
-  return Ui([&] {
-    QWidget* pWidget = FindWidget(sClass, sName);
-    return pWidget != nullptr ? pWidget->mapToGlobal(pWidget->rect().center()) : QPoint();
-  });
-}
-
 bool DESKTOP::Press(const char* sDialog, const QString& sText) {
   if (!WaitWidget(sDialog)) {
     return false;
@@ -218,65 +182,6 @@ void DESKTOP::Type(const std::string& text) {
 void DESKTOP::Click(const QPoint& pos, int numClicks) {
   EXPECT_TRUE(RunTool({"xdotool", "mousemove", Num(pos.x()), Num(pos.y()), "click", "--repeat",
                        Num(numClicks), "--delay", "20", "1"}));
-}
-
-void DESKTOP::Drag(const QPoint& from, const QPoint& to, const std::function<bool()>& isArrived) {
-  const auto move = [](const QPoint& pos) {
-    EXPECT_TRUE(RunTool({"xdotool", "mousemove", Num(pos.x()), Num(pos.y())}));
-  };
-  move(from);
-  EXPECT_TRUE(RunTool({"xdotool", "mousedown", "1"}));
-  constexpr int kNumSteps = 10;
-  for (int step = 1; step <= kNumSteps; ++step) {
-    move(from + (to - from) * step / kNumSteps);
-  }
-  // A drag is a talk of programs: who comes late to it needs one more move to see it.
-  int nudge = 0;
-  WaitFor("the drag to arrive", [&] {
-    move(to + QPoint(++nudge % 2, 0));
-    return isArrived();
-  });
-  EXPECT_TRUE(RunTool({"xdotool", "mouseup", "1"}));
-}
-
-namespace {
-
-// Sees what is dragged over the program's windows.
-struct DRAG_WATCH : QObject {
-  int NumMoves = 0;
-  bool eventFilter(QObject*, QEvent* pEvent) override {
-    NumMoves += pEvent->type() == QEvent::DragMove ? 1 : 0;
-    return false;
-  }
-};
-
-}  // namespace
-
-void DESKTOP::DropFiles(const std::vector<std::string>& files, const QPoint& to) {
-  std::vector<std::string> args = {KORVANE_DRAG_SOURCE};
-  for (const std::string& file : files) {
-    args.push_back(Path(file));
-  }
-  const pid_t source = StartTool(args);
-  std::string geometry;
-  while (!RunTool({"xdotool", "search", "--onlyvisible", "--name", "Drag source",
-                   "getwindowgeometry", "--shell"},
-                  &geometry)) {
-    std::this_thread::sleep_for(kLookAgain);
-  }
-  const auto value = [&](const std::string& key) {
-    const std::size_t at = geometry.find("\n" + key + "=");
-    return at == std::string::npos ? 0 : std::atoi(geometry.c_str() + at + key.size() + 2);
-  };
-  const QPoint from(value("X") + value("WIDTH") / 2, value("Y") + value("HEIGHT") / 2);
-  DRAG_WATCH* pWatch = Ui([] {
-    auto* pNew = new DRAG_WATCH;
-    qApp->installEventFilter(pNew);
-    return pNew;
-  });
-  Drag(from, to, [pWatch] { return pWatch->NumMoves > 1; });
-  WaitTool(source);
-  Ui([pWatch] { delete pWatch; });
 }
 
 void DESKTOP::Shot(const std::string& name) {

@@ -24,7 +24,7 @@ class DESKTOP {
   std::string Path(const std::string& name) const { return m_Dir.file(name); }
   void SetProbe(const std::string& moreLines);
   // Starts the program with these arguments and waits for its window.
-  void Start(const std::vector<std::string>& args);
+  void Start(std::vector<std::string> args);
   // Waits for the end of the program: its exit status.
   int WaitEnd();
 
@@ -48,8 +48,6 @@ class DESKTOP {
   bool WaitOver(const std::function<bool()>& condition);
   // A visible widget of that class and name (either may be empty) is there.
   bool WaitWidget(const char* sClass, const QString& sName = {});
-  // Its middle on the screen.
-  QPoint Middle(const char* sClass, const QString& sName = {});
   // Clicks the dialog's push button with that text until the dialog is gone: a window manager may
   // still be moving it.
   bool Press(const char* sDialog, const QString& sText);
@@ -57,11 +55,6 @@ class DESKTOP {
   void Key(const std::string& keys);
   void Type(const std::string& text);
   void Click(const QPoint& pos, int numClicks = 1);
-  // Presses at from, moves to to and about there until the condition, looked at on the GUI thread,
-  // holds; then releases.
-  void Drag(const QPoint& from, const QPoint& to, const std::function<bool()>& isArrived);
-  // Drags files of the test's folder from another program into the window, to that place.
-  void DropFiles(const std::vector<std::string>& files, const QPoint& to);
   // Leaves a picture of the screen where KORVANE_SCREENSHOTS says, if it does.
   void Shot(const std::string& name);
   // Text of the log so far.
@@ -69,7 +62,6 @@ class DESKTOP {
 
  private:
   TempDir m_Dir;
-  bool m_IsRunning = false;
 };
 
 // On the GUI thread: the visible widget, or null.

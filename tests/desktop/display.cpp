@@ -13,8 +13,7 @@
 namespace {
 
 // The child's end of the pipe becomes its descriptor childFd, if that is given.
-pid_t Start(const std::vector<std::string>& args, int pipeFd, int childFd,
-            bool withOutput = false) {
+pid_t Start(const std::vector<std::string>& args, int pipeFd, int childFd) {
   std::vector<char*> pointers;
   for (const std::string& arg : args) {
     pointers.push_back(const_cast<char*>(arg.c_str()));
@@ -28,10 +27,8 @@ pid_t Start(const std::vector<std::string>& args, int pipeFd, int childFd,
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   const int null = open("/dev/null", O_RDWR);
   dup2(null, STDIN_FILENO);
-  if (!withOutput) {
-    dup2(null, STDOUT_FILENO);
-    dup2(null, STDERR_FILENO);
-  }
+  dup2(null, STDOUT_FILENO);
+  dup2(null, STDERR_FILENO);
   if (childFd >= 0) {
     dup2(pipeFd, childFd);
   }
@@ -41,59 +38,27 @@ pid_t Start(const std::vector<std::string>& args, int pipeFd, int childFd,
   _exit(127);
 }
 
-std::string ReadAll(int fd, bool isLineOnly) {
+std::string ReadLine(int fd) {
   std::string text;
-  std::array<char, 4096> buffer;
-  ssize_t numRead = 0;
-  while ((numRead = read(fd, buffer.data(), buffer.size())) > 0) {
-    text.append(buffer.data(), static_cast<std::size_t>(numRead));
-    if (isLineOnly && text.back() == '\n') {
-      break;
-    }
+  char c = 0;
+  while (read(fd, &c, 1) == 1 && c != '\n') {
+    text += c;
   }
   return text;
 }
 
-}  // namespace
-
-pid_t StartTool(const std::vector<std::string>& args) {
-  return Start(args, -1, -1);
-}
-
-void StopTool(pid_t pid) {
+void Stop(pid_t pid) {
   if (pid > 0) {
     kill(pid, SIGKILL);
     waitpid(pid, nullptr, 0);
   }
 }
 
-void WaitTool(pid_t pid) {
-  if (pid > 0) {
-    waitpid(pid, nullptr, 0);
-  }
-}
+}  // namespace
 
-bool RunTool(const std::vector<std::string>& args, std::string* pOut) {
-  std::array<int, 2> aPipe{};
-  if (pipe2(aPipe.data(), O_CLOEXEC) != 0) {
-    return false;
-  }
-  const pid_t pid = Start(args, aPipe[1], STDOUT_FILENO);
-  close(aPipe[1]);
-  const std::string out = ReadAll(aPipe[0], false);
-  close(aPipe[0]);
+bool RunTool(const std::vector<std::string>& args) {
   int status = -1;
-  waitpid(pid, &status, 0);
-  if (pOut != nullptr) {
-    *pOut = out;
-  }
-  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
-bool RunToolVisibly(const std::vector<std::string>& args) {
-  const pid_t pid = Start(args, -1, -1, true);
-  int status = -1;
-  waitpid(pid, &status, 0);
+  waitpid(Start(args, -1, -1), &status, 0);
   return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
@@ -108,12 +73,12 @@ DISPLAY_SERVER::DISPLAY_SERVER() {
                     "-nolisten", "tcp"},
                    aPipe[1], kDisplayFd);
   close(aPipe[1]);
-  const std::string number = ReadAll(aPipe[0], true);
+  const std::string number = ReadLine(aPipe[0]);
   close(aPipe[0]);
   if (number.empty()) {
     throw std::runtime_error("Xvfb did not start");
   }
-  setenv("DISPLAY", (":" + number.substr(0, number.size() - 1)).c_str(), 1);
+  setenv("DISPLAY", (":" + number).c_str(), 1);
   // Only a running window manager answers this. One that came before the server was ready for it
   // has ended and is started again.
   constexpr int kMaxLooks = 500;
@@ -122,13 +87,13 @@ DISPLAY_SERVER::DISPLAY_SERVER() {
       throw std::runtime_error("openbox did not start");
     }
     if (m_Manager < 0 || waitpid(m_Manager, nullptr, WNOHANG) != 0) {
-      m_Manager = StartTool({"openbox"});
+      m_Manager = Start({"openbox"}, -1, -1);
     }
     usleep(20000);
   }
 }
 
 DISPLAY_SERVER::~DISPLAY_SERVER() {
-  StopTool(m_Manager);
-  StopTool(m_Server);
+  Stop(m_Manager);
+  Stop(m_Server);
 }

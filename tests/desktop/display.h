@@ -18,12 +18,5 @@ class DISPLAY_SERVER {
   pid_t m_Manager = -1;
 };
 
-// Starts a command that ends with this process; -1 when it can't be found.
-pid_t StartTool(const std::vector<std::string>& args);
-void StopTool(pid_t pid);
-// Waits for its end by itself.
-void WaitTool(pid_t pid);
-// Runs a command to its end; true for status 0. Its output goes to pOut.
-bool RunTool(const std::vector<std::string>& args, std::string* pOut = nullptr);
-// The same with this process's own output.
-bool RunToolVisibly(const std::vector<std::string>& args);
+// Runs a command to its end, without its output; true for status 0.
+bool RunTool(const std::vector<std::string>& args);

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -26,12 +29,20 @@ std::vector<std::string> GetTests() {
   return names;
 }
 
-int RunEach(const char* sSelf, const std::vector<std::string>& names) {
-  int numFailed = 0;
-  for (const std::string& name : names) {
-    numFailed += RunToolVisibly({sSelf, "--gtest_filter=" + name}) ? 0 : 1;
+// In a process of its own, as the program has, and on a display of its own.
+bool Run(const std::string& name) {
+  const pid_t pid = fork();
+  if (pid == 0) {
+    GTEST_FLAG_SET(filter, name);
+    int result = 1;
+    {
+      const DISPLAY_SERVER display;
+      result = RunDesktopTests();
+    }
+    std::exit(result);
   }
-  return numFailed == 0 ? 0 : 1;
+  int status = -1;
+  return waitpid(pid, &status, 0) == pid && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 }  // namespace
@@ -48,10 +59,9 @@ int main(int argc, char** argv) {
   if (GTEST_FLAG_GET(list_tests)) {
     return RUN_ALL_TESTS();
   }
-  // Each test has a process of its own, as the program has.
-  if (const std::vector<std::string> names = GetTests(); names.size() > 1) {
-    return RunEach(argv[0], names);
+  int numFailed = 0;
+  for (const std::string& name : GetTests()) {
+    numFailed += Run(name) ? 0 : 1;
   }
-  const DISPLAY_SERVER display;
-  return RunDesktopTests();
+  return numFailed == 0 ? 0 : 1;
 }
