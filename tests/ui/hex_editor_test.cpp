@@ -380,16 +380,6 @@ TEST(HexEditor, RequestsFromAnotherThread) {
   EXPECT_EQ(CHexEditor::IsModified(pEditor), 1);
 }
 
-// Files dropped on a data window are the main window's.
-TEST(HexEditor, LeavesDropsToItsParents) {
-  Window window;
-  QMimeData data;
-  data.setUrls({QUrl::fromLocalFile("/a.hex")});
-  QDragEnterEvent enter({20, 20}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-  QApplication::sendEvent(window.pText->viewport(), &enter);
-  EXPECT_FALSE(enter.isAccepted());
-}
-
 // Fill takes the low 8 bits; Save goes by the extension.
 TEST(HexEditor, FillAndSave) {
   TempDir dir;
