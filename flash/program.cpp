@@ -80,7 +80,8 @@ void ShowRange(PROGRESS_INFO* pProgress, u64 First, u64 Last) {
 }
 
 void LogCanceled(u64 Addr) {
-  APP_LogErrorf(Addr > 0xFFFFFFFF ? "Programming canceled @ addr 0x%.16lX"
+  APP_LogErrorf(APP_ERROR(APP_CAUSE::Canceled).At(Addr),
+                Addr > 0xFFFFFFFF ? "Programming canceled @ addr 0x%.16lX"
                                   : "Programming canceled @ addr 0x%.8lX",
                 Addr);
 }

@@ -4,6 +4,7 @@
 #include "app/engine/log.h"
 #include "programmer/config_items.h"
 #include "programmer/file_header.h"
+#include "programmer/hooks.h"
 
 namespace {
 
@@ -29,7 +30,7 @@ int Build(DYNBUFFER* pBuffer) {
   PROJECT_GetFlash(&blocks.Flash);
   PROJECT_GetProduction(&blocks.Production);
   PROJECT_GetPerformance(&blocks.Performance);
-  if (DYNBUFFER_Init(pBuffer, APP_LogError, kMaxSize, kUnit, 0) != 0 ||
+  if (DYNBUFFER_Init(pBuffer, ZELMONT_LogError, kMaxSize, kUnit, 0) != 0 ||
       ZELMONT_WriteHeader(pBuffer, "Config", APP_GetShortTitle()) != 0 ||
       ZELMONT_AppendItems(pBuffer, blocks) != 0 || Pad(pBuffer) != 0) {
     return -1;

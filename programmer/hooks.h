@@ -14,3 +14,6 @@ struct ZELMONT_HOOKS {
   void (*pfGetLocalTime)(SYS_TIME* pTime);
 };
 extern ZELMONT_HOOKS ZELMONT_Hooks;
+
+// The pfError of the buffers that files are built in.
+void ZELMONT_LogError(const char* sText);

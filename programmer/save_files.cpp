@@ -40,7 +40,8 @@ int CheckDataFits(MEMAREA* pArea) {
   u64 addr = 0;
   u64 numBytes = 0;
   MEMAREA_GetRange(pArea, static_cast<u32>(index), &addr, &numBytes);
-  APP_LogErrorf("Selected Data (0x%lX - 0x%lX) does not fit into the selected SPI flash.", addr,
+  APP_LogErrorf(APP_ERROR(APP_CAUSE::DoesNotFit).At(addr),
+                "Selected Data (0x%lX - 0x%lX) does not fit into the selected SPI flash.", addr,
                 addr + numBytes - 1);
   return -1;
 }
@@ -71,6 +72,10 @@ int SaveBuffer(const std::string& name, const DYNBUFFER& buffer) {
 
 }  // namespace
 
+void ZELMONT_LogError(const char* sText) {
+  APP_LogError(APP_CAUSE::Programmer, sText);
+}
+
 ZELMONT_HOOKS ZELMONT_Hooks = {CheckDataFits, [](bool) {}, SYS_GetLocalTime};
 
 int ZELMONT_SaveConfigFile(const char* sName) {
@@ -96,17 +101,18 @@ int ZELMONT_SaveConfigFile(const char* sName) {
 int ZELMONT_BuildDataFile(MEMAREA* pArea, DYNBUFFER* pBuffer) {
   DYNBUFFER_Free(pBuffer);
   if (pArea == nullptr) {
-    APP_LogError("No data file open. Please ensure that you have opened a data file.");
+    APP_LogError(APP_CAUSE::NoData,
+                 "No data file open. Please ensure that you have opened a data file.");
     return -1;
   }
   if (PROJECT_IsOpen() == 0) {
-    APP_LogError("No project file opened.");
+    APP_LogError(APP_CAUSE::Project, "No project file opened.");
     return -1;
   }
   if (ZELMONT_Hooks.pfCheckDataFits(pArea) != 0) {
     return -1;
   }
-  if (DYNBUFFER_Init(pBuffer, APP_LogError, ZELMONT_DAT_MAX_SIZE, ZELMONT_DAT_BUFFER_SIZE, 0) !=
+  if (DYNBUFFER_Init(pBuffer, ZELMONT_LogError, ZELMONT_DAT_MAX_SIZE, ZELMONT_DAT_BUFFER_SIZE, 0) !=
       0) {
     return -1;
   }

@@ -29,10 +29,10 @@ bool IsOpen(SYS_HANDLE h) {
 }
 
 // Reason stands behind the first line "Could not <verb> file [<name>]".
-void ShowFileError(const char* sVerb, const char* sName, const char* sReason) {
+void ShowFileError(APP_CAUSE Cause, const char* sVerb, const char* sName, const char* sReason) {
   char acText[MESSAGE_SIZE];
   UTIL_snprintf(acText, sizeof(acText), "Could not %s file [%s]\n%s", sVerb, sName, sReason);
-  APP_ShowError(acText);
+  APP_ShowError(APP_ERROR(Cause).In(sName), acText);
 }
 
 // What a load is about to read. With All set the file must hold NumBytes, which is its rest as told
@@ -70,12 +70,14 @@ i64 ReadPlanned(SYS_HANDLE h, const ReadPlan& plan, void* pBuf) {
 }
 
 void ReportLoadOpenError(const char* sName, bool ReportMissing) {
-  if (SYS_GetLastError() == SYS_ERROR_FILE_NOT_FOUND && !ReportMissing) {
+  const bool isMissing = SYS_GetLastError() == SYS_ERROR_FILE_NOT_FOUND;
+  if (isMissing && !ReportMissing) {
     return;
   }
+  const APP_CAUSE cause = isMissing ? APP_CAUSE::FileNotFound : APP_CAUSE::FileNotRead;
   char acText[MESSAGE_SIZE];
   APP_FormatOpenError(sName, acText, sizeof(acText));
-  APP_ShowError(acText);
+  APP_ShowError(APP_ERROR(cause).In(sName), acText);
 }
 
 }  // namespace
@@ -86,7 +88,7 @@ void* APP_LoadFileEx(const char* sName, u64 Offset, void* pBuf, u64 BufSize, i64
     *pNumRead = 0;
   }
   if (sName == nullptr) {
-    APP_ShowError("Unable to open file. No filename specified.");
+    APP_ShowError(APP_CAUSE::Usage, "Unable to open file. No filename specified.");
     return nullptr;
   }
   const SYS_HANDLE hFile = SYS_FILE_Open(sName, SYS_FILE_READ | SYS_FILE_SHARE_READ);
@@ -97,7 +99,7 @@ void* APP_LoadFileEx(const char* sName, u64 Offset, void* pBuf, u64 BufSize, i64
   const FileCloser closer(hFile);
   ReadPlan plan;
   if (!MakePlan(hFile, Offset, NumBytes, &plan)) {
-    ShowFileError("open", sName, "Failed to read data!");
+    ShowFileError(APP_CAUSE::FileNotRead, "open", sName, "Failed to read data!");
     return nullptr;
   }
   SYS_MEM_PTR<void> pOwn;
@@ -106,12 +108,12 @@ void* APP_LoadFileEx(const char* sName, u64 Offset, void* pBuf, u64 BufSize, i64
     pBuf = pOwn.get();
   }
   if (pBuf == nullptr) {
-    ShowFileError("open", sName, "Unable to create file buffer!");
+    ShowFileError(APP_CAUSE::OutOfMemory, "open", sName, "Unable to create file buffer!");
     return nullptr;
   }
   const i64 numRead = ReadPlanned(hFile, plan, pBuf);
   if (numRead < 0) {
-    ShowFileError("open", sName, "Failed to read data!");
+    ShowFileError(APP_CAUSE::FileNotRead, "open", sName, "Failed to read data!");
     return nullptr;
   }
   if (pNumRead != nullptr) {
@@ -128,7 +130,7 @@ void* APP_LoadFile(const char* sName, void* pBuf, u64 BufSize, u64* pNumRead) {
 SYS_HANDLE APP_OpenFileReport(const char* sName, u32 Flags, bool Report) {
   if (sName == nullptr) {
     if (Report) {
-      APP_ShowError("Unable to open file. No filename specified.");
+      APP_ShowError(APP_CAUSE::Usage, "Unable to open file. No filename specified.");
     }
     return 0;
   }
@@ -139,19 +141,19 @@ SYS_HANDLE APP_OpenFileReport(const char* sName, u32 Flags, bool Report) {
   if (Report) {
     char acText[MESSAGE_SIZE];
     APP_FormatFileError(sName, "open", acText, sizeof(acText));
-    APP_ShowError(acText);
+    APP_ShowError(APP_ERROR(APP_CAUSE::FileNotRead).In(sName), acText);
   }
   return 0;
 }
 
 i64 APP_ReadFile(SYS_HANDLE h, const char* sName, void* pBuf, u64 NumBytes) {
   if (!IsOpen(h) || sName == nullptr || pBuf == nullptr) {
-    APP_ShowError("Failed to read file!");
+    APP_ShowError(APP_CAUSE::FileNotRead, "Failed to read file!");
     return -1;
   }
   const i64 numRead = SYS_FILE_Read(h, pBuf, NumBytes);
   if (numRead < 0) {
-    ShowFileError("read", sName, "Failed to read data!");
+    ShowFileError(APP_CAUSE::FileNotRead, "read", sName, "Failed to read data!");
     return -1;
   }
   return numRead;
@@ -159,14 +161,14 @@ i64 APP_ReadFile(SYS_HANDLE h, const char* sName, void* pBuf, u64 NumBytes) {
 
 int APP_SaveFile(const char* sName, const void* pData, u64 NumBytes) {
   if (sName == nullptr || pData == nullptr || NumBytes == 0) {
-    APP_ShowError("Unable to save file. No filename specified.");
+    APP_ShowError(APP_CAUSE::Usage, "Unable to save file. No filename specified.");
     return -1;
   }
   const SYS_HANDLE hFile = SYS_FILE_BeginReplace(sName, true);
   if (hFile == SYS_INVALID_FILE) {
     char acText[MESSAGE_SIZE];
     APP_FormatFileError(sName, "save", acText, sizeof(acText));
-    APP_ShowError(acText);
+    APP_ShowError(APP_ERROR(APP_CAUSE::FileNotWritten).In(sName), acText);
     return -1;
   }
   const i64 numWritten = SYS_FILE_Write(hFile, pData, NumBytes);
@@ -174,7 +176,7 @@ int APP_SaveFile(const char* sName, const void* pData, u64 NumBytes) {
   const bool isInPlace = SYS_FILE_EndReplace(hFile, isWhole) == 0;
   if (!isWhole || !isInPlace) {
     const std::string reason = "Failed to write data! " + SYS_GetErrorText(SYS_GetLastError());
-    ShowFileError("save", sName, reason.c_str());
+    ShowFileError(APP_CAUSE::FileNotWritten, "save", sName, reason.c_str());
     return -1;
   }
   return 0;

@@ -5,13 +5,16 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "app/engine/frontend.h"
 #include "app/engine/log_internal.h"
 #include "app/engine/report_internal.h"
+#include "sys/file.h"
 #include "sys/time.h"
 #include "sys/util_format.h"
+#include "sys/util_number.h"
 #include "sys/util_string.h"
 
 namespace {
@@ -89,6 +92,38 @@ void ShowOutcome() {
     return;
   }
   LOG_ShowErrorBox(Section.acResultText);  // each of its errors is in the outcome already
+}
+
+// The readers tell what is wrong in words: whether the file is there at all, or can be read, is
+// asked anew.
+APP_CAUSE FindFileCause(const APP_FILE_JOB& job) {
+  if (job.IsSaving) {
+    return APP_CAUSE::FileNotWritten;
+  }
+  if (SYS_FILE_Exists(job.sFile) == 0) {
+    return APP_CAUSE::FileNotFound;
+  }
+  const SYS_HANDLE hFile = SYS_FILE_Open(job.sFile, SYS_FILE_READ | SYS_FILE_SHARE_READ);
+  if (hFile == SYS_INVALID_FILE) {
+    return APP_CAUSE::FileNotRead;
+  }
+  SYS_FILE_Close(hFile);
+  return APP_CAUSE::FileDamaged;
+}
+
+// "... line 12 ..." is line 12 of the file.
+u32 FindLine(const char* sText) {
+  constexpr std::string_view word = "line ";
+  const char* sLine = sText != nullptr ? std::strstr(sText, word.data()) : nullptr;
+  u32 line = 0;
+  return sLine != nullptr && UTIL_ParseU32(sLine + word.size(), &line) == 0 ? line : 0;
+}
+
+APP_ERROR MakeFileError(const APP_FILE_JOB* pJob, const char* sText) {
+  if (pJob == nullptr) {
+    return APP_CAUSE::FileDamaged;
+  }
+  return APP_ERROR(FindFileCause(*pJob)).In(pJob->sFile, FindLine(sText));
 }
 
 u32 GetDefaultLogLevel() {
@@ -221,10 +256,6 @@ void APP_LogInfo(const char* sText) {
   }
 }
 
-void APP_LogError(const char* sText) {
-  APP_LogError(APP_CAUSE::Internal, sText);
-}
-
 void APP_LogError(const APP_ERROR& Error, const char* sText) {
   if (sText == nullptr) {
     return;
@@ -250,11 +281,11 @@ void APP_LogWarning(const char* sText) {
   APP_ShowWarning(sText);
 }
 
-void APP_OnFileReport(void* /*pContext*/, int Level, const char* pText) {
+void APP_OnFileReport(void* pContext, int Level, const char* pText) {
   if (Level == 1) {
     APP_LogWarning(pText);
   } else if (Level == 2) {
-    APP_LogError(pText);
+    APP_LogError(MakeFileError(static_cast<const APP_FILE_JOB*>(pContext), pText), pText);
   } else {
     AddLogLine(pText);
   }

@@ -35,13 +35,16 @@ void APP_LogInfo(const char* sText);
 // An error goes into the log and into the outcome of the operation by one call.
 void APP_LogError(const APP_ERROR& Error, const char* sText);
 [[gnu::format(printf, 2, 3)]] void APP_LogErrorf(const APP_ERROR& Error, const char* sFormat, ...);
-// For callers that don't name a cause yet.
-void APP_LogError(const char* sText);
-[[gnu::format(printf, 1, 2)]] void APP_LogErrorf(const char* sFormat, ...);
 void APP_LogWarning(const char* sText);
 [[gnu::format(printf, 2, 3)]] void APP_LogInfoCb(void* pContext, const char* sFormat, ...);
 [[gnu::format(printf, 2, 3)]] void APP_LogErrorCb(void* pContext, const char* sFormat, ...);
 // The pfReport of the data file readers and writers.
+// pContext: the file that is read or written, or null. An error's cause, and the line that its text
+// names, go with it.
+struct APP_FILE_JOB {
+  const char* sFile;
+  bool IsSaving;
+};
 void APP_OnFileReport(void* pContext, int Level, const char* pText);
 // Formats with the indentation of the open sections and hands the line to front end and log file,
 // at any log level. A text of several lines, or longer than a line's 1024 bytes, is split or cut
@@ -96,8 +99,6 @@ u32 APP_MsgBox(const char* sText, const char* sBtn0, const char* sBtn1, u32 Defa
 // The error is one of the run, whatever section is open.
 void APP_ShowError(const APP_ERROR& Error, const char* sText);
 [[gnu::format(printf, 2, 3)]] void APP_ShowErrorf(const APP_ERROR& Error, const char* sFormat, ...);
-void APP_ShowError(const char* sText);
-[[gnu::format(printf, 1, 2)]] void APP_ShowErrorf(const char* sFormat, ...);
 void APP_ShowWarning(const char* sText);
 
 // Back to a fresh start: no section, no errors, no log file. For tests.

@@ -22,15 +22,6 @@ void APP_LogInfof(const char* sFormat, ...) {
   APP_LogInfo(acText);
 }
 
-void APP_LogErrorf(const char* sFormat, ...) {
-  char acText[LOG_LINE_SIZE];
-  va_list args;
-  va_start(args, sFormat);
-  LOG_Format(acText, sFormat, args);
-  va_end(args);
-  APP_LogError(acText);
-}
-
 void APP_LogErrorf(const APP_ERROR& Error, const char* sFormat, ...) {
   char acText[LOG_LINE_SIZE];
   va_list args;
@@ -55,16 +46,7 @@ void APP_LogErrorCb(void* /*pContext*/, const char* sFormat, ...) {
   va_start(args, sFormat);
   LOG_Format(acText, sFormat, args);
   va_end(args);
-  APP_LogError(acText);
-}
-
-void APP_ShowErrorf(const char* sFormat, ...) {
-  char acText[LOG_LINE_SIZE];
-  va_list args;
-  va_start(args, sFormat);
-  LOG_Format(acText, sFormat, args);
-  va_end(args);
-  APP_ShowError(acText);
+  APP_LogError(APP_CAUSE::Programmer, acText);
 }
 
 void APP_ShowErrorf(const APP_ERROR& Error, const char* sFormat, ...) {

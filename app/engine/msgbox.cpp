@@ -127,10 +127,6 @@ void LOG_ShowErrorBox(const char* sText) {
   }
 }
 
-void APP_ShowError(const char* sText) {
-  APP_ShowError(APP_CAUSE::Internal, sText);
-}
-
 void APP_ShowError(const APP_ERROR& Error, const char* sText) {
   REPORT_AddError(Error, sText != nullptr ? sText : "");
   LOG_ShowErrorBox(sText);

@@ -178,7 +178,8 @@ int APP_MergeDataFile(APP_DATA_WINDOW* hWindow, const char* pFileName, const u64
     return DATA_EndFailed(acText, -2);
   }
   u64& mergeAddr = Remembered().MergeAddr;
-  if (DATAFILE_Load(pNew.get(), APP_OnFileReport, nullptr, acFile, mergeAddr, DATA_AskStartAddr,
+  APP_FILE_JOB job = {acFile, false};
+  if (DATAFILE_Load(pNew.get(), APP_OnFileReport, &job, acFile, mergeAddr, DATA_AskStartAddr,
                     &mergeAddr) < 0) {
     return DATA_EndFailed("Failed to merge data file", -1);
   }

@@ -284,7 +284,8 @@ MEMAREA* APP_OpenDataFile(const char* pFileName, u64 startAddr, bool hasStartAdd
     return nullptr;
   }
   u64& openAddr = Remembered().OpenAddr;
-  if (DATAFILE_Load(pArea.get(), APP_OnFileReport, nullptr, acFile, openAddr, DATA_AskStartAddr,
+  APP_FILE_JOB job = {acFile, false};
+  if (DATAFILE_Load(pArea.get(), APP_OnFileReport, &job, acFile, openAddr, DATA_AskStartAddr,
                     &openAddr) < 0) {
     DATA_EndFailed("Failed to open data file", -1);
     return nullptr;
@@ -362,7 +363,8 @@ int APP_SaveDataFile(APP_DATA_WINDOW* hWindow, const char* pFileName, u64 firstA
     return DATA_EndFailed("Failed to save data file", 0);
   }
   MEMAREA* pArea = pRow->pArea;
-  const int result = DATAFILE_Save(pArea, APP_OnFileReport, nullptr, acFile, firstAddr, lastAddr);
+  APP_FILE_JOB job = {acFile, true};
+  const int result = DATAFILE_Save(pArea, APP_OnFileReport, &job, acFile, firstAddr, lastAddr);
   if (result >= 0) {
     APP_NoteFileTime(hWindow, acFile);  // at once: what is written from now on is somebody else's
   }

@@ -51,7 +51,7 @@ TEST_F(LogTest, LevelAndDepthDecideWhatShows) {
     open();
     APP_LogInfo("Detail");
     AddLogLine("Always");
-    APP_LogError("Bad");
+    APP_LogError(APP_CAUSE::Internal, "Bad");
     APP_LogBegin("Headline");
     EXPECT_EQ(row.Detail, m_FrontEnd.HasLog("Detail"));
     EXPECT_EQ(row.Detail, m_FrontEnd.HasLog("Headline"));
@@ -68,7 +68,7 @@ TEST_F(LogTest, IndentsByDepthAndKeepsColours) {
   APP_LogBegin("one");
   APP_LogBegin("two");
   APP_LogBegin("three");
-  APP_LogError("x\ny");
+  APP_LogError(APP_CAUSE::Internal, "x\ny");
   EXPECT_EQ("one\n - two\n  - three\n   - \033[1;31mERROR: x\ny\033[0m\n",
             m_FrontEnd.GetColouredLog());
   EXPECT_EQ(3u, APP_GetLogDepth());
@@ -94,7 +94,7 @@ TEST_F(LogTest, CutsLongLinesBetweenCharacters) {
     EXPECT_LT(line.size(), 1024u);
   }
   m_FrontEnd.ClearLog();
-  APP_LogErrorf("%s", (text + text).c_str());
+  APP_LogErrorf(APP_CAUSE::Internal, "%s", (text + text).c_str());
   const std::string line = m_FrontEnd.GetColouredLog();
   EXPECT_EQ("\033[0m\n", line.substr(line.size() - 5));
   EXPECT_LT(line.size(), 1024u);
@@ -133,7 +133,7 @@ TEST_F(LogTest, FailedOperationShowsAllErrorsInOneBoxAndOneOutcome) {
 
 TEST_F(LogTest, CompletedTellsTheTimeOnceAtTheTop) {
   const FakeTime time;
-  APP_LogError("From before");
+  APP_LogError(APP_CAUSE::Internal, "From before");
   {
     APP_LOG_SECTION outer("Erasing");
     FakeTime::AdvanceMs(12'000);
@@ -158,7 +158,7 @@ TEST_F(LogTest, LogFileHoldsPlainLines) {
   APP_EnableLogFile(true);
   APP_EnableLogFile(true);  // must not start the file anew
   APP_LogBegin("Start");
-  APP_LogError("a\nb\tc\r\nd \033 \033[9");
+  APP_LogError(APP_CAUSE::Internal, "a\nb\tc\r\nd \033 \033[9");
   AddLogLine("");
   APP_LogWarning("\xC3\xA9");
   APP_EnableLogFile(false);

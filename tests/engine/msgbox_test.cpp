@@ -49,8 +49,8 @@ TEST(MsgBox, SuppressedBoxesGoToTheLog) {
     u32 NumErrors;
   } ROWS[] = {
       {[] { EXPECT_EQ(1u, AskQuestion()); }, "Korvane SPI V9.38: Really?\n", 0},
-      {[] { APP_ShowError("Bad"); }, "Korvane SPI V9.38: Bad\n", 1},
-      {[] { APP_ShowErrorf("Bad %d", 5); }, "Korvane SPI V9.38: Bad 5\n", 1},
+      {[] { APP_ShowError(APP_CAUSE::Internal, "Bad"); }, "Korvane SPI V9.38: Bad\n", 1},
+      {[] { APP_ShowErrorf(APP_CAUSE::Internal, "Bad %d", 5); }, "Korvane SPI V9.38: Bad 5\n", 1},
       {[] { APP_LogWarning("Odd"); }, "WARNING: Odd\nKorvane SPI V9.38: Odd\n", 0},
       {[] {
          APP_MSGBOX_ARGS args;
@@ -61,8 +61,8 @@ TEST(MsgBox, SuppressedBoxesGoToTheLog) {
        "Bare\n", 0},
       {[] {
          APP_LogBegin("Work");
-         APP_LogError("One");
-         APP_LogError("Two");
+         APP_LogError(APP_CAUSE::Internal, "One");
+         APP_LogError(APP_CAUSE::Internal, "Two");
          APP_LogEnd();
        },
        "Work\n - ERROR: One\n - ERROR: Two\nKorvane SPI V9.38: One\nTwo\n", 2},
@@ -71,7 +71,7 @@ TEST(MsgBox, SuppressedBoxesGoToTheLog) {
          for (u32 i = 0; i < 3; ++i) {
            APP_LogBegin(nullptr);
          }
-         APP_ShowError("Deep");
+         APP_ShowError(APP_CAUSE::Internal, "Deep");
          AskQuestion();
        },
        "   - Korvane SPI V9.38: Deep\n", 1}};
@@ -95,7 +95,7 @@ TEST(MsgBox, LongErrorListIsCutBetweenCharacters) {
   }
   for (const std::string shift : {"", "x"}) {
     engine.FrontEnd.ClearLog();
-    APP_ShowError((shift + text).c_str());
+    APP_ShowError(APP_CAUSE::Internal, (shift + text).c_str());
     const std::string log = engine.FrontEnd.GetLog();
     EXPECT_GT(log.size(), 1000u);
     EXPECT_EQ("\xC3\xA9\n", log.substr(log.size() - 3));
@@ -107,7 +107,7 @@ TEST(MsgBox, WithoutFrontEndStandardErrorGetsTheText) {
   APP_SetFrontEnd(nullptr);
   testing::internal::CaptureStderr();
   EXPECT_EQ(1u, AskQuestion());
-  APP_LogError("Broken");
+  APP_LogError(APP_CAUSE::Internal, "Broken");
   EXPECT_EQ("Korvane SPI V9.38: Really?\nERROR: Broken\n", testing::internal::GetCapturedStderr());
 }
 

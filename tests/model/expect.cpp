@@ -477,7 +477,7 @@ Verdict Expectation::Auto() {
 Verdict Expectation::RunAuto(const Production& production, const Image& image) {
   const bool hasErase = !IsSkippingErase();
   const bool compares = production.Compare && production.Erase && production.EraseType != 3;
-  const u64 unit = std::max(ThePart().Sector, ThePart().Page);
+  const u64 unit = hasErase ? std::max(ThePart().Sector, ThePart().Page) : ThePart().Page;
   Image work = image;
   // What is beside the data in a page goes to the chip as it was read.
   m_IsBlurred = m_IsBlurred || (compares && !hasErase && m_HasFaults && Bench().ReadsVary);

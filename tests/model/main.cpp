@@ -32,8 +32,8 @@ bool Parse(int argc, char** argv, Options* pOptions) {
     const auto number = [&] { return std::strtoull(argv[++i], nullptr, 0); };
     if (arg == "--keep") {
       pOptions->Keeps = true;
-    } else if (arg == "--dips") {
-      pOptions->Plan.HasDips = true;
+    } else if (arg == "--no-dips") {
+      pOptions->Plan.HasDips = false;
     } else if (arg == "--no-faults") {
       pOptions->Plan.HasFaults = false;
     } else if (arg == "--seed" && hasValue) {

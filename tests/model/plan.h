@@ -134,7 +134,7 @@ struct Plan {
 
 struct PlanOptions {
   bool HasFaults = true;
-  bool HasDips = false;
+  bool HasDips = true;
   u32 MaxChipBytes = 64U << 20;
 };
 

@@ -22,7 +22,7 @@ CORE_SCOPE::CORE_SCOPE() {
   DRIVER_SetLibraryPath(KORVANE_DRIVER);
   SETUP_Init();
   APP_CreateLock();
-  VORTIC_SetErrorOutHandler(APP_LogError);
+  VORTIC_SetErrorOutHandler(DRIVER_GetErrorHandler());
   SetProbe({});
 }
 

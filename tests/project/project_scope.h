@@ -19,7 +19,9 @@ class ProjectScope {
   ProjectScope() : m_SavedHooks(PROJECT_Hooks), m_SavedStoreHooks(PROJFILE_Hooks) {
     setenv("XDG_CONFIG_HOME", Dir.path().c_str(), 1);
     s_pScope = this;
-    PROJFILE_Hooks.pfShowError = APP_ShowError;
+    PROJFILE_Hooks.pfShowError = [](const char* sText) {
+      APP_ShowError(APP_CAUSE::FileDamaged, sText);
+    };
     PROJECT_Hooks.pfOnChanged = [] { ++s_pScope->NumChanged; };
     PROJECT_Hooks.pfDisconnect = [] { ++s_pScope->NumDisconnects; };
     PROJECT_Hooks.pfSetTargetPower = [](u32 Enable, u32 DelayMs) {
