@@ -1,4 +1,5 @@
 #include <array>
+#include <cstring>
 
 #include "app/engine/log.h"
 #include "flash/connect_internal.h"
@@ -167,7 +168,8 @@ bool SetUpTarget(bool PowerCheck) {
 bool OpenLibrary(bool PowerCheck, u32 NumErrors) {
   // What the probe says of itself is shown whatever the log level.
   if (const char* sError = VORTIC_OpenEx(AddLogLine)) {
-    APP_LogError(APP_CAUSE::NoProbe, sError);
+    const bool isBusy = std::strstr(sError, "is in use") != nullptr;
+    APP_LogError(isBusy ? APP_CAUSE::ProbeBusy : APP_CAUSE::NoProbe, sError);
     return false;
   }
   Probe().Interface = 0;

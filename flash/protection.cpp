@@ -28,7 +28,8 @@ constexpr int kFormatUnlockSequence = 10;
 constexpr u8 kBusyAndLatch = 0x03;
 constexpr u8 kLockBit = 0x80;        // of the status register
 constexpr u8 kComplementBit = 0x40;  // of status register 2: inverts what the bits protect
-constexpr u8 kMemoryBits = 0x0C;     // of EEPROM and FRAM
+constexpr u8 kUsualBits = 0x1C;
+constexpr u8 kMemoryBits = 0x0C;  // of EEPROM and FRAM
 constexpr u8 kNoAnswer = 0xFF;
 
 // Status bits that show protection, by StatusRegFormat.
@@ -182,10 +183,12 @@ int UnprotectBySequence(const FLASH_CHIP& Chip) {
 
 }  // namespace
 
+// Where the layout has no such bits, those that nearly every part has.
 bool FLASH_IsProtected(const FLASH_CHIP& Chip) {
   const u8 status = ReadStatus(Chip);
+  const u8 bits = GetRemainingBits(Chip);
   return Chip.StatusFormat != FLASH_FORMAT_UNKNOWN && status != kNoAnswer &&
-         (status & GetRemainingBits(Chip)) != 0;
+         (status & (bits != 0 ? bits : kUsualBits)) != 0;
 }
 
 // Once per connection, since the bits stay clear. A global unlock is lost with each power cycle of
