@@ -38,9 +38,9 @@ int VORTICARM_EMU_SelectByUSBSN(uint32_t SerialNo);        /* -1: not found */
 int VORTIC_EMU_SelectByUSBNickname(const char* sNickname); /* -1: not found */
 int VORTICARM_SelectIP(const char* sHost, int32_t Port);   /* 0, or -1 */
 
-/* ---- Opening. Null: open; else a text that tells why not, with the words "is in use" when somebody
- * else has the probe. pfLog gets the lines that belong in the
- * user's log whatever its level. ---- */
+/* ---- Opening. Null: open; else a text that tells why not, with the words "is in use" when
+ * somebody else has the probe. pfLog gets the lines that belong in the user's log whatever its
+ * level. ---- */
 const char* VORTICARM_OpenEx(void* pReserved, VORTIC_TEXT_HANDLER* pfLog);
 void VORTICARM_Close(void);
 void VORTICARM_SetErrorOutHandler(VORTIC_TEXT_HANDLER* pfError);
