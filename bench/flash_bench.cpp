@@ -209,7 +209,7 @@ void BenchFlash() {
   SETUP_Init();
   APP_State().SuppressGUI = 1;
   WriteConfig(dir + "/Vortic.ini", 0);
-  VORTIC_SetErrorOutHandler(APP_LogError);
+  VORTIC_SetErrorOutHandler(DRIVER_GetErrorHandler());
   PROJECT_New(nullptr);
   const MEMAREA_PTR pImage = MakeRandomImage(16);
   RunLatency(dir, pImage.get(), 0, 1.03);
