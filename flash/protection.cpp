@@ -15,7 +15,6 @@
 
 namespace {
 
-constexpr u8 kCmdReadStatus = 0x05;
 constexpr u8 kCmdReadStatus2 = 0x35;
 constexpr u8 kCmdWriteStatus2 = 0x31;
 constexpr u8 kCmdGlobalUnlock = 0x98;
